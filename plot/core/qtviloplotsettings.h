@@ -1,0 +1,15 @@
+#pragma once
+
+#include <QMetaType>
+
+// Settings of one plot widget that travel between the plot list and its views.
+struct QtViloPlotSettings
+{
+    bool SignalPlotEnabled = true;
+    bool LegendVisible = true;
+    bool GridVisible = true;
+    int TimeUnit = 0;
+    int AmplitudeUnit = 0;
+    int FrequencyUnit = 0;
+};
+Q_DECLARE_METATYPE(QtViloPlotSettings)

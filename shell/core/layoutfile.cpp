@@ -1,0 +1,58 @@
+#include "shell/core/layoutfile.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+
+namespace LayoutFile {
+
+namespace {
+QString tr(const char *text)
+{
+    return QCoreApplication::translate("MainWindow", text);
+}
+} // namespace
+
+QString readErrorText(const QString &path)
+{
+    return tr("Error reading %1").arg(QDir::toNativeSeparators(path));
+}
+
+Result write(const QString &path, const Contents &contents)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+        return {Status::OpenFailed, tr("Failed to open %1\n%2")
+                                        .arg(QDir::toNativeSeparators(path), file.errorString())};
+    }
+    // The length is one byte: a longer geometry is cut and the file will not load back.
+    const char length = char(quint8(contents.geometry.size()));
+    const bool written = file.write(&length, 1) == 1 &&
+                         file.write(contents.geometry) == contents.geometry.size() &&
+                         file.write(contents.state) == contents.state.size();
+    if (!written) {
+        return {Status::WriteFailed, tr("Error writing to %1\n%2")
+                                         .arg(QDir::toNativeSeparators(path), file.errorString())};
+    }
+    return {};
+}
+
+Result read(const QString &path, Contents *contents)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return {Status::OpenFailed, tr("Failed to open %1\n%2")
+                                        .arg(QDir::toNativeSeparators(path), file.errorString())};
+    }
+    char length = 0;
+    if (file.read(&length, 1) != 1)
+        return {Status::ReadFailed, readErrorText(path)};
+    const int geometryLength = quint8(length);
+    contents->geometry = file.read(geometryLength);
+    contents->state = file.readAll();
+    if (contents->geometry.size() != geometryLength || contents->state.isEmpty())
+        return {Status::ReadFailed, readErrorText(path)};
+    return {};
+}
+
+} // namespace LayoutFile

@@ -1,0 +1,41 @@
+#include "shell/core/startup.h"
+
+#include "util/core/identity.h"
+
+#include <QCoreApplication>
+#include <QSettings>
+#include <QString>
+
+namespace {
+constexpr char StartupGroup[] = "MainWindowStartupLayoutOption";
+constexpr char StartupKey[] = "StartupLayoutOption";
+} // namespace
+
+void setApplicationIdentity()
+{
+    QCoreApplication::setOrganizationName(QString::fromLatin1(Identity::Organization));
+    QCoreApplication::setApplicationName(QString::fromLatin1(Identity::Application));
+    QCoreApplication::setApplicationVersion(
+        QStringLiteral("%1%2%3").arg(Identity::VersionNumber).arg(QString(), QString()));
+}
+
+bool isLastUsedStartupLayout(const QVariant &storedOption)
+{
+    bool isInteger = false;
+    const int value = storedOption.toInt(&isInteger);
+    return isInteger && value > 0;
+}
+
+bool readLastUsedStartupLayoutOption()
+{
+    QSettings settings(Identity::Organization, Identity::Application);
+    settings.beginGroup(StartupGroup);
+    return isLastUsedStartupLayout(settings.value(StartupKey));
+}
+
+void storeStartupLayoutOption(int option)
+{
+    QSettings settings(Identity::Organization, Identity::Application);
+    settings.beginGroup(StartupGroup);
+    settings.setValue(StartupKey, option);
+}

@@ -1,0 +1,85 @@
+#include "shell/core/windowtexts.h"
+
+#include <QCoreApplication>
+
+namespace {
+QString tr(const char *text)
+{
+    return QCoreApplication::translate("MainWindow", text);
+}
+} // namespace
+
+QString mainWindowTitle(const QString &applicationName, const QString &version)
+{
+    const QString head = applicationName.left(4).toUpper().leftJustified(4, QLatin1Char(' '));
+    return head + applicationName.mid(4) + QStringLiteral(" - (Build ") + version +
+           QStringLiteral(")");
+}
+
+QString aboutText(const QString &applicationName, int pointerBits, const QString &version)
+{
+    // The library versions and the build stamp are fixed texts of the About box.
+    return tr("<b>%1 - Beta %2-bits (Build %3)</b><br><br>"
+              "Based on Qt %4, Qwt %5 and FFTW %6 <br><br>"
+              "Build on %7 %8.<br><br>"
+              "This software is licensed under ")
+               .arg(applicationName)
+               .arg(pointerBits)
+               .arg(version, QStringLiteral("5.15.3"), QStringLiteral("6.2.0"),
+                    QStringLiteral("3.3.5"), QStringLiteral("Jan 26 2023"),
+                    QStringLiteral("10:01:13")) +
+           QStringLiteral("<a href=\"https://doc.qt.io/qt-5/lgpl.html\">LGPL</a><br><br>") +
+           tr("%1 is a unifying stand-alone graphical interface for the command-line tools "
+              "that OKAV provides to maintain and debug VRX devices.<br>"
+              "Those tools must be installed in the default location or be present in the "
+              "same directory as %1.<br><br>")
+               .arg(applicationName) +
+           tr("This application is provided AS IS with NO WARRANTY OF ANY KIND,<br>"
+              "INCLUDING THE WARRANTY OF DESIGN, MERCHANTABILITY AND<br>"
+              "FITNESS FOR A PARTICULAR PURPOSE.") +
+           tr("<br><br>Support: <a href=\"mailto:support@okav.example\">support@okav.example</a>"
+              " &mdash; <a href=\"https://okav.example/support\">okav.example/support</a>");
+}
+
+QString elapsedText(qint64 seconds)
+{
+    if (seconds < 0)
+        seconds = 0;
+    return QStringLiteral("%1:%2:%3:%4")
+        .arg(seconds / 86400)
+        .arg((seconds / 3600) % 24)
+        .arg((seconds / 60) % 60)
+        .arg(seconds % 60);
+}
+
+QString faqText(const QString &applicationName)
+{
+    return tr("<h3>%1 &mdash; frequently asked questions</h3>"
+              "<p><b>How do I see the log of my acquisition program?</b><br>"
+              "Start the monitor from the monitor panel (built-in server on 127.0.0.1, port "
+              "55555). Every program that uses the device library connects by itself; its lines "
+              "appear with a prompt naming the device, and everything is also written to a "
+              "<i>vrxmon_*.okv</i> file in ~/.local/share/OKAV/.</p>"
+              "<p><b>How do I plot a buffer of my program while it runs?</b><br>"
+              "Log a line that holds <tt>RunCmd( 1, name, pointer, size, format, option);</tt>. "
+              "The monitor panel copies a ready template to the clipboard. Your program is held "
+              "until the plot has read the memory, so the buffer stays valid.</p>"
+              "<p><b>My log file has millions of lines. Will it open?</b><br>"
+              "Yes. Files are indexed in the background and only a window of lines is loaded; "
+              "drag the span slider beside the text to move through the file. Searches and the "
+              "error and warning filters (Ctrl+S, Ctrl+E, Ctrl+W) cover the whole file.</p>"
+              "<p><b>Which files go where?</b><br>"
+              "Text and log files (.txt, .log, .okv, .c, .cpp, .h, .sh, .bat, .asc) open in "
+              "editor docks; firmware files (.mcs, .mmcs, .zip) become updater tasks; every "
+              "other file is offered to the plot tool. Drop files on the window or use "
+              "File &gt; Open....</p>"
+              "<p><b>The docks are in a mess.</b><br>"
+              "Layout &gt; Restore Layout puts them back; F3 and F4 step through the named "
+              "layouts. Layout &gt; Startup Layout chooses what the next start shows, and "
+              "Save layout... keeps an arrangement in a file.</p>"
+              "<p><b>Keys in a text panel</b><br>"
+              "Ctrl+F search, / and ? next and previous match, J and K one line down and up, "
+              "Ctrl+D and Ctrl+U one page down and up, Ctrl+P prints the monitor's command "
+              "usage.</p>")
+        .arg(applicationName);
+}

@@ -1,0 +1,4 @@
+#pragma once
+
+// Pulls the compiled-in images into a program that links the static resource library.
+void initResources();

@@ -1,0 +1,6 @@
+#pragma once
+
+#include <QString>
+
+// The user's home directory: $HOME, else the password database entry of the current user.
+QString userHomeDir();

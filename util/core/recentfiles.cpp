@@ -1,0 +1,37 @@
+#include "util/core/recentfiles.h"
+
+#include "util/core/identity.h"
+
+#include <QSettings>
+
+namespace {
+constexpr char Group[] = "RecentFiles";
+constexpr char Key[] = "RecentFilePaths";
+} // namespace
+
+namespace RecentFiles {
+
+QStringList paths()
+{
+    QSettings settings(Identity::Organization, Identity::Application);
+    settings.beginGroup(Group);
+    return settings.value(Key).toStringList();
+}
+
+QStringList withAdded(QStringList list, const QString &path)
+{
+    list.removeAll(path);
+    list.prepend(path);
+    while (list.size() > MaxCount)
+        list.removeLast();
+    return list;
+}
+
+void add(const QString &path)
+{
+    QSettings settings(Identity::Organization, Identity::Application);
+    settings.beginGroup(Group);
+    settings.setValue(Key, withAdded(settings.value(Key).toStringList(), path));
+}
+
+} // namespace RecentFiles

@@ -1,0 +1,42 @@
+#include "util/ui/notify.h"
+
+namespace Notify {
+
+namespace {
+Hook &hook()
+{
+    static Hook instance;
+    return instance;
+}
+} // namespace
+
+void setHook(Hook newHook)
+{
+    hook() = std::move(newHook);
+}
+
+void information(QWidget *parent, const QString &title, const QString &text)
+{
+    if (hook())
+        hook()(Kind::Information, title, text);
+    else
+        QMessageBox::information(parent, title, text);
+}
+
+void warning(QWidget *parent, const QString &title, const QString &text)
+{
+    if (hook())
+        hook()(Kind::Warning, title, text);
+    else
+        QMessageBox::warning(parent, title, text);
+}
+
+QMessageBox::StandardButton question(QWidget *parent, const QString &title, const QString &text,
+                                     QMessageBox::StandardButtons buttons)
+{
+    if (hook())
+        return hook()(Kind::Question, title, text);
+    return QMessageBox::warning(parent, title, text, buttons);
+}
+
+} // namespace Notify
