@@ -1,6 +1,7 @@
 #include "monitor/ui/monitorpanel.h"
 
 #include <QPlainTextEdit>
+#include <QDateTime>
 #include <QProcess>
 #include <QThread>
 #include <QToolBar>
@@ -10,6 +11,8 @@ MonitorPanel::MonitorPanel(const QString &externalProcessName, QWidget *parent)
       m_serverThread(new QThread(this)), m_process(new QProcess(this))
 {
     setObjectName(QStringLiteral("MonitorPanel"));
+    // Elapsed time on the status line counts from when the panel came up.
+    setStartTime(QDateTime::currentDateTime());
     m_serverThread->setObjectName(QStringLiteral("VrxMonServerThread"));
     m_textView->setMaximumBlockCount(10000);
     m_toolBar->setWindowTitle(tr("VRXMonitor") + tr(" Toolbar"));

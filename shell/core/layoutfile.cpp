@@ -29,7 +29,7 @@ Result write(const QString &path, const Contents &contents)
     const char length = char(quint8(contents.geometry.size()));
     const bool written = file.write(&length, 1) == 1 &&
                          file.write(contents.geometry) == contents.geometry.size() &&
-                         file.write(contents.state) == contents.state.size();
+                         file.write(contents.state) == contents.state.size() && file.flush();
     if (!written) {
         return {Status::WriteFailed, tr("Error writing to %1\n%2")
                                          .arg(QDir::toNativeSeparators(path), file.errorString())};

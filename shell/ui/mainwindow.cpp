@@ -70,6 +70,18 @@ MainWindow::MainWindow(QWidget *parent)
 MainWindow::~MainWindow()
 {
     qApp->removeEventFilter(this);
+    // Tear the docks down while this window's members still exist, and keep their last
+    // signals (visibility, process state) from reaching it.
+    disconnect(qApp, nullptr, this, nullptr);
+    const QList<DockWidget *> docks = allDocks();
+    for (DockWidget *dock : docks) {
+        dock->disconnect(this);
+        for (QObject *child : dock->findChildren<QObject *>())
+            child->disconnect(this);
+    }
+    m_fixedDocks.clear();
+    m_editorDocks.clear();
+    qDeleteAll(docks);
 }
 
 void MainWindow::createPanels()

@@ -6,6 +6,7 @@
 #include <QHeaderView>
 #include <QLabel>
 #include <QPlainTextEdit>
+#include <QDateTime>
 #include <QProcess>
 #include <QToolBar>
 #include <QVBoxLayout>
@@ -13,6 +14,8 @@
 UpdaterConsole::UpdaterConsole(QWidget *parent) : TextPanel(parent), m_process(new QProcess(this))
 {
     setObjectName(QStringLiteral("UpdaterConsole"));
+    // Elapsed time on the status line counts from when the panel came up.
+    setStartTime(QDateTime::currentDateTime());
 }
 
 UpdaterPanel::UpdaterPanel(QWidget *parent)

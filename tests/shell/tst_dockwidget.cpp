@@ -1,0 +1,181 @@
+#include "shell/ui/bluetitlebar.h"
+#include "shell/ui/dockwidget.h"
+#include "shell/ui/resources.h"
+#include "shell/ui/sizehintsdialog.h"
+#include "testenv.h"
+
+#include <QLineEdit>
+#include <QMainWindow>
+#include <QMenu>
+#include <QPlainTextEdit>
+#include <QSpinBox>
+#include <QtTest>
+
+class TestDockWidget : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { initResources(); }
+
+    void contextMenuEntriesInOrder()
+    {
+        QMainWindow window;
+        auto *dock = new DockWidget(new QPlainTextEdit, &window);
+        QStringList texts;
+        for (QAction *action : dock->contextMenu()->actions()) {
+            if (!action->isSeparator())
+                texts << (action->menu() ? action->menu()->title() : action->text());
+        }
+        QCOMPARE(texts, (QStringList{"Closable", "Movable", "Floatable", "Vertical title bar",
+                                     "Allow on Left", "Allow on Right", "Allow on Top",
+                                     "Allow on Bottom", "Place on Left", "Place on Right",
+                                     "Place on Top", "Place on Bottom", "Show Title Bar",
+                                     "Floating", "Tab into", "Split horizontally into",
+                                     "Split vertically into", "Raise", "Change Size Hints..."}));
+
+        dock->makeEditorDock(QStringLiteral("/tmp/x.log"));
+        const QList<QAction *> actions = dock->contextMenu()->actions();
+        QCOMPARE(actions.at(actions.size() - 2)->text(), QStringLiteral("Open Containing Folder"));
+        QVERIFY(!actions.last()->icon().isNull());
+    }
+
+    void featureEntriesChangeTheDock()
+    {
+        QMainWindow window;
+        auto *dock = new DockWidget(new QPlainTextEdit, &window);
+        window.addDockWidget(Qt::LeftDockWidgetArea, dock);
+        emit dock->contextMenu()->aboutToShow();
+        QAction *closable = dock->contextMenu()->actions().at(0);
+        QVERIFY(closable->isChecked());
+        closable->setChecked(false);
+        QVERIFY(!(dock->features() & QDockWidget::DockWidgetClosable));
+
+        QAction *allowLeft = nullptr;
+        QAction *placeRight = nullptr;
+        for (QAction *action : dock->contextMenu()->actions()) {
+            if (action->text() == QLatin1String("Allow on Left"))
+                allowLeft = action;
+            if (action->text() == QLatin1String("Place on Right"))
+                placeRight = action;
+        }
+        allowLeft->setChecked(false);
+        QVERIFY(!dock->isAreaAllowed(Qt::LeftDockWidgetArea));
+        placeRight->trigger();
+        QCOMPARE(window.dockWidgetArea(dock), Qt::RightDockWidgetArea);
+    }
+
+    void tabIntoListsTheOtherDocks()
+    {
+        QMainWindow window;
+        auto *first = new DockWidget(new QPlainTextEdit, &window);
+        auto *second = new DockWidget(new QPlainTextEdit, &window);
+        first->setBaseTitle(QStringLiteral("First"));
+        second->setBaseTitle(QStringLiteral("Second"));
+        const auto all = [first, second] { return QList<DockWidget *>{first, second}; };
+        first->setOtherDocksProvider(all);
+        window.addDockWidget(Qt::LeftDockWidgetArea, first);
+        window.addDockWidget(Qt::LeftDockWidgetArea, second);
+        QMenu *tabInto = nullptr;
+        for (QAction *action : first->contextMenu()->actions()) {
+            if (action->menu() && action->menu()->title() == QLatin1String("Tab into"))
+                tabInto = action->menu();
+        }
+        QVERIFY(tabInto);
+        emit tabInto->aboutToShow();
+        QCOMPARE(tabInto->actions().size(), 1);
+        QCOMPARE(tabInto->actions().at(0)->text(), QStringLiteral("Second"));
+        tabInto->actions().at(0)->trigger();
+        QCOMPARE(window.tabifiedDockWidgets(second), QList<QDockWidget *>{first});
+    }
+
+    void modifiedMarkFollowsThePanel()
+    {
+        QMainWindow window;
+        auto *dock = new DockWidget(new QPlainTextEdit, &window);
+        dock->setBaseTitle(QStringLiteral("Editor 1: a.log"));
+        QCOMPARE(dock->windowTitle(), QStringLiteral("Editor 1: a.log"));
+        dock->setTabModified();
+        QCOMPARE(dock->windowTitle(), QStringLiteral("Editor 1: a.log [*]"));
+        dock->setTabModified();
+        QCOMPARE(dock->windowTitle(), QStringLiteral("Editor 1: a.log [*]"));
+        QCOMPARE(dock->blueTitleBar()->titleText(), dock->windowTitle());
+        dock->clearTabModified();
+        QCOMPARE(dock->windowTitle(), QStringLiteral("Editor 1: a.log"));
+    }
+
+    void titleBarColourTellsWhetherTheDockHasFocus()
+    {
+        QMainWindow window;
+        auto *edit = new QLineEdit;
+        auto *dock = new DockWidget(edit, &window);
+        auto *other = new QLineEdit;
+        window.setCentralWidget(other);
+        window.addDockWidget(Qt::LeftDockWidgetArea, dock);
+        window.show();
+        QApplication::setActiveWindow(&window);
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        other->setFocus();
+        QTRY_VERIFY(!dock->blueTitleBar()->isActive());
+        QCOMPARE(dock->blueTitleBar()->backgroundColor(), QColor("Lightgrey"));
+        edit->setFocus();
+        QTRY_VERIFY(dock->blueTitleBar()->isActive());
+        QCOMPARE(dock->blueTitleBar()->backgroundColor(), QColor("LightSteelBlue"));
+        // The painted bar uses that colour.
+        const QImage image = dock->blueTitleBar()->grab().toImage();
+        QVERIFY(!image.isNull());
+    }
+
+    void titleBarCanBeHiddenAndShown()
+    {
+        QMainWindow window;
+        auto *dock = new DockWidget(new QPlainTextEdit, &window);
+        QSignalSpy spy(dock, &DockWidget::titleBarShownChanged);
+        dock->setTitleBarShown(false);
+        QVERIFY(dock->titleBarWidget() != dock->blueTitleBar());
+        dock->setTitleBarShown(true);
+        QCOMPARE(dock->titleBarWidget(), static_cast<QWidget *>(dock->blueTitleBar()));
+        QCOMPARE(spy.count(), 2);
+    }
+
+    void verticalTitleBarIsNarrow()
+    {
+        QMainWindow window;
+        auto *dock = new DockWidget(new QPlainTextEdit, &window, true);
+        QVERIFY(dock->features() & QDockWidget::DockWidgetVerticalTitleBar);
+        const QSize hint = dock->blueTitleBar()->sizeHint();
+        QVERIFY(hint.height() > hint.width());
+    }
+
+    void sizeHintsDialogAppliesItsValues()
+    {
+        QMainWindow window;
+        auto *panel = new QPlainTextEdit;
+        auto *dock = new DockWidget(panel, &window);
+        window.addDockWidget(Qt::LeftDockWidgetArea, dock);
+        SizeHintsDialog dialog(dock);
+        QCOMPARE(dialog.maxSizeBox()->value(), -1);
+        QCOMPARE(dialog.sizeHintBox()->minimum(), -1);
+        QCOMPARE(dialog.sizeHintBox()->maximum(), 1000);
+        dialog.sizeHintBox()->setValue(300);
+        dialog.minSizeHintBox()->setValue(120);
+        dialog.maxSizeBox()->setValue(600);
+        dialog.dockMaxSizeBox()->setValue(700);
+        dialog.apply();
+        QCOMPARE(dock->sizeHint().width(), 300);
+        QCOMPARE(dock->minimumSizeHint().width(), 120);
+        QCOMPARE(panel->maximumWidth(), 600);
+        QCOMPARE(dock->maximumWidth(), 700);
+
+        SizeHintsDialog again(dock);
+        QCOMPARE(again.maxSizeBox()->value(), 600);
+        again.maxSizeBox()->setValue(-1);
+        again.dockMaxSizeBox()->setValue(-1);
+        again.apply();
+        QCOMPARE(panel->maximumWidth(), QWIDGETSIZE_MAX);
+        QCOMPARE(dock->maximumWidth(), QWIDGETSIZE_MAX);
+    }
+};
+
+QTEST_MAIN(TestDockWidget)
+#include "tst_dockwidget.moc"
