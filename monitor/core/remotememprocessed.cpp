@@ -1,0 +1,3 @@
+#include "monitor/core/remotememprocessed.h"
+
+QSemaphore RemoteMemProcessed(0);

@@ -1,0 +1,96 @@
+#include "monitor/core/serverterminator.h"
+
+#include "monitor/core/vrxmonprotocol.h"
+
+#include <QFile>
+#include <QThread>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+
+using namespace VrxProto;
+
+namespace {
+QString errorText(int err) { return QString::fromLocal8Bit(std::strerror(err)); }
+
+// An unresponsive listener must not keep the takeover waiting for ever.
+void setTimeouts(int fd, int seconds)
+{
+    struct timeval tv{seconds, 0};
+    setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &tv, sizeof tv);
+    setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &tv, sizeof tv);
+}
+} // namespace
+
+void ServerTerminator::run()
+{
+    signal(SIGPIPE, SIG_IGN);
+    const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (fd < 0) {
+        emit MessageAvailable(
+            QStringLiteral("ERROR: Could not create socket! Possible cause: %1").arg(errorText(errno)));
+        emit done(false);
+        return;
+    }
+    emit MessageAvailable(QStringLiteral("ServerTerminator Status: Running... "));
+    setTimeouts(fd, 5);
+    struct sockaddr_in addr{};
+    addr.sin_family = AF_INET;
+    addr.sin_addr.s_addr = inet_addr("127.0.0.1");
+    addr.sin_port = htons(kPort);
+    bool ok = false;
+    if (::connect(fd, reinterpret_cast<sockaddr *>(&addr), sizeof addr) != 0) {
+        emit MessageAvailable(
+            QStringLiteral("ERROR: Connect failed! Possible cause: %1.\n").arg(errorText(errno)));
+    } else {
+        const qint64 tid = qint64(syscall(SYS_gettid));
+        ClientIdRecord rec{};
+        rec.processId = quint64(tid);
+        rec.devNumber = 65535;
+        std::memcpy(rec.validationId, kValidationId, 4);
+        std::strcpy(rec.interfaceName, "SOCKET");
+        std::strcpy(rec.devType, "ServerTerminator");
+        const QByteArray id = encodeClientId(rec);
+        [[maybe_unused]] ssize_t r = send(fd, id.constData(), id.size(), MSG_NOSIGNAL);
+        char ack[kAckSize];
+        r = recv(fd, ack, sizeof ack, MSG_WAITALL);
+        char settings[32];
+        r = recv(fd, settings, sizeof settings, 0);
+        const QByteArray reply = encodeAck(0);
+        r = send(fd, reply.constData(), reply.size(), MSG_NOSIGNAL);
+
+        const ssize_t written = write(fd, "RunCmd(0);", 10);
+        if (written == 10) {
+            ok = true;
+            // The monitor drops every connection when it stops; seeing ours drop means its
+            // listener is gone too, so the restart can bind.
+            char sink[64];
+            while (recv(fd, sink, sizeof sink, 0) > 0) {
+            }
+        } else {
+            const int err = errno;
+            QString name = QStringLiteral("Unknown");
+            QFile comm(QStringLiteral("/proc/%1/comm").arg(tid));
+            if (comm.open(QIODevice::ReadOnly))
+                name = QString::fromLocal8Bit(comm.readLine(256)).trimmed();
+            emit MessageAvailable(QStringLiteral("[%1(%2)] ERROR: write returned %3! Possible cause: %4\n")
+                                      .arg(name)
+                                      .arg(tid)
+                                      .arg(qint64(written))
+                                      .arg(errorText(err)));
+            emit MessageAvailable(
+                QStringLiteral("[%1(%2)] ERROR: Unable to quit existing VRX Monitor!\n").arg(name).arg(tid));
+        }
+    }
+    close(fd);
+    usleep(1000);
+    emit done(ok);
+    thread()->quit();
+}

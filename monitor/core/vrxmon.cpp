@@ -1,0 +1,474 @@
+#include "monitor/core/vrxmon.h"
+
+#include "monitor/core/remotememprocessed.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+
+using namespace VrxProto;
+
+namespace {
+// A client that connects and then says nothing must not hang the server for ever.
+constexpr int kHandshakeTimeoutSeconds = 5;
+
+void setRecvTimeout(int fd, int seconds)
+{
+    struct timeval tv{seconds, 0};
+    setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &tv, sizeof tv);
+}
+
+void copyField(char *dst, std::size_t size, const QByteArray &src)
+{
+    const std::size_t n = std::min(size - 1, std::size_t(src.size()));
+    std::memcpy(dst, src.constData(), n);
+    dst[n] = '\0';
+}
+} // namespace
+
+VrxMon::VrxMon(QObject *parent) : QObject(parent)
+{
+    std::memset(m_clients, 0, sizeof m_clients);
+    std::memset(m_scratch, 0, sizeof m_scratch);
+    m_monitorPrompt = ownMonitorPrompt();
+    m_wakeFd = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
+}
+
+VrxMon::~VrxMon()
+{
+    if (m_wakeFd >= 0)
+        close(m_wakeFd);
+}
+
+void VrxMon::requestShutdown()
+{
+    m_shutdown.store(true);
+    if (m_wakeFd >= 0) {
+        const quint64 one = 1;
+        [[maybe_unused]] const ssize_t n = write(m_wakeFd, &one, sizeof one);
+    }
+}
+
+void VrxMon::emitMessage(const QString &text)
+{
+    emit MessageAvailable(QString::fromLatin1(serverTimestamp()) + m_monitorPrompt + text);
+}
+
+QString VrxMon::errorText() const { return QString::fromLocal8Bit(std::strerror(errno)); }
+
+void VrxMon::StartServer(const quint32 &type, const QString &pipe_name, const quint32 &port,
+                         const quint32 &trace_level, const quint32 &use_timestamp,
+                         const quint32 &dev_mask)
+{
+    m_traceLevel = trace_level;
+    m_useTimestamp = use_timestamp;
+    m_devMask = dev_mask;
+    emitMessage(QStringLiteral("INFO : VRXMonitor Settings:\n"));
+    emitMessage(QStringLiteral("INFO : [Trace Level] = 0x%1\n")
+                    .arg(QString::number(m_traceLevel, 16).toUpper()));
+    emitMessage(QStringLiteral("INFO : [Timestamp]   = 0x%1\n")
+                    .arg(QString::number(m_useTimestamp, 16).toUpper()));
+    emitMessage(QStringLiteral("INFO : [Device Mask] = 0x%1\n")
+                    .arg(QString::number(m_devMask, 16).toUpper()));
+    m_stop.store(false);
+    m_stopped = false;
+
+    if (type == 0) {
+        if (!pipe_name.isEmpty()) {
+            emitMessage(QStringLiteral(
+                "ERROR: VRX Monitor Pipe server is not available for current running OS!\n"));
+            emit finished();
+        }
+        return;
+    }
+    // Lower ports belong to other services; such a request is ignored without a word.
+    if (type == 1 && port >= kLowestPort)
+        runTcpServer(port);
+}
+
+void VrxMon::runTcpServer(quint32 port)
+{
+    signal(SIGPIPE, SIG_IGN);
+    std::memset(m_clients, 0, sizeof m_clients);
+    m_clientCount.store(0);
+
+    m_listenFd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (m_listenFd <= 0) {
+        emitMessage(QStringLiteral("ERROR: Could not create socket! Possible cause: %1\n")
+                        .arg(errorText()));
+        m_listenFd = -1;
+        emit finished();
+        return;
+    }
+    const int on = 1;
+    if (setsockopt(m_listenFd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on) != 0 ||
+        setsockopt(m_listenFd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on) != 0) {
+        emitMessage(
+            QStringLiteral("ERROR: setsockopt failed! Possible cause: %1\n").arg(errorText()));
+        close(m_listenFd);
+        m_listenFd = -1;
+        emit finished();
+        return;
+    }
+    struct sockaddr_in addr{};
+    addr.sin_family = AF_INET;
+    addr.sin_addr.s_addr = inet_addr("127.0.0.1");
+    addr.sin_port = htons(quint16(port));
+    if (bind(m_listenFd, reinterpret_cast<sockaddr *>(&addr), sizeof addr) != 0) {
+        emitMessage(QStringLiteral("WARN : bind failed! Possible cause: %1\n").arg(errorText()));
+        emitMessage(QStringLiteral("INFO : Trying to close existing listener..."));
+        close(m_listenFd);
+        m_listenFd = -1;
+        errno = 0;
+        emit TakeOverServer();
+        return;
+    }
+    if (listen(m_listenFd, 10) != 0) {
+        emitMessage(QStringLiteral("ERROR: listen failed! Possible cause: %1\n").arg(errorText()));
+        close(m_listenFd);
+        m_listenFd = -1;
+        emit finished();
+        return;
+    }
+    emitMessage(QStringLiteral("NOTE : VRX Monitor started!\n\n"));
+
+    const int epfd = epoll_create(kMaxClients);
+    if (epfd < 0) {
+        emitMessage(
+            QStringLiteral("ERROR: epoll_create failed! Possible cause: %1\n").arg(errorText()));
+        close(m_listenFd);
+        m_listenFd = -1;
+        emit finished();
+        return;
+    }
+    struct epoll_event ev{};
+    ev.events = EPOLLIN | EPOLLPRI | EPOLLERR | EPOLLHUP;
+    ev.data.fd = m_listenFd;
+    if (epoll_ctl(epfd, EPOLL_CTL_ADD, m_listenFd, &ev) != 0)
+        emitMessage(
+            QStringLiteral("ERROR: epoll_ctl failed! Possible cause: %1\n").arg(errorText()));
+    if (m_wakeFd >= 0) {
+        struct epoll_event wake{};
+        wake.events = EPOLLIN;
+        wake.data.fd = m_wakeFd;
+        epoll_ctl(epfd, EPOLL_CTL_ADD, m_wakeFd, &wake);
+    }
+
+    m_compact = true;
+    m_atLineStart = true;
+    m_lastShownFd = -1;
+    struct epoll_event events[kMaxClients];
+    while (!m_shutdown.load()) {
+        if (m_compact) {
+            compactClients();
+            m_compact = false;
+        }
+        const int n = epoll_wait(epfd, events, kMaxClients, -1);
+        if (stopRequested())
+            break;
+        if (n < 0) {
+            const int err = errno;
+            emitMessage(
+                QStringLiteral("WARN : epoll_wait failed! Possible cause: %1\n").arg(errorText()));
+            if (err == EINTR) {
+                emitMessage(
+                    QStringLiteral("INFO : Recovering from interuption. Continue monitoring...\n"));
+                continue;
+            }
+            emitMessage(QStringLiteral("ERROR: Could not recover from %1. Terminating VRX Monitor!\n")
+                            .arg(QString::fromLocal8Bit(std::strerror(err))));
+            break;
+        }
+        for (int e = 0; e < n && !m_stopped; ++e) {
+            const int fd = events[e].data.fd;
+            if (fd == m_listenFd) {
+                acceptClient(epfd);
+                continue;
+            }
+            if (fd == m_wakeFd)
+                continue;
+            int index = -1;
+            for (quint32 i = 0; i < m_clientCount.load(); ++i) {
+                if (m_clients[i].fd == fd) {
+                    index = int(i);
+                    break;
+                }
+            }
+            if (index < 0)
+                continue;
+            ClientRecord &c = m_clients[index];
+            const ssize_t peeked =
+                recv(fd, c.recvBuffer, sizeof c.recvBuffer, MSG_PEEK | MSG_DONTWAIT);
+            if (peeked == 0 || (peeked < 0 && errno != EAGAIN && errno != EWOULDBLOCK &&
+                                errno != EINTR)) {
+                disconnectClient(index);
+                continue;
+            }
+            if (peeked > 0 && (events[e].events & EPOLLIN))
+                readClient(index);
+        }
+        if (stopRequested() || m_stopped)
+            break;
+    }
+    close(epfd);
+    if (!m_stopped) {
+        // Leaving for a shutdown or a failed wait: release every socket still held.
+        if (m_shutdown.load())
+            stopServer();
+        else {
+            for (quint32 i = 0; i < m_clientCount.load(); ++i)
+                if (m_clients[i].fd > 0)
+                    close(m_clients[i].fd);
+            if (m_listenFd >= 0)
+                close(m_listenFd);
+            m_listenFd = -1;
+            std::memset(m_clients, 0, sizeof m_clients);
+            m_clientCount.store(0);
+        }
+    }
+    emit finished();
+}
+
+void VrxMon::acceptClient(int epfd)
+{
+    emitMessage(QStringLiteral("INFO : Incoming CONNECTION...\n"));
+    struct sockaddr_in peer{};
+    socklen_t peerLen = sizeof peer;
+    const int fd = accept4(m_listenFd, reinterpret_cast<sockaddr *>(&peer), &peerLen,
+                           SOCK_CLOEXEC);
+    if (fd < 0) {
+        emitMessage(QStringLiteral("ERROR: accept failed! Possible cause: %1\n").arg(errorText()));
+        return;
+    }
+    const int on = 1;
+    if (setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on) != 0)
+        emitMessage(QStringLiteral("Error: setsockopt failed! Possible cause: %s\n"));
+
+    setRecvTimeout(fd, kHandshakeTimeoutSeconds);
+    char idBuf[kFirstRecvSize];
+    const ssize_t got = recv(fd, idBuf, sizeof idBuf, 0);
+    const qint64 gotCount = got;
+    const QByteArray ack = encodeAck(gotCount);
+    send(fd, ack.constData(), ack.size(), MSG_NOSIGNAL);
+
+    const quint32 index = m_clientCount.load();
+    const ClientIdDecode id = decodeClientId(idBuf, got < 0 ? 0 : int(got));
+    ClientIdRecord rec = id.record;
+    QByteArray path;
+    if (id.valid) {
+        path = processPath(rec.processId);
+    } else {
+        emitMessage(id.errorText);
+        emitMessage(QStringLiteral("WARN : Assigning temporary ID...\n\n"));
+        rec = temporaryClientId(fd, int(index));
+        path = QByteArray(kPathUnknown);
+    }
+
+    if (index >= quint32(kMaxClients)) {
+        // The table is full: the newcomer is turned away, everyone else keeps being served.
+        emitMessage(QStringLiteral("ERROR: Something is wrong. Socket position %1 not empty (%2)!\n")
+                        .arg(index)
+                        .arg(fd));
+        shutdown(fd, SHUT_RDWR);
+        close(fd);
+        return;
+    }
+    ClientRecord &c = m_clients[index];
+    if (c.fd != 0)
+        emitMessage(QStringLiteral("ERROR: Something is wrong. Socket position %1 not empty (%2)!\n")
+                        .arg(index)
+                        .arg(c.fd));
+
+    struct epoll_event ev{};
+    ev.events = EPOLLIN | EPOLLPRI | EPOLLERR | EPOLLHUP;
+    ev.data.fd = fd;
+    if (epoll_ctl(epfd, EPOLL_CTL_ADD, fd, &ev) != 0)
+        emitMessage(QStringLiteral("ERROR: epoll_ctl failed! Possible cause: %1").arg(errorText()));
+
+    std::memset(&c, 0, sizeof c);
+    c.fd = fd;
+    c.processId = rec.processId;
+    c.cuHandle = rec.cuHandle;
+    c.devAddr = rec.devAddr;
+    c.devNumber = rec.devNumber;
+    std::memcpy(c.interfaceName, rec.interfaceName, sizeof c.interfaceName);
+    c.interfaceName[sizeof c.interfaceName - 1] = '\0';
+    std::memcpy(c.devType, rec.devType, sizeof c.devType);
+    c.devType[sizeof c.devType - 1] = '\0';
+    copyField(c.path, sizeof c.path, path);
+    copyField(c.ip, sizeof c.ip, QByteArray(inet_ntoa(peer.sin_addr)));
+    c.port = ntohs(peer.sin_port);
+    resetMatcher(c.matcher);
+    copyField(c.plotPrefix, sizeof c.plotPrefix, plotPrefix(qint64(c.processId), path));
+    const ClientTexts texts = clientTexts(rec);
+    copyField(c.prompt, sizeof c.prompt, texts.prompt.toLocal8Bit());
+    copyField(c.promptEmptyLine, sizeof c.promptEmptyLine, texts.promptEmptyLine.toLocal8Bit());
+
+    const QByteArray settings = encodeSettings(m_traceLevel, m_useTimestamp, m_devMask);
+    send(fd, settings.constData(), settings.size(), MSG_NOSIGNAL);
+    char reply[kAckSize];
+    recv(fd, reply, sizeof reply, MSG_WAITALL);
+    setRecvTimeout(fd, 0);
+
+    ClientIdRecord shown = rec;
+    emitMessage(connectText(shown, QByteArray(c.path), QByteArray(c.ip), c.port, true));
+    const quint32 count = m_clientCount.fetch_add(1) + 1;
+    if (count == 1)
+        emit firstClientConnected();
+}
+
+void VrxMon::disconnectClient(int index)
+{
+    ClientRecord &c = m_clients[index];
+    ClientIdRecord rec{};
+    rec.processId = c.processId;
+    rec.cuHandle = c.cuHandle;
+    rec.devAddr = c.devAddr;
+    rec.devNumber = c.devNumber;
+    std::memcpy(rec.interfaceName, c.interfaceName, sizeof rec.interfaceName);
+    std::memcpy(rec.devType, c.devType, sizeof rec.devType);
+    emitMessage(connectText(rec, QByteArray(c.path), QByteArray(c.ip), c.port, false));
+    close(c.fd);
+    c.fd = 0;
+    m_compact = true;
+    m_atLineStart = true;
+}
+
+void VrxMon::compactClients()
+{
+    std::memset(m_scratch, 0, sizeof m_scratch);
+    quint32 n = 0;
+    for (int i = 0; i < kMaxClients; ++i) {
+        if (m_clients[i].fd > 0)
+            std::memcpy(&m_scratch[n++], &m_clients[i], sizeof(ClientRecord));
+    }
+    std::memcpy(m_clients, m_scratch, sizeof m_clients);
+    m_clientCount.store(n);
+}
+
+void VrxMon::showPiece(int index, const char *data, std::size_t length, bool ended)
+{
+    ClientRecord &c = m_clients[index];
+    if (c.fd != m_lastShownFd && !m_atLineStart) {
+        emit MessageAvailable(QStringLiteral("\n"));
+        m_atLineStart = true;
+    }
+    QString text;
+    if (m_atLineStart) {
+        if (m_useTimestamp && !c.midLine && isClientTimestamp(data, length)) {
+            std::memcpy(c.latestTimestamp, data, kTimestampLen);
+            c.latestTimestamp[kTimestampLen] = '\0';
+            data += kTimestampLen;
+            length -= kTimestampLen;
+        }
+        if (m_useTimestamp)
+            text = QString::fromLatin1(c.latestTimestamp);
+        text += QString::fromLocal8Bit(length <= 1 ? c.promptEmptyLine : c.prompt);
+    }
+    // A NUL ends a line like a line feed and is shown as one, so the text stays printable.
+    if (ended && length > 0 && data[length - 1] == '\0') {
+        text += QString::fromLocal8Bit(data, int(length - 1));
+        text += QLatin1Char('\n');
+    } else {
+        text += QString::fromLocal8Bit(data, int(length));
+    }
+    emit MessageAvailable(text);
+    m_lastShownFd = c.fd;
+    m_atLineStart = ended;
+    c.midLine = !ended;
+}
+
+void VrxMon::readClient(int index)
+{
+    ClientRecord &c = m_clients[index];
+    const ssize_t n =
+        recv(c.fd, c.recvBuffer + c.carriedOver, sizeof c.recvBuffer - c.carriedOver, 0);
+    if (n <= 0) {
+        if (n == 0 || (errno != EAGAIN && errno != EINTR))
+            disconnectClient(index);
+        return;
+    }
+    const std::size_t total = std::size_t(n) + c.carriedOver;
+    c.carriedOver = 0;
+    const char *buf = c.recvBuffer;
+    std::size_t lineStart = 0;
+    for (std::size_t i = 0; i < total; ++i) {
+        const char ch = buf[i];
+        if (feedMatcher(c.matcher, ch)) {
+            executeCommand(index);
+            resetMatcher(c.matcher);
+            if (m_stopped)
+                return;
+        }
+        if (isLineEnd(ch)) {
+            showPiece(index, buf + lineStart, i + 1 - lineStart, true);
+            lineStart = i + 1;
+        }
+    }
+    if (lineStart < total)
+        showPiece(index, buf + lineStart, total - lineStart, false);
+    const QByteArray ack = encodeAck(qint64(n));
+    send(c.fd, ack.constData(), ack.size(), MSG_NOSIGNAL);
+}
+
+void VrxMon::executeCommand(int index)
+{
+    ClientRecord &c = m_clients[index];
+    const CommandDecision d = parseCommand(commandText(c.matcher), QByteArray(c.plotPrefix));
+    switch (d.kind) {
+    case CmdKind::Stop:
+        emit MessageAvailable(QStringLiteral("\n") + QString::fromLatin1(serverTimestamp()) +
+                              m_monitorPrompt + d.message);
+        stopServer();
+        m_stop.store(true);
+        return;
+    case CmdKind::InsufficientParams:
+    case CmdKind::Unknown:
+        emitMessage(d.message);
+        return;
+    case CmdKind::Plot:
+        break;
+    }
+    const int stray = RemoteMemProcessed.available();
+    if (stray > 0) {
+        emitMessage(outOfSyncText(stray));
+        while (RemoteMemProcessed.tryAcquire(1)) {
+        }
+    }
+    emit VirtualPlotItemConnected(d.plotRequest);
+    // A timed try between checks of the stop flag keeps the wait off the processor.
+    while (!RemoteMemProcessed.tryAcquire(1, 5)) {
+        if (stopRequested()) {
+            stopServer();
+            m_stop.store(true);
+            return;
+        }
+    }
+}
+
+void VrxMon::stopServer()
+{
+    // The listener goes first so that a new instance waiting for this one can bind as soon as
+    // it sees its own connection dropped.
+    if (m_listenFd >= 0)
+        close(m_listenFd);
+    m_listenFd = -1;
+    for (quint32 i = 0; i < m_clientCount.load(); ++i) {
+        if (m_clients[i].fd > 0) {
+            shutdown(m_clients[i].fd, SHUT_RDWR);
+            close(m_clients[i].fd);
+            m_clients[i].fd = 0;
+        }
+    }
+    m_clientCount.store(0);
+    emitMessage(stoppedText());
+    m_stopped = true;
+}

@@ -1,0 +1,76 @@
+#include "monitor/core/vrxmonhost.h"
+
+#include "monitor/core/serverterminator.h"
+#include "monitor/core/vrxmon.h"
+
+#include <QThread>
+
+VrxMonHost::VrxMonHost(QObject *parent)
+    : QObject(parent), m_thread(new QThread(this)), m_server(new VrxMon)
+{
+    m_thread->setObjectName(QStringLiteral("VrxMonServerThread"));
+    m_server->setObjectName(QStringLiteral("VrxMonServerWorker"));
+    m_server->moveToThread(m_thread);
+    connect(this, &VrxMonHost::StartVrxMon, m_server, &VrxMon::StartServer);
+    connect(m_server, &VrxMon::MessageAvailable, this, &VrxMonHost::MessageAvailable);
+    connect(m_server, &VrxMon::TakeOverServer, this, &VrxMonHost::onTakeOverServer);
+    connect(m_server, &VrxMon::finished, m_thread, &QThread::quit);
+}
+
+VrxMonHost::~VrxMonHost()
+{
+    m_server->requestShutdown();
+    if (m_terminatorThread) {
+        m_terminatorThread->quit();
+        m_terminatorThread->wait();
+        delete m_terminator;
+    }
+    m_thread->quit();
+    m_thread->wait();
+    delete m_server;
+}
+
+void VrxMonHost::start(quint32 type, const QString &pipeName, quint32 port, quint32 traceLevel,
+                       quint32 useTimestamp, quint32 devMask)
+{
+    m_type = type;
+    m_pipeName = pipeName;
+    m_port = port;
+    if (!m_thread->isRunning())
+        m_thread->start();
+    emit StartVrxMon(type, pipeName, port, traceLevel, useTimestamp, devMask);
+}
+
+void VrxMonHost::onTakeOverServer()
+{
+    if (m_terminatorThread)
+        return; // one takeover at a time
+    m_terminatorThread = new QThread(this);
+    m_terminatorThread->setObjectName(QStringLiteral("ServerTerminatorThread"));
+    m_terminator = new ServerTerminator;
+    m_terminator->moveToThread(m_terminatorThread);
+    connect(m_terminatorThread, &QThread::started, m_terminator, &ServerTerminator::run);
+    connect(m_terminator, &ServerTerminator::MessageAvailable, this, &VrxMonHost::MessageAvailable);
+    connect(m_terminator, &ServerTerminator::done, this, &VrxMonHost::onTerminatorDone);
+    m_terminatorThread->start();
+}
+
+void VrxMonHost::onTerminatorDone(bool ok)
+{
+    m_terminatorThread->quit();
+    m_terminatorThread->wait();
+    delete m_terminator;
+    m_terminator = nullptr;
+    delete m_terminatorThread;
+    m_terminatorThread = nullptr;
+    if (ok) {
+        emit MessageAvailable(QStringLiteral("closed!\n"));
+        // The server is idle between starts, so its settings can be read from here.
+        emit StartVrxMon(m_type, m_pipeName, m_port, m_server->traceLevel(),
+                         m_server->timestampSetting(), m_server->deviceMask());
+    } else {
+        emit MessageAvailable(QStringLiteral("\nERROR: Unable to stop or takeover existing "
+                                             "listener! Possible cause: Command not recognized!\n\n"));
+    }
+    emit takeOverFinished(ok);
+}

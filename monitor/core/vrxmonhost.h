@@ -1,0 +1,48 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+
+class QThread;
+class ServerTerminator;
+class VrxMon;
+
+// Owns the monitor server and its thread, the way the monitor console does: it starts the
+// server, hands its texts on, runs the takeover of a foreign listener and stops everything
+// cleanly when it is destroyed.
+class VrxMonHost : public QObject
+{
+    Q_OBJECT
+public:
+    explicit VrxMonHost(QObject *parent = nullptr);
+    ~VrxMonHost() override;
+
+    void start(quint32 type = 1, const QString &pipeName = QStringLiteral("127.0.0.1"),
+               quint32 port = 55555, quint32 traceLevel = 0, quint32 useTimestamp = 0,
+               quint32 devMask = 0);
+
+    VrxMon *server() const { return m_server; }
+    QThread *serverThread() const { return m_thread; }
+
+signals:
+    void StartVrxMon(const quint32 &type, const QString &pipe_name, const quint32 &port,
+                     const quint32 &trace_level, const quint32 &use_timestamp,
+                     const quint32 &dev_mask);
+    // Every text for the monitor output, server and takeover alike, appended as it stands.
+    void MessageAvailable(const QString &message);
+    void takeOverFinished(bool restarted);
+
+public slots:
+    void onTakeOverServer();
+
+private:
+    void onTerminatorDone(bool ok);
+
+    QThread *m_thread;
+    VrxMon *m_server;
+    QThread *m_terminatorThread = nullptr;
+    ServerTerminator *m_terminator = nullptr;
+    quint32 m_type = 1;
+    QString m_pipeName;
+    quint32 m_port = 55555;
+};
