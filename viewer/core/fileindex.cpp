@@ -1,0 +1,67 @@
+#include "viewer/core/fileindex.h"
+
+#include <QReadLocker>
+#include <QWriteLocker>
+
+void FileIndex::clearVectors()
+{
+    lineEnds.clear();
+    crlfCounts.clear();
+    lineEnds.append(0);
+    crlfCounts.append(0);
+    errorOffsets.clear();
+    warningOffsets.clear();
+    errorLines.clear();
+    warningLines.clear();
+    matchOffsets.clear();
+    matchLines.clear();
+}
+
+void FileIndex::setCapture(const QString &phrase, const QString &marker)
+{
+    QWriteLocker lock(&wholeFileLock);
+    capturePhrase = phrase;
+    endMarker = marker;
+}
+
+qint64 FileIndex::allocatedBytes() const
+{
+    const qint64 w = sizeof(qint32);
+    return w * (lineEnds.capacity() + crlfCounts.capacity() + errorOffsets.capacity()
+                + warningOffsets.capacity() + errorLines.capacity() + warningLines.capacity()
+                + matchOffsets.capacity() + matchLines.capacity());
+}
+
+const QVector<qint32> &TripleMatchBuffers::acceptPending()
+{
+    ready.acquire();
+    inUse = lastFilled;
+    free.release();
+    return buffers[inUse];
+}
+
+void AbortFlag::clear()
+{
+    QWriteLocker lock(&m_lock);
+    m_abort = false;
+}
+
+void AbortFlag::abort()
+{
+    QWriteLocker lock(&m_lock);
+    m_abort = true;
+}
+
+void AbortFlag::stop()
+{
+    m_stopped.store(true);
+    abort();
+}
+
+bool AbortFlag::isSet() const
+{
+    if (isStopped())
+        return true;
+    QReadLocker lock(&m_lock);
+    return m_abort;
+}

@@ -1,0 +1,488 @@
+#include "viewer/core/filereaderwriter.h"
+
+#include "viewer/core/mappedfile.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QReadLocker>
+#include <QStringRef>
+#include <QWriteLocker>
+
+#include <algorithm>
+#include <climits>
+#include <cstring>
+
+namespace {
+
+// The scratch lists hold one entry per byte in the worst case, so the chunk is capped.
+constexpr qint64 MaxChunkSize = qint64(16) << 20;
+constexpr qint64 DefaultChunkSize = 512000;
+
+void appendBulk(QVector<qint32> &v, const qint32 *data, size_t n)
+{
+    if (n == 0)
+        return;
+    const int old = v.size();
+    v.resize(old + int(n)); // grows geometrically, so per-chunk appends stay amortised
+    std::memcpy(v.data() + old, data, n * sizeof(qint32));
+}
+
+void squeezeAll(FileIndex *index)
+{
+    for (QVector<qint32> *v : {&index->lineEnds, &index->crlfCounts, &index->errorOffsets,
+                               &index->warningOffsets, &index->errorLines,
+                               &index->warningLines, &index->matchOffsets, &index->matchLines})
+        v->squeeze();
+}
+
+void refillSet(QSet<double> &marks, const QVector<qint32> &lines, qint32 maxLine,
+               double denominator)
+{
+    marks.clear();
+    marks.reserve(lines.size());
+    for (const qint32 line : lines) {
+        if (line <= maxLine)
+            marks.insert(line / denominator);
+    }
+}
+
+template <class F>
+void forEachMarker(const QStringRef &slice, const QString &marker, int restart, F &&onMatch)
+{
+    int from = 0;
+    while (true) {
+        const int at = slice.indexOf(marker, from, Qt::CaseSensitive);
+        if (at < 0)
+            break;
+        onMatch(at);
+        from = at + restart;
+    }
+}
+
+} // namespace
+
+struct FileReaderWriter::ChunkState
+{
+    QString path;
+    ByteScan::Needle needle;
+    bool useNeedle = false;
+    qint64 progressEvery = 0; // MaxBlockCount + 1; 0 when no progress is wanted
+    qint32 crlf = 0;
+    qint32 lastLineEnd = 0;   // last element of lineEnds
+    qint64 committed = 1;     // size of lineEnds
+};
+
+FileReaderWriter::FileReaderWriter(FileIndex *index, SpanAnnotations *annotations,
+                                   QObject *parent)
+    : QObject(parent), m_index(index), m_annotations(annotations)
+{
+}
+
+void FileReaderWriter::IndexFile(const QString &SearchString, const QString &FilePath,
+                                 const qint64 &ChunkSize, const qint64 &MaxBlockCount)
+{
+    m_abort.clear();
+    // Held until the index is complete, so filters and searches wait for a whole index.
+    QWriteLocker occurrences(&m_index->occurrenceLock);
+    QWriteLocker occurrenceMarks(&m_index->occurrenceAnnotationLock);
+    QWriteLocker matches(&m_index->matchLock);
+    QWriteLocker matchMarks(&m_index->matchAnnotationLock);
+    QWriteLocker whole(&m_index->wholeFileLock);
+    {
+        QWriteLocker lines(&m_index->lineLock);
+        m_index->clearVectors();
+    }
+    m_index->searchString = SearchString;
+    m_index->filePath = FilePath;
+    m_appendPath = FilePath;
+    m_appendBase = 0;
+    m_appendCrlf = 0;
+
+    ChunkState st;
+    st.path = FilePath;
+    st.needle = ByteScan::Needle(SearchString);
+    st.useNeedle = !st.needle.isEmpty() && !st.needle.isImpossible();
+    st.progressEvery = MaxBlockCount >= 0 ? MaxBlockCount + 1 : 0;
+    m_markTimer.start();
+    m_nextMarkRefill = 0;
+
+    MappedFile file;
+    if (!file.open(FilePath)) {
+        // A missing file is simply empty; one that exists but cannot be read is reported.
+        if (QFileInfo::exists(FilePath))
+            emit FileIndexError(FilePath, tr("Cannot read \"%1\": %2")
+                                              .arg(FilePath, file.errorString()));
+        finishIndex(FilePath);
+        return;
+    }
+    qint64 size = file.size();
+    if (size >= MappedFile::SizeLimit) {
+        emit FileIndexError(FilePath,
+                            tr("\"%1\" is too large to index (%2 bytes): files of 2 GiB or "
+                               "more are not supported.")
+                                .arg(FilePath)
+                                .arg(size));
+        finishIndex(FilePath);
+        return;
+    }
+
+    const qint64 chunk = ChunkSize > 0 ? qMin(ChunkSize, MaxChunkSize) : DefaultChunkSize;
+    const size_t scratch = size_t(qMin(chunk, size));
+    m_hits.resize(scratch);
+    if (st.useNeedle)
+        m_candidates.resize(scratch);
+    m_terms.reserve(scratch);
+    m_termCrlf.reserve(scratch);
+
+    qint64 offset = 0;
+    while (offset < size) {
+        if (m_abort.isStopped())
+            return; // shutting down: nobody waits for the result
+        if (m_abort.isSet())
+            break;
+        qint64 length = qMin(chunk, size - offset);
+        // The file may have shrunk since the last chunk; never map past its current end.
+        const qint64 now = file.currentSize();
+        if (now < offset + length) {
+            emit FileIndexError(FilePath, tr("\"%1\" changed while it was being indexed; the "
+                                             "index ends at byte %2.")
+                                              .arg(FilePath)
+                                              .arg(qMax(now, offset)));
+            length = now - offset;
+            size = offset + qMax<qint64>(length, 0);
+            if (length <= 0)
+                break;
+        }
+        const unsigned char *p = file.map(offset, length);
+        if (!p) {
+            emit FileIndexError(FilePath, tr("Cannot map \"%1\": %2")
+                                              .arg(FilePath, file.errorString()));
+            break;
+        }
+        indexChunk(st, p, offset, length);
+        file.unmap();
+        offset += length;
+    }
+    file.close();
+    m_appendBase = offset;
+    m_appendCrlf = st.crlf;
+    finishIndex(FilePath);
+}
+
+bool FileReaderWriter::indexChunk(ChunkState &st, const unsigned char *p, qint64 offset,
+                                  qint64 length)
+{
+    const size_t n = size_t(length);
+    m_terms.clear();
+    m_termCrlf.clear();
+    m_nuls.clear();
+    // NUL bytes only matter for the search text (a line is decoded up to its first NUL).
+    const size_t hits = ByteScan::collectHits(p, n, st.useNeedle, m_hits.data());
+    const qint32 base = qint32(offset);
+    const qint32 lineBase = qint32(st.committed);
+    size_t skip = SIZE_MAX;
+    for (size_t h = 0; h < hits; ++h) {
+        const size_t i = m_hits[h];
+        const unsigned char c = p[i];
+        if (c == '\n' || c == '\r') {
+            if (i == skip)
+                continue;
+            size_t at = i;
+            // A CR LF pair is one terminator, but only when both bytes lie in this chunk.
+            if (c == '\r' && i + 1 < n && p[i + 1] == '\n') {
+                ++st.crlf;
+                at = i + 1;
+                skip = at;
+            }
+            m_terms.push_back(base + qint32(at));
+            m_termCrlf.push_back(st.crlf);
+        } else if (c == 0) {
+            m_nuls.push_back(uint32_t(i));
+        } else if (c == 'E') {
+            if (i + 6 <= n && std::memcmp(p + i, "ERROR:", 6) == 0) {
+                m_index->errorOffsets.append(base + qint32(i));
+                m_index->errorLines.append(lineBase + qint32(m_terms.size()));
+            }
+        } else if (i + 6 <= n && std::memcmp(p + i, "WARN :", 6) == 0) {
+            m_index->warningOffsets.append(base + qint32(i));
+            m_index->warningLines.append(lineBase + qint32(m_terms.size()));
+        }
+    }
+    // The unterminated rest of the chunk is scanned only when it is not the chunk's last
+    // byte itself being the last line end (this only differs for a one-byte first chunk).
+    const qint32 lastEnd = m_terms.empty() ? st.lastLineEnd : m_terms.back();
+    const bool tailScanned = lastEnd < offset + length - 1;
+    if (st.useNeedle)
+        scanMatches(st, p, offset, length, tailScanned);
+    commitLines(st, 0);
+    return true;
+}
+
+void FileReaderWriter::scanMatches(ChunkState &st, const unsigned char *p, qint64 offset,
+                                   qint64 length, bool tailScanned)
+{
+    const size_t n = size_t(length);
+    const qint32 base = qint32(offset);
+    const qint32 lineBase = qint32(st.committed);
+    const size_t terms = m_terms.size();
+    if (st.needle.hasTerminator()) {
+        // Rare: a text with CR or LF can reach into the previous terminator, so each slice is
+        // decoded exactly as a line would be.
+        qint64 sliceStart = st.lastLineEnd < offset ? offset : st.lastLineEnd;
+        for (size_t t = 0; t <= terms; ++t) {
+            qint64 sliceEnd;
+            if (t < terms) {
+                // Inside one chunk an LF right after a CR is always the second byte of a pair.
+                const qint64 q = m_terms[t] - offset;
+                const bool pair = p[q] == '\n' && q > 0 && p[q - 1] == '\r';
+                sliceEnd = m_terms[t] - (pair ? 1 : 0);
+            } else {
+                if (!tailScanned)
+                    break;
+                sliceEnd = offset + length;
+            }
+            const qint64 from = qMax(sliceStart, offset);
+            const QString slice =
+                ByteScan::decodeSlice(p + (from - offset), size_t(sliceEnd - from));
+            const qint32 line = lineBase + qint32(t);
+            ByteScan::forEachQStringMatch(slice, st.needle.text(), [&](int at) {
+                m_index->matchOffsets.append(qint32(from + at));
+                m_index->matchLines.append(line);
+            });
+            if (t < terms)
+                sliceStart = m_terms[t];
+        }
+        return;
+    }
+
+    const size_t count = st.needle.collectCandidates(p, n, m_candidates.data());
+    const size_t len = size_t(st.needle.length());
+    size_t t = 0;
+    size_t nextAllowed = 0;
+    for (size_t c = 0; c < count; ++c) {
+        const size_t i = m_candidates[c];
+        if (i < nextAllowed)
+            continue;
+        while (t < terms && size_t(m_terms[t] - base) < i)
+            ++t;
+        if (t == terms && !tailScanned)
+            break;
+        if (!st.needle.matchesAt(p + i))
+            continue;
+        if (!m_nuls.empty()) {
+            // Text after a NUL byte is not part of the decoded line.
+            const uint32_t sliceStart = t > 0 ? uint32_t(m_terms[t - 1] - base) : 0;
+            const auto nul = std::lower_bound(m_nuls.begin(), m_nuls.end(), sliceStart);
+            if (nul != m_nuls.end() && *nul < i + len)
+                continue;
+        }
+        m_index->matchOffsets.append(base + qint32(i));
+        m_index->matchLines.append(lineBase + qint32(t));
+        nextAllowed = i + len;
+    }
+}
+
+void FileReaderWriter::commitLines(ChunkState &st, size_t termBegin)
+{
+    const size_t n = m_terms.size();
+    size_t done = termBegin;
+    while (done < n) {
+        size_t take = n - done;
+        if (st.progressEvery > 0) {
+            const qint64 toBoundary = st.progressEvery - st.committed % st.progressEvery;
+            take = size_t(qMin<qint64>(qint64(take), toBoundary));
+        }
+        {
+            // Whole runs of lines per lock: the panel sees them appear in batches.
+            QWriteLocker lines(&m_index->lineLock);
+            appendBulk(m_index->lineEnds, m_terms.data() + done, take);
+            appendBulk(m_index->crlfCounts, m_termCrlf.data() + done, take);
+        }
+        done += take;
+        st.committed += qint64(take);
+        if (st.progressEvery > 0 && st.committed % st.progressEvery == 0)
+            publishProgress(st, false);
+    }
+    if (n > 0)
+        st.lastLineEnd = m_terms.back();
+}
+
+void FileReaderWriter::publishProgress(ChunkState &st, bool force)
+{
+    // Refilling is linear in the occurrences so far; doing it at every progress step would
+    // make indexing quadratic, so it is spread out to keep its share of the time small.
+    if (force || m_markTimer.elapsed() >= m_nextMarkRefill) {
+        QElapsedTimer cost;
+        cost.start();
+        refillOccurrenceMarks(qint32(st.committed - 1));
+        refillSearchMarks(qint32(st.committed - 1));
+        m_nextMarkRefill = m_markTimer.elapsed() + qMax<qint64>(50, 8 * cost.elapsed());
+        emit SpanSliderRepaintRequested();
+    }
+    emit FileIndexed(st.path, qint32(st.committed - 1));
+}
+
+void FileReaderWriter::refillOccurrenceMarks(qint32 lineLimit)
+{
+    const double denominator = qMax(1, m_index->lineEnds.size());
+    refillSet(m_annotations->errorMarks, m_index->errorLines, lineLimit, denominator);
+    refillSet(m_annotations->warningMarks, m_index->warningLines, lineLimit, denominator);
+}
+
+void FileReaderWriter::refillSearchMarks(qint32 lineLimit)
+{
+    const double denominator = qMax(1, m_index->lineEnds.size());
+    refillSet(m_annotations->searchMarks, m_index->matchLines, lineLimit, denominator);
+}
+
+void FileReaderWriter::finishIndex(const QString &path)
+{
+    squeezeAll(m_index);
+    refillOccurrenceMarks(INT_MAX);
+    refillSearchMarks(INT_MAX);
+    emit SpanSliderRepaintRequested();
+    emit FileIndexed(path, m_index->lineEnds.size());
+}
+
+void FileReaderWriter::AppendFile(const QString &FilePath, const QString &text)
+{
+    if (m_busy)
+        return;
+    m_busy = true;
+    QString phrase, marker;
+    {
+        QReadLocker whole(&m_index->wholeFileLock);
+        phrase = m_index->capturePhrase;
+        marker = m_index->endMarker;
+    }
+    if (FilePath != m_appendPath || FilePath != m_index->filePath) {
+        QWriteLocker occurrences(&m_index->occurrenceLock);
+        QWriteLocker matches(&m_index->matchLock);
+        QWriteLocker whole(&m_index->wholeFileLock);
+        QWriteLocker lines(&m_index->lineLock);
+        m_index->filePath = FilePath;
+        m_index->clearVectors();
+        m_appendPath = FilePath;
+        m_appendBase = 0;
+        m_appendCrlf = 0;
+        m_phrase.clear(); // taken afresh below
+    }
+    if (phrase != m_phrase) {
+        m_phrase = phrase;
+        m_phraseMatched = 0;
+        m_capturing = false;
+        m_captured.clear();
+    }
+    if (!m_phrase.isEmpty())
+        capturePhrase(text, marker);
+
+    const int length = text.size();
+    {
+        QReadLocker whole(&m_index->wholeFileLock);
+        const bool matches = !m_index->searchString.isEmpty();
+        QWriteLocker occurrences(&m_index->occurrenceLock);
+        QWriteLocker matchList(&m_index->matchLock);
+        const qint32 base = qint32(m_appendBase);
+        int lineStart = 0;
+        for (int i = 0; i < length; ++i) {
+            const QChar ch = text.at(i);
+            if (ch != QLatin1Char('\n') && ch != QLatin1Char('\r'))
+                continue;
+            scanAppendedSlice(text, lineStart, i, base, matches);
+            int at = i;
+            if (ch == QLatin1Char('\r') && i + 1 < length && text.at(i + 1) == QLatin1Char('\n')) {
+                ++m_appendCrlf;
+                at = i + 1;
+            }
+            {
+                QWriteLocker lines(&m_index->lineLock);
+                m_index->lineEnds.append(base + at);
+                m_index->crlfCounts.append(m_appendCrlf);
+            }
+            i = at;
+            lineStart = at + 1;
+        }
+        if (m_index->lineEnds.last() < base + length - 1)
+            scanAppendedSlice(text, lineStart, length, base, matches);
+        matchList.unlock();
+        occurrences.unlock();
+
+        m_appendBase += length;
+        QFile file(FilePath);
+        if (file.open(QIODevice::ReadWrite | QIODevice::Append)) {
+            file.write(text.toLocal8Bit());
+            file.close();
+            emit FileAppended(m_index->lineEnds.size());
+        }
+    }
+    {
+        QReadLocker occurrences(&m_index->occurrenceLock);
+        QWriteLocker marks(&m_index->occurrenceAnnotationLock);
+        refillOccurrenceMarks(INT_MAX);
+    }
+    {
+        QReadLocker matches(&m_index->matchLock);
+        QWriteLocker marks(&m_index->matchAnnotationLock);
+        refillSearchMarks(INT_MAX);
+    }
+    emit SpanSliderAnnotationsUpdated();
+    m_busy = false;
+}
+
+void FileReaderWriter::scanAppendedSlice(const QString &text, int from, int to, qint32 base,
+                                         bool matches)
+{
+    if (to <= from)
+        return;
+    const QStringRef slice(&text, from, to - from);
+    const qint32 line = m_index->lineEnds.size();
+    static const QString error = QStringLiteral("ERROR:");
+    static const QString warning = QStringLiteral("WARN :");
+    forEachMarker(slice, error, 5, [&](int at) {
+        m_index->errorOffsets.append(base + from + at);
+        m_index->errorLines.append(line);
+    });
+    forEachMarker(slice, warning, 4, [&](int at) {
+        m_index->warningOffsets.append(base + from + at);
+        m_index->warningLines.append(line);
+    });
+    if (!matches)
+        return;
+    const QString &needle = m_index->searchString;
+    int at = 0;
+    while ((at = slice.indexOf(needle, at, Qt::CaseInsensitive)) >= 0) {
+        m_index->matchOffsets.append(base + from + at);
+        m_index->matchLines.append(line);
+        at += needle.size();
+    }
+}
+
+void FileReaderWriter::capturePhrase(const QString &text, const QString &marker)
+{
+    for (const QChar ch : text) {
+        if (m_capturing) {
+            m_captured += ch;
+            if (!marker.isEmpty() && m_captured.endsWith(marker)) {
+                emit PhraseCaptured(m_captured);
+                m_capturing = false;
+                m_captured.clear();
+            }
+            continue;
+        }
+        if (ch == m_phrase.at(m_phraseMatched))
+            ++m_phraseMatched;
+        else
+            m_phraseMatched = ch == m_phrase.at(0) ? 1 : 0;
+        if (m_phraseMatched == m_phrase.size()) {
+            m_capturing = true;
+            m_captured.clear();
+            m_phraseMatched = 0;
+        }
+    }
+    // Without an end marker a capture ends with the piece that holds it.
+    if (m_capturing && marker.isEmpty() && !m_captured.isEmpty()) {
+        emit PhraseCaptured(m_captured);
+        m_capturing = false;
+        m_captured.clear();
+    }
+}

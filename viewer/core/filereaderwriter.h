@@ -1,0 +1,77 @@
+#pragma once
+
+#include "viewer/core/bytescan.h"
+#include "viewer/core/fileindex.h"
+
+#include <QElapsedTimer>
+#include <QObject>
+
+#include <vector>
+
+// Builds the shared index of a file on "FileReaderWriterThread" and extends it (and the file
+// on disk) with text appended by a live source.
+class FileReaderWriter : public QObject
+{
+    Q_OBJECT
+public:
+    FileReaderWriter(FileIndex *index, SpanAnnotations *annotations, QObject *parent = nullptr);
+
+    // Thread-safe: ends a running pass early; the next request clears it.
+    void abort() { m_abort.abort(); }
+    // Thread-safe, permanent: for the owner's shutdown.
+    void stop() { m_abort.stop(); }
+
+public slots:
+    void IndexFile(const QString &SearchString, const QString &FilePath, const qint64 &ChunkSize,
+                   const qint64 &MaxBlockCount);
+    void AppendFile(const QString &FilePath, const QString &text);
+
+signals:
+    void FileIndexed(const QString &FilePath, const qint32 &LineCount);
+    void FileAppended(const qint32 &lines);
+    void SpanSliderAnnotationsUpdated();
+    void PhraseCaptured(const QString &Phrase);
+    // The slider should repaint its annotation marks.
+    void SpanSliderRepaintRequested();
+    // A file that could not be indexed (or only partly): the index stays seeded or holds
+    // what was read, and FileIndexed still follows so the panel leaves "Indexing...".
+    void FileIndexError(const QString &FilePath, const QString &Message);
+
+private:
+    struct ChunkState;
+    bool indexChunk(ChunkState &st, const unsigned char *p, qint64 offset, qint64 length);
+    void scanMatches(ChunkState &st, const unsigned char *p, qint64 offset, qint64 length,
+                     bool tailScanned);
+    void commitLines(ChunkState &st, size_t termBegin);
+    void publishProgress(ChunkState &st, bool force);
+    // Callers hold the annotation locks for writing and the list locks; only entries whose
+    // line is below lineLimit are shown (later ones belong to lines not yet closed).
+    void refillOccurrenceMarks(qint32 lineLimit);
+    void refillSearchMarks(qint32 lineLimit);
+    void finishIndex(const QString &path);
+    void capturePhrase(const QString &text, const QString &marker);
+    void scanAppendedSlice(const QString &text, int from, int to, qint32 base, bool matches);
+
+    FileIndex *m_index;
+    SpanAnnotations *m_annotations;
+    AbortFlag m_abort;
+
+    // Append path state.
+    QString m_appendPath;
+    qint64 m_appendBase = 0;
+    qint32 m_appendCrlf = 0;
+    bool m_busy = false;
+    QString m_phrase;
+    int m_phraseMatched = 0;
+    bool m_capturing = false;
+    QString m_captured;
+
+    // Per-chunk scratch, kept between chunks to avoid reallocations.
+    std::vector<uint32_t> m_hits;
+    std::vector<uint32_t> m_candidates;
+    std::vector<qint32> m_terms;
+    std::vector<qint32> m_termCrlf;
+    std::vector<uint32_t> m_nuls;
+    QElapsedTimer m_markTimer;
+    qint64 m_nextMarkRefill = 0;
+};

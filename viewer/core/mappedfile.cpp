@@ -1,0 +1,85 @@
+#include "viewer/core/mappedfile.h"
+
+#include <QFile>
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+MappedFile::~MappedFile()
+{
+    close();
+}
+
+bool MappedFile::open(const QString &path)
+{
+    close();
+    const QByteArray native = QFile::encodeName(path);
+    m_fd = ::open(native.constData(), O_RDONLY | O_CLOEXEC);
+    if (m_fd < 0) {
+        m_error = QString::fromLocal8Bit(std::strerror(errno));
+        return false;
+    }
+    struct stat st;
+    if (::fstat(m_fd, &st) != 0) {
+        m_error = QString::fromLocal8Bit(std::strerror(errno));
+        close();
+        return false;
+    }
+    if (!S_ISREG(st.st_mode)) {
+        m_error = QStringLiteral("Not a regular file");
+        close();
+        return false;
+    }
+    m_size = st.st_size;
+    return true;
+}
+
+void MappedFile::close()
+{
+    unmap();
+    if (m_fd >= 0)
+        ::close(m_fd);
+    m_fd = -1;
+    m_size = 0;
+}
+
+qint64 MappedFile::currentSize() const
+{
+    struct stat st;
+    if (m_fd < 0 || ::fstat(m_fd, &st) != 0)
+        return -1;
+    return st.st_size;
+}
+
+const unsigned char *MappedFile::map(qint64 offset, qint64 length)
+{
+    unmap();
+    if (length <= 0)
+        return nullptr;
+    static const qint64 page = ::sysconf(_SC_PAGESIZE);
+    const qint64 aligned = offset - offset % page;
+    const size_t delta = size_t(offset - aligned);
+    m_mappedLength = size_t(length) + delta;
+    // Populating up front costs one call instead of a fault per few pages.
+    void *base = ::mmap(nullptr, m_mappedLength, PROT_READ, MAP_PRIVATE | MAP_POPULATE, m_fd,
+                        aligned);
+    if (base == MAP_FAILED) {
+        m_error = QString::fromLocal8Bit(std::strerror(errno));
+        m_mappedLength = 0;
+        return nullptr;
+    }
+    m_base = base;
+    return static_cast<const unsigned char *>(base) + delta;
+}
+
+void MappedFile::unmap()
+{
+    if (m_base)
+        ::munmap(m_base, m_mappedLength);
+    m_base = nullptr;
+    m_mappedLength = 0;
+}
