@@ -73,12 +73,9 @@ MainWindow::~MainWindow()
     // Tear the docks down while this window's members still exist, and keep their last
     // signals (visibility, process state) from reaching it.
     disconnect(qApp, nullptr, this, nullptr);
+    for (QObject *child : findChildren<QObject *>())
+        child->disconnect(this);
     const QList<DockWidget *> docks = allDocks();
-    for (DockWidget *dock : docks) {
-        dock->disconnect(this);
-        for (QObject *child : dock->findChildren<QObject *>())
-            child->disconnect(this);
-    }
     m_fixedDocks.clear();
     m_editorDocks.clear();
     qDeleteAll(docks);

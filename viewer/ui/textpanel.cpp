@@ -40,7 +40,9 @@ TextPanel::TextPanel(QWidget *parent)
     m_toolBar->addSeparator();
     m_toolBar->addWidget(new QLabel(tr("Find:"), this));
     m_searchField->setToolTip(tr("Search text i editor\nCTRL+F"));
-    m_searchField->setClearButtonEnabled(true);
+    QAction *clear = m_searchField->addAction(QIcon(QStringLiteral("://Images/clearedit.png")),
+                                              QLineEdit::TrailingPosition);
+    connect(clear, &QAction::triggered, m_searchField, &QLineEdit::clear);
     m_searchField->setMaximumWidth(220);
     m_toolBar->addWidget(m_searchField);
     m_toolBar->addWidget(m_counterLabel);
