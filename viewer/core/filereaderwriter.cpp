@@ -159,7 +159,13 @@ void FileReaderWriter::IndexFile(const QString &SearchString, const QString &Fil
                                               .arg(FilePath, file.errorString()));
             break;
         }
-        indexChunk(st, p, offset, length);
+        if (!indexChunk(st, p, offset, length)) {
+            emit FileIndexError(FilePath, tr("\"%1\" changed while it was being indexed; the "
+                                             "index ends at byte %2.")
+                                              .arg(FilePath)
+                                              .arg(offset));
+            break;
+        }
         file.unmap();
         offset += length;
     }
@@ -172,10 +178,33 @@ void FileReaderWriter::IndexFile(const QString &SearchString, const QString &Fil
 bool FileReaderWriter::indexChunk(ChunkState &st, const unsigned char *p, qint64 offset,
                                   qint64 length)
 {
-    const size_t n = size_t(length);
+    const int errorsBefore = m_index->errorOffsets.size();
+    const int warningsBefore = m_index->warningOffsets.size();
+    const int matchesBefore = m_index->matchOffsets.size();
     m_terms.clear();
     m_termCrlf.clear();
     m_nuls.clear();
+    const qint32 crlfBefore = st.crlf;
+    const bool read = MappedGuard::run([&] { scanChunk(st, p, offset, length); });
+    if (!read) {
+        // The file was cut short under the mapping: drop this chunk's partial results.
+        m_index->errorOffsets.resize(errorsBefore);
+        m_index->errorLines.resize(errorsBefore);
+        m_index->warningOffsets.resize(warningsBefore);
+        m_index->warningLines.resize(warningsBefore);
+        m_index->matchOffsets.resize(matchesBefore);
+        m_index->matchLines.resize(matchesBefore);
+        st.crlf = crlfBefore;
+        return false;
+    }
+    commitLines(st, 0);
+    return true;
+}
+
+void FileReaderWriter::scanChunk(ChunkState &st, const unsigned char *p, qint64 offset,
+                                 qint64 length)
+{
+    const size_t n = size_t(length);
     // NUL bytes only matter for the search text (a line is decoded up to its first NUL).
     const size_t hits = ByteScan::collectHits(p, n, st.useNeedle, m_hits.data());
     const qint32 base = qint32(offset);
@@ -208,14 +237,12 @@ bool FileReaderWriter::indexChunk(ChunkState &st, const unsigned char *p, qint64
             m_index->warningLines.append(lineBase + qint32(m_terms.size()));
         }
     }
-    // The unterminated rest of the chunk is scanned only when it is not the chunk's last
-    // byte itself being the last line end (this only differs for a one-byte first chunk).
+    // The unterminated rest of the chunk is scanned unless the last line end is the chunk's
+    // last byte (this only differs from "there is a rest" for a one-byte first chunk).
     const qint32 lastEnd = m_terms.empty() ? st.lastLineEnd : m_terms.back();
     const bool tailScanned = lastEnd < offset + length - 1;
     if (st.useNeedle)
         scanMatches(st, p, offset, length, tailScanned);
-    commitLines(st, 0);
-    return true;
 }
 
 void FileReaderWriter::scanMatches(ChunkState &st, const unsigned char *p, qint64 offset,

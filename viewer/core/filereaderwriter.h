@@ -40,6 +40,7 @@ signals:
 private:
     struct ChunkState;
     bool indexChunk(ChunkState &st, const unsigned char *p, qint64 offset, qint64 length);
+    void scanChunk(ChunkState &st, const unsigned char *p, qint64 offset, qint64 length);
     void scanMatches(ChunkState &st, const unsigned char *p, qint64 offset, qint64 length,
                      bool tailScanned);
     void commitLines(ChunkState &st, size_t termBegin);

@@ -128,52 +128,64 @@ bool FileSearcher::scanRange(MappedFile &file, const ByteScan::Needle &needle, q
             auto lineOf = [&](qint64 pos) {
                 return qint32(std::lower_bound(first, last, qint32(pos)) - ends.cbegin());
             };
-            if (needle.hasTerminator()) {
-                // Lines decoded as the indexer does: from the previous terminator up to this
-                // one, so a text holding CR or LF finds the same places.
-                for (qint32 line = lineOf(a); ; ++line) {
-                    const qint64 sliceStart = line == 1 ? 0 : ends[line - 1];
-                    if (sliceStart >= b)
-                        break;
-                    qint64 sliceEnd = b;
-                    if (line < ends.size()) {
-                        const bool pair = ends[line] > 0 && m_index->crlfCounts[line]
-                                                                != m_index->crlfCounts[line - 1];
-                        sliceEnd = qMin<qint64>(b, ends[line] - (pair ? 1 : 0));
-                    }
-                    const qint64 s = qMax(sliceStart, mapStart);
-                    if (sliceEnd > s) {
-                        const QString slice = ByteScan::decodeSlice(p + (s - mapStart),
-                                                                    size_t(sliceEnd - s));
-                        ByteScan::forEachQStringMatch(slice, needle.text(), [&](int at) {
-                            m_index->matchOffsets.append(qint32(s + at));
-                            m_index->matchLines.append(line);
-                            ++m_matchCount;
-                        });
-                    }
-                    if (line >= ends.size() || ends[line] + 1 >= b)
-                        break;
-                }
-            } else {
+            if (!needle.hasTerminator())
                 m_candidates.resize(n);
-                const size_t count = needle.collectCandidates(chunk, n, m_candidates.data());
-                size_t nextAllowed = 0;
-                for (size_t c = 0; c < count; ++c) {
-                    const size_t i = m_candidates[c];
-                    if (i < nextAllowed || !needle.matchesAt(chunk + i))
-                        continue;
-                    const qint64 pos = a + qint64(i);
-                    const qint32 line = lineOf(pos);
-                    const qint64 lineStart = line == 1 ? 0 : ends[line - 1] + 1;
-                    const qint64 s = qMax(lineStart, a);
-                    // Text after a NUL byte is not part of the decoded line.
-                    if (std::memchr(chunk + (s - a), 0, size_t(pos + len - s)))
-                        continue;
-                    m_index->matchOffsets.append(qint32(pos));
-                    m_index->matchLines.append(line);
-                    ++m_matchCount;
-                    nextAllowed = i + size_t(len);
+            const int matchesBefore = m_index->matchOffsets.size();
+            const qint64 countBefore = m_matchCount;
+            const bool read = MappedGuard::run([&] {
+                if (needle.hasTerminator()) {
+                    // Lines decoded as the indexer does: from the previous terminator up to this
+                    // one, so a text holding CR or LF finds the same places.
+                    for (qint32 line = lineOf(a); ; ++line) {
+                        const qint64 sliceStart = line == 1 ? 0 : ends[line - 1];
+                        if (sliceStart >= b)
+                            break;
+                        qint64 sliceEnd = b;
+                        if (line < ends.size()) {
+                            const bool pair = ends[line] > 0 && m_index->crlfCounts[line]
+                                                                    != m_index->crlfCounts[line - 1];
+                            sliceEnd = qMin<qint64>(b, ends[line] - (pair ? 1 : 0));
+                        }
+                        const qint64 s = qMax(sliceStart, mapStart);
+                        if (sliceEnd > s) {
+                            const QString slice = ByteScan::decodeSlice(p + (s - mapStart),
+                                                                        size_t(sliceEnd - s));
+                            ByteScan::forEachQStringMatch(slice, needle.text(), [&](int at) {
+                                m_index->matchOffsets.append(qint32(s + at));
+                                m_index->matchLines.append(line);
+                                ++m_matchCount;
+                            });
+                        }
+                        if (line >= ends.size() || ends[line] + 1 >= b)
+                            break;
+                    }
+                } else {
+                    const size_t count = needle.collectCandidates(chunk, n, m_candidates.data());
+                    size_t nextAllowed = 0;
+                    for (size_t c = 0; c < count; ++c) {
+                        const size_t i = m_candidates[c];
+                        if (i < nextAllowed || !needle.matchesAt(chunk + i))
+                            continue;
+                        const qint64 pos = a + qint64(i);
+                        const qint32 line = lineOf(pos);
+                        const qint64 lineStart = line == 1 ? 0 : ends[line - 1] + 1;
+                        const qint64 s = qMax(lineStart, a);
+                        // Text after a NUL byte is not part of the decoded line.
+                        if (std::memchr(chunk + (s - a), 0, size_t(pos + len - s)))
+                            continue;
+                        m_index->matchOffsets.append(qint32(pos));
+                        m_index->matchLines.append(line);
+                        ++m_matchCount;
+                        nextAllowed = i + size_t(len);
+                    }
                 }
+            });
+            if (!read) {
+                // The file was cut short under the mapping: keep what came before.
+                m_index->matchOffsets.resize(matchesBefore);
+                m_index->matchLines.resize(matchesBefore);
+                m_matchCount = countBefore;
+                return true;
             }
         }
         file.unmap();

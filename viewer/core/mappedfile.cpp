@@ -2,7 +2,10 @@
 
 #include <QFile>
 
+#include <mutex>
+
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -83,3 +86,49 @@ void MappedFile::unmap()
     m_base = nullptr;
     m_mappedLength = 0;
 }
+
+namespace MappedGuard {
+namespace {
+
+struct sigaction s_previous;
+
+void onBusError(int sig, siginfo_t *info, void *context)
+{
+    if (sigjmp_buf *jump = currentJump())
+        siglongjmp(*jump, 1);
+    // Not a guarded read: hand the signal to whoever had it before.
+    if (s_previous.sa_flags & SA_SIGINFO) {
+        if (s_previous.sa_sigaction) {
+            s_previous.sa_sigaction(sig, info, context);
+            return;
+        }
+    } else if (s_previous.sa_handler != SIG_DFL && s_previous.sa_handler != SIG_IGN) {
+        s_previous.sa_handler(sig);
+        return;
+    }
+    // Default action: restore it; the faulting access repeats and ends the process.
+    signal(SIGBUS, SIG_DFL);
+}
+
+} // namespace
+
+sigjmp_buf *&currentJump()
+{
+    thread_local sigjmp_buf *jump = nullptr;
+    return jump;
+}
+
+void installHandler()
+{
+    static std::once_flag once;
+    std::call_once(once, [] {
+        struct sigaction action;
+        std::memset(&action, 0, sizeof action);
+        action.sa_sigaction = onBusError;
+        sigemptyset(&action.sa_mask);
+        action.sa_flags = SA_SIGINFO | SA_NODEFER;
+        sigaction(SIGBUS, &action, &s_previous);
+    });
+}
+
+} // namespace MappedGuard

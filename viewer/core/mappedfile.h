@@ -2,6 +2,7 @@
 
 #include <QString>
 
+#include <csetjmp>
 #include <cstddef>
 
 // A read-only file descriptor that maps one chunk at a time. Before each mapping the
@@ -39,3 +40,27 @@ private:
     size_t m_mappedLength = 0;
     QString m_error;
 };
+
+// Runs f, which reads mapped bytes; returns false if the file was truncated under it (SIGBUS
+// while reading) instead of letting the signal end the process. f must not hold objects
+// that need destructors across its reads of mapped memory: a fault jumps straight back.
+namespace MappedGuard {
+sigjmp_buf *&currentJump();
+void installHandler();
+
+template <class F>
+bool run(F &&f)
+{
+    installHandler();
+    sigjmp_buf jump;
+    sigjmp_buf *const previous = currentJump();
+    if (sigsetjmp(jump, 1) != 0) {
+        currentJump() = previous;
+        return false;
+    }
+    currentJump() = &jump;
+    f();
+    currentJump() = previous;
+    return true;
+}
+} // namespace MappedGuard

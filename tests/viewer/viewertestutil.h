@@ -1,0 +1,176 @@
+#pragma once
+
+// Shared by the viewer tests: a plain, byte-by-byte index builder that follows the rules
+// literally (the reference the engine is compared against), file helpers and a waiter.
+
+#include "viewer/core/filereaderwriter.h"
+#include "viewer/core/filesearcher.h"
+#include "viewer/core/occurrencefilter.h"
+
+#include <QByteArray>
+#include <QFile>
+#include <QRandomGenerator>
+#include <QSignalSpy>
+#include <QString>
+#include <QVector>
+
+namespace ViewerTest {
+
+struct Reference
+{
+    QVector<qint32> lineEnds{0};
+    QVector<qint32> crlfCounts{0};
+    QVector<qint32> errorOffsets, errorLines, warningOffsets, warningLines;
+    QVector<qint32> matchOffsets, matchLines;
+    QVector<qint32> progress; // the LineCount of each intermediate FileIndexed
+};
+
+inline void scanSlice(Reference &r, const QByteArray &data, qint64 from, qint64 to,
+                      const QString &search)
+{
+    const QByteArray slice = data.mid(int(from), int(to - from));
+    const qint32 line = r.lineEnds.size();
+    for (int at = slice.indexOf("ERROR:"); at >= 0; at = slice.indexOf("ERROR:", at + 5)) {
+        r.errorOffsets.append(qint32(from + at));
+        r.errorLines.append(line);
+    }
+    for (int at = slice.indexOf("WARN :"); at >= 0; at = slice.indexOf("WARN :", at + 4)) {
+        r.warningOffsets.append(qint32(from + at));
+        r.warningLines.append(line);
+    }
+    if (search.isEmpty())
+        return;
+    const int nul = slice.indexOf('\0');
+    const QString text = QString::fromLatin1(slice.constData(), nul < 0 ? slice.size() : nul);
+    for (int at = text.indexOf(search, 0, Qt::CaseInsensitive); at >= 0;
+         at = text.indexOf(search, at + search.size(), Qt::CaseInsensitive)) {
+        r.matchOffsets.append(qint32(from + at));
+        r.matchLines.append(line);
+    }
+}
+
+inline Reference referenceIndex(const QByteArray &data, const QString &search, qint64 chunk,
+                                qint64 maxBlockCount)
+{
+    Reference r;
+    qint32 crlf = 0;
+    const qint64 size = data.size();
+    for (qint64 offset = 0; offset < size; offset += chunk) {
+        const qint64 length = qMin(chunk, size - offset);
+        for (qint64 i = offset; i < offset + length; ++i) {
+            const char c = data[int(i)];
+            if (c != '\n' && c != '\r')
+                continue;
+            const qint64 start = r.lineEnds.last() < offset ? offset : r.lineEnds.last();
+            scanSlice(r, data, start, i, search);
+            if (c == '\r' && i != offset + length - 1 && data[int(i + 1)] == '\n') {
+                ++i;
+                ++crlf;
+            }
+            r.crlfCounts.append(crlf);
+            r.lineEnds.append(qint32(i));
+            if (r.lineEnds.size() % (maxBlockCount + 1) == 0)
+                r.progress.append(r.lineEnds.size() - 1);
+        }
+        if (r.lineEnds.last() < offset + length - 1) {
+            const qint64 start = r.lineEnds.last() < offset ? offset : r.lineEnds.last();
+            scanSlice(r, data, start, offset + length, search);
+        }
+    }
+    return r;
+}
+
+inline QSet<double> marksOf(const QVector<qint32> &lines, int lineEndCount)
+{
+    QSet<double> marks;
+    for (const qint32 line : lines)
+        marks.insert(line / double(lineEndCount));
+    return marks;
+}
+
+inline bool writeFile(const QString &path, const QByteArray &data)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly | QIODevice::Truncate)
+           && file.write(data) == data.size();
+}
+
+// A log-like text with every awkward byte the indexer cares about.
+inline QByteArray randomLog(QRandomGenerator &rng, int lines)
+{
+    static const char *const pieces[] = {"ERROR:", "WARN :", "error:", "warn :", "ERROR",
+                                         "ERROR:ERROR:", "WARN :WARN :", "Needle", "nEeDlE",
+                                         "needleneedle", "k", "K", "\r", "\n", "\r\n",
+                                         "\n\r", "\0", "x", "INFO : ", "\xe9", "\xc9", "\xb5"};
+    QByteArray out;
+    for (int line = 0; line < lines; ++line) {
+        const int parts = int(rng.bounded(8));
+        for (int p = 0; p < parts; ++p) {
+            const char *piece = pieces[rng.bounded(int(sizeof pieces / sizeof *pieces))];
+            if (*piece == 0)
+                out.append('\0');
+            else
+                out.append(piece);
+            out.append(QByteArray(int(rng.bounded(5)), 'a' + char(rng.bounded(26))));
+        }
+        const int end = int(rng.bounded(4));
+        out.append(end == 0 ? "\n" : end == 1 ? "\r\n" : end == 2 ? "\r" : "\n");
+    }
+    if (rng.bounded(2))
+        out.append("tail ERROR: needle");
+    return out;
+}
+
+// Waits until spy holds at least count signals; a signal that already arrived counts.
+inline bool waitForCount(QSignalSpy &spy, int count, int timeoutMs = 30000)
+{
+    while (spy.count() < count) {
+        if (!spy.wait(timeoutMs))
+            return spy.count() >= count;
+    }
+    return true;
+}
+
+// Re-emits the workers' signals on the test thread (queued), so spies are only ever touched
+// by one thread.
+class Relay : public QObject
+{
+    Q_OBJECT
+public:
+    explicit Relay(FileReaderWriter *rw, FileSearcher *searcher = nullptr,
+                   OccurrenceFilter *filter = nullptr)
+    {
+        connect(rw, &FileReaderWriter::FileIndexed, this, &Relay::FileIndexed);
+        connect(rw, &FileReaderWriter::FileIndexError, this, &Relay::FileIndexError);
+        connect(rw, &FileReaderWriter::FileAppended, this, &Relay::FileAppended);
+        connect(rw, &FileReaderWriter::PhraseCaptured, this, &Relay::PhraseCaptured);
+        connect(rw, &FileReaderWriter::SpanSliderAnnotationsUpdated, this,
+                &Relay::AnnotationsUpdated);
+        if (searcher)
+            connect(searcher, &FileSearcher::SearchProcessed, this, &Relay::SearchProcessed);
+        if (filter) {
+            connect(filter, &OccurrenceFilter::MatchFilterFinished, this,
+                    &Relay::MatchFilterFinished);
+            connect(filter, &OccurrenceFilter::CriticalFilterFinished, this,
+                    &Relay::CriticalFilterFinished);
+            connect(filter, &OccurrenceFilter::SpanSliderAnnotationsUpdated, this,
+                    &Relay::AnnotationsUpdated);
+            connect(filter, &OccurrenceFilter::SpanSliderRepaintRequested, this,
+                    &Relay::RepaintRequested);
+        }
+    }
+
+signals:
+    void FileIndexed(const QString &FilePath, const qint32 &LineCount);
+    void FileIndexError(const QString &FilePath, const QString &Message);
+    void FileAppended(const qint32 &lines);
+    void PhraseCaptured(const QString &Phrase);
+    void AnnotationsUpdated();
+    void SearchProcessed(const QString SearchString, const qint64 &MatchCount,
+                         const qint64 &ScannedLines);
+    void MatchFilterFinished();
+    void CriticalFilterFinished();
+    void RepaintRequested();
+};
+
+} // namespace ViewerTest
