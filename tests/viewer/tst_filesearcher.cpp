@@ -1,0 +1,196 @@
+#include "testenv.h"
+#include "viewertestutil.h"
+
+#include "viewer/core/filereaderwriter.h"
+#include "viewer/core/filesearcher.h"
+#include "viewer/core/viewerengine.h"
+
+#include <QReadLocker>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <algorithm>
+
+using namespace ViewerTest;
+
+// Stands in for the panel.
+class Panel : public QObject
+{
+    Q_OBJECT
+signals:
+    void NewFileOpened(const QString &SearchString, const QString &FilePath,
+                       const qint64 &ChunkSize, const qint64 &MaxBlockCount);
+    void StartFileSearchTask(const QString &SearchString, const QString &FilePath,
+                             const qint64 &ChunkSize, const qint64 &MaxBlockCount);
+};
+
+class TestFileSearcher : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_dir;
+
+    void open(ViewerEngine &engine, Panel &panel, const QString &path)
+    {
+        connect(&panel, &Panel::NewFileOpened, engine.readerWriter(),
+                &FileReaderWriter::IndexFile);
+        connect(&panel, &Panel::StartFileSearchTask, engine.searcher(),
+                &FileSearcher::SearchTextInFile);
+        Relay relay(engine.readerWriter());
+        QSignalSpy indexed(&relay, &Relay::FileIndexed);
+        emit panel.NewFileOpened(QString(), path, 512000, 1000000);
+        QVERIFY(waitForCount(indexed, 1));
+    }
+
+    static QByteArray numberedLines(int count, int every, const QByteArray &hit)
+    {
+        QByteArray data;
+        for (int i = 0; i < count; ++i) {
+            data += "line " + QByteArray::number(i);
+            if (i % every == 0)
+                data += " " + hit;
+            data += i % 3 ? "\n" : "\r\n";
+        }
+        return data;
+    }
+
+private slots:
+    void wrapsAroundTheDisplayedRange_data()
+    {
+        QTest::addColumn<int>("lower");
+        QTest::addColumn<qint64>("chunk");
+        QTest::newRow("from the top") << 0 << qint64(512000);
+        QTest::newRow("from line 600") << 600 << qint64(512000);
+        QTest::newRow("from line 600, small chunks") << 600 << qint64(100);
+        QTest::newRow("beyond the index") << 5000 << qint64(512000);
+    }
+
+    void wrapsAroundTheDisplayedRange()
+    {
+        QFETCH(int, lower);
+        QFETCH(qint64, chunk);
+        // Two matches on some lines; a NUL hides what follows it on its line.
+        QByteArray data = numberedLines(1000, 7, "Needle and NEEDLE");
+        data += "hidden \0 needle\nlast needle";
+        data.replace("line 14 ", QByteArray("line 14 \0", 9));
+        const QString path = m_dir.filePath("search.log");
+        QVERIFY(writeFile(path, data));
+        ViewerEngine engine;
+        Panel panel;
+        open(engine, panel, path);
+        engine.annotations().lower = lower;
+        engine.annotations().upper = lower + 10;
+        Relay relay(engine.readerWriter(), engine.searcher());
+        QSignalSpy processed(&relay, &Relay::SearchProcessed);
+        emit panel.StartFileSearchTask(QStringLiteral("needle"), path, chunk, 4000);
+        const int publishes = lower > 0 ? 2 : 1;
+        QVERIFY(waitForCount(processed, publishes));
+        // Every line is searched once, whatever the first line is.
+        const Reference ref = referenceIndex(data, QStringLiteral("needle"), INT_MAX, INT_MAX - 1);
+        const QList<QVariant> last = processed.last();
+        QCOMPARE(last.at(0).toString(), QStringLiteral("needle"));
+        QCOMPARE(last.at(1).value<qint64>(), qint64(ref.matchOffsets.size()));
+        QCOMPARE(last.at(2).value<qint64>(), qint64(ref.lineEnds.size())); // plus the last line
+        QReadLocker matches(&engine.index().matchLock);
+        QVector<qint32> offsets = engine.index().matchOffsets;
+        QVector<qint32> lines = engine.index().matchLines;
+        // Scan order: the matches from the displayed range on come first.
+        const qint32 start = lower == 0 ? 0
+                             : lower < ref.lineEnds.size() ? ref.lineEnds[lower] + 1
+                                                           : qint32(data.size());
+        const auto split = std::find_if(offsets.begin(), offsets.end(),
+                                        [&](qint32 o) { return o < start; });
+        QVERIFY(std::all_of(offsets.begin(), split, [&](qint32 o) { return o >= start; }));
+        QVERIFY(std::is_sorted(offsets.begin(), split));
+        QVERIFY(std::is_sorted(split, offsets.end()));
+        if (lower > 0 && lower < ref.lineEnds.size()) {
+            const qint64 firstPass = std::count_if(ref.matchOffsets.begin(), ref.matchOffsets.end(),
+                                                   [&](qint32 o) { return o >= start; });
+            QCOMPARE(processed.first().at(1).value<qint64>(), firstPass);
+        }
+        const int firstCount = int(split - offsets.begin());
+        std::rotate(offsets.begin(), split, offsets.end());
+        std::rotate(lines.begin(), lines.begin() + firstCount, lines.end());
+        QCOMPARE(offsets, ref.matchOffsets);
+        QCOMPARE(lines, ref.matchLines);
+        QReadLocker marks(&engine.index().matchAnnotationLock);
+        QCOMPARE(engine.annotations().searchMarks, marksOf(ref.matchLines, ref.lineEnds.size()));
+        QCOMPARE(engine.index().searchString, QStringLiteral("needle"));
+    }
+
+    void matchLinesFollowOffsets()
+    {
+        const QByteArray data = numberedLines(50, 4, "xx nEeDlE needleneedle");
+        const QString path = m_dir.filePath("lines.log");
+        QVERIFY(writeFile(path, data));
+        ViewerEngine engine;
+        Panel panel;
+        open(engine, panel, path);
+        Relay relay(engine.readerWriter(), engine.searcher());
+        QSignalSpy processed(&relay, &Relay::SearchProcessed);
+        emit panel.StartFileSearchTask(QStringLiteral("NEEDLE"), path, 512000, 4000);
+        QVERIFY(waitForCount(processed, 1));
+        const Reference ref = referenceIndex(data, QStringLiteral("NEEDLE"), INT_MAX, INT_MAX - 1);
+        QCOMPARE(engine.index().matchOffsets, ref.matchOffsets);
+        QCOMPARE(engine.index().matchLines, ref.matchLines);
+        QCOMPARE(processed.last().at(1).value<qint64>(), qint64(3 * 13));
+    }
+
+    void emptyTextClearsResults()
+    {
+        const QString path = m_dir.filePath("clear.log");
+        QVERIFY(writeFile(path, numberedLines(100, 5, "needle")));
+        ViewerEngine engine;
+        Panel panel;
+        open(engine, panel, path);
+        Relay relay(engine.readerWriter(), engine.searcher());
+        QSignalSpy processed(&relay, &Relay::SearchProcessed);
+        emit panel.StartFileSearchTask(QStringLiteral("needle"), path, 512000, 4000);
+        emit panel.StartFileSearchTask(QString(), path, 512000, 4000);
+        QVERIFY(waitForCount(processed, 2));
+        QCOMPARE(processed.at(0).at(1).value<qint64>(), qint64(20));
+        QCOMPARE(processed.at(1).at(0).toString(), QString());
+        QCOMPARE(processed.at(1).at(1).value<qint64>(), qint64(0));
+        QCOMPARE(processed.at(1).at(2).value<qint64>(), qint64(0));
+        QVERIFY(engine.index().matchOffsets.isEmpty());
+        QVERIFY(engine.index().matchLines.isEmpty());
+        QVERIFY(engine.annotations().searchMarks.isEmpty());
+        QVERIFY(engine.index().searchString.isEmpty());
+    }
+
+    void missingFileFindsNothing()
+    {
+        ViewerEngine engine;
+        Panel panel;
+        connect(&panel, &Panel::StartFileSearchTask, engine.searcher(),
+                &FileSearcher::SearchTextInFile);
+        Relay relay(engine.readerWriter(), engine.searcher());
+        QSignalSpy processed(&relay, &Relay::SearchProcessed);
+        emit panel.StartFileSearchTask(QStringLiteral("x"), m_dir.filePath("none"), 512000, 4000);
+        QVERIFY(waitForCount(processed, 1));
+        QCOMPARE(processed.at(0).at(1).value<qint64>(), qint64(0));
+        QCOMPARE(processed.at(0).at(2).value<qint64>(), qint64(0));
+    }
+
+    void textWithTerminatorMatchesLikeTheIndexer()
+    {
+        const QByteArray data = "ab\nab\r\nAB\nxab";
+        const QString path = m_dir.filePath("terminator.log");
+        QVERIFY(writeFile(path, data));
+        ViewerEngine engine;
+        Panel panel;
+        open(engine, panel, path);
+        Relay relay(engine.readerWriter(), engine.searcher());
+        QSignalSpy processed(&relay, &Relay::SearchProcessed);
+        emit panel.StartFileSearchTask(QStringLiteral("\na"), path, 512000, 4000);
+        QVERIFY(waitForCount(processed, 1));
+        const Reference ref = referenceIndex(data, QStringLiteral("\na"), INT_MAX, INT_MAX - 1);
+        QCOMPARE(engine.index().matchOffsets, ref.matchOffsets);
+        QCOMPARE(engine.index().matchLines, ref.matchLines);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestFileSearcher)
+#include "tst_filesearcher.moc"
+#include "moc_viewertestutil.cpp"
