@@ -29,10 +29,10 @@ QString aboutText(const QString &applicationName, int pointerBits, const QString
                     QStringLiteral("3.3.5"), QStringLiteral("Jan 26 2023"),
                     QStringLiteral("10:01:13")) +
            QStringLiteral("<a href=\"https://doc.qt.io/qt-5/lgpl.html\">LGPL</a><br><br>") +
-           tr("%1 is a unifying stand-alone graphical interface for the command-line tools "
-              "that OKAV provides to maintain and debug VRX devices.<br>"
-              "Those tools must be installed in the default location or be present in the "
-              "same directory as %1.<br><br>")
+           tr("%1 is a unifying stand-alone graphical interface for the command-line<br>"
+              "tools that OKAV provides to maintain and debug VRX devices.<br>"
+              "Those tools must be installed in the default location or be present<br>"
+              "in the same directory as %1.<br><br>")
                .arg(applicationName) +
            tr("This application is provided AS IS with NO WARRANTY OF ANY KIND,<br>"
               "INCLUDING THE WARRANTY OF DESIGN, MERCHANTABILITY AND<br>"

@@ -68,6 +68,13 @@ bool MainWindow::arrangeLayout(const QString &name)
         arrangeDataPlot();
     else
         arrangeDefault();
+    // Docks a layout leaves out stay in it, hidden, so saved states name every dock.
+    for (DockWidget *dock : m_fixedDocks) {
+        if (dockWidgetArea(dock) == Qt::NoDockWidgetArea) {
+            addDockWidget(Qt::BottomDockWidgetArea, dock);
+            dock->close();
+        }
+    }
     QMetaObject::invokeMethod(this, &MainWindow::connectTabBars, Qt::QueuedConnection);
     return true;
 }
@@ -76,16 +83,18 @@ void MainWindow::resetDocks()
 {
     // Closing and re-docking must not count as the user's floating or docking.
     const QSignalBlocker appBlocker(qApp);
+    // Taken out of the layout altogether, so no split or tab group of the previous
+    // arrangement carries over into the next one.
     for (DockWidget *dock : m_fixedDocks) {
         const QSignalBlocker blocker(dock);
         dock->close();
         dock->setFloating(false);
+        removeDockWidget(dock);
     }
 }
 
 void MainWindow::arrangeDefault()
 {
-    addDockWidget(Qt::BottomDockWidgetArea, m_consoleDock);
     addDockWidget(Qt::BottomDockWidgetArea, m_updaterDock);
     splitDockWidget(m_updaterDock, m_consoleDock, Qt::Vertical);
     m_updaterDock->show();
@@ -147,16 +156,17 @@ void MainWindow::arrangeDebug()
 void MainWindow::arrangeDataPlot()
 {
     addDockWidget(Qt::BottomDockWidgetArea, m_plotListDock);
-    splitDockWidget(m_plotADock, m_plotListDock, Qt::Vertical);
+    addDockWidget(Qt::TopDockWidgetArea, m_plotADock);
     splitDockWidget(m_plotADock, m_plotBDock, Qt::Horizontal);
-    m_plotADock->show();
-    m_plotBDock->show();
-    m_plotListDock->show();
     tabifyDockWidget(m_plotListDock, m_updaterDock);
     tabifyDockWidget(m_plotBDock, m_monitorDock);
+    for (DockWidget *dock : {m_plotADock, m_plotBDock, m_plotListDock, m_updaterDock,
+                             m_monitorDock})
+        dock->show();
     m_plotListDock->raise();
     m_plotBDock->raise();
     resizeDocks({m_plotADock, m_plotBDock}, {width() / 2, width() / 2}, Qt::Horizontal);
+    resizeDocks({m_plotADock, m_plotListDock}, {height() * 2 / 3, height() / 3}, Qt::Vertical);
 }
 
 bool MainWindow::arrangeStartup()
