@@ -58,36 +58,37 @@ void ServerTerminator::run()
         std::strcpy(rec.interfaceName, "SOCKET");
         std::strcpy(rec.devType, "ServerTerminator");
         const QByteArray id = encodeClientId(rec);
-        [[maybe_unused]] ssize_t r = send(fd, id.constData(), id.size(), MSG_NOSIGNAL);
-        char ack[kAckSize];
-        r = recv(fd, ack, sizeof ack, MSG_WAITALL);
-        char settings[32];
-        r = recv(fd, settings, sizeof settings, 0);
-        const QByteArray reply = encodeAck(0);
-        r = send(fd, reply.constData(), reply.size(), MSG_NOSIGNAL);
+        QString name = QStringLiteral("Unknown");
+        QFile comm(QStringLiteral("/proc/%1/comm").arg(tid));
+        if (comm.open(QIODevice::ReadOnly))
+            name = QString::fromLocal8Bit(comm.readLine(256)).trimmed();
+        const QString who = QStringLiteral("[%1(%2)] ").arg(name).arg(tid);
 
-        const ssize_t written = write(fd, "RunCmd(0);", 10);
+        // Only a listener that answers like a monitor is sent the stop command; anything else
+        // would have us restart into the same bind failure again and again.
+        char ack[kAckSize];
+        char settings[32];
+        const QByteArray reply = encodeAck(0);
+        const bool answered = send(fd, id.constData(), id.size(), MSG_NOSIGNAL) == id.size() &&
+                              recv(fd, ack, sizeof ack, MSG_WAITALL) == kAckSize &&
+                              recv(fd, settings, sizeof settings, 0) > 0 &&
+                              send(fd, reply.constData(), reply.size(), MSG_NOSIGNAL) == reply.size();
+        const ssize_t written = answered ? write(fd, "RunCmd(0);", 10) : -1;
         if (written == 10) {
-            ok = true;
-            // The monitor drops every connection when it stops; seeing ours drop means its
-            // listener is gone too, so the restart can bind.
+            // The monitor drops every connection when it stops, its listener first; seeing
+            // ours dropped means the restart can bind.
             char sink[64];
-            while (recv(fd, sink, sizeof sink, 0) > 0) {
+            ssize_t n;
+            while ((n = recv(fd, sink, sizeof sink, 0)) > 0) {
             }
+            ok = n == 0 || errno == ECONNRESET;
         } else {
-            const int err = errno;
-            QString name = QStringLiteral("Unknown");
-            QFile comm(QStringLiteral("/proc/%1/comm").arg(tid));
-            if (comm.open(QIODevice::ReadOnly))
-                name = QString::fromLocal8Bit(comm.readLine(256)).trimmed();
-            emit MessageAvailable(QStringLiteral("[%1(%2)] ERROR: write returned %3! Possible cause: %4\n")
-                                      .arg(name)
-                                      .arg(tid)
-                                      .arg(qint64(written))
-                                      .arg(errorText(err)));
-            emit MessageAvailable(
-                QStringLiteral("[%1(%2)] ERROR: Unable to quit existing VRX Monitor!\n").arg(name).arg(tid));
+            emit MessageAvailable(who + QStringLiteral("ERROR: write returned %1! Possible cause: %2\n")
+                                            .arg(qint64(written))
+                                            .arg(errorText(errno)));
         }
+        if (!ok)
+            emit MessageAvailable(who + QStringLiteral("ERROR: Unable to quit existing VRX Monitor!\n"));
     }
     close(fd);
     usleep(1000);

@@ -57,6 +57,16 @@ void VrxMon::requestShutdown()
     }
 }
 
+QVector<quint64> VrxMon::clientDeviceNumbers() const
+{
+    QMutexLocker lock(&m_tableMutex);
+    QVector<quint64> out;
+    for (quint32 i = 0; i < m_clientCount.load() && i < quint32(kMaxClients); ++i)
+        if (m_clients[i].fd > 0)
+            out.append(m_clients[i].devNumber);
+    return out;
+}
+
 void VrxMon::emitMessage(const QString &text)
 {
     emit MessageAvailable(QString::fromLatin1(serverTimestamp()) + m_monitorPrompt + text);
@@ -97,8 +107,11 @@ void VrxMon::StartServer(const quint32 &type, const QString &pipe_name, const qu
 void VrxMon::runTcpServer(quint32 port)
 {
     signal(SIGPIPE, SIG_IGN);
-    std::memset(m_clients, 0, sizeof m_clients);
-    m_clientCount.store(0);
+    {
+        QMutexLocker lock(&m_tableMutex);
+        std::memset(m_clients, 0, sizeof m_clients);
+        m_clientCount.store(0);
+    }
 
     m_listenFd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (m_listenFd <= 0) {
@@ -230,6 +243,7 @@ void VrxMon::runTcpServer(quint32 port)
             if (m_listenFd >= 0)
                 close(m_listenFd);
             m_listenFd = -1;
+            QMutexLocker lock(&m_tableMutex);
             std::memset(m_clients, 0, sizeof m_clients);
             m_clientCount.store(0);
         }
@@ -293,6 +307,7 @@ void VrxMon::acceptClient(int epfd)
     if (epoll_ctl(epfd, EPOLL_CTL_ADD, fd, &ev) != 0)
         emitMessage(QStringLiteral("ERROR: epoll_ctl failed! Possible cause: %1").arg(errorText()));
 
+    QMutexLocker lock(&m_tableMutex);
     std::memset(&c, 0, sizeof c);
     c.fd = fd;
     c.processId = rec.processId;
@@ -311,6 +326,7 @@ void VrxMon::acceptClient(int epfd)
     const ClientTexts texts = clientTexts(rec);
     copyField(c.prompt, sizeof c.prompt, texts.prompt.toLocal8Bit());
     copyField(c.promptEmptyLine, sizeof c.promptEmptyLine, texts.promptEmptyLine.toLocal8Bit());
+    lock.unlock();
 
     const QByteArray settings = encodeSettings(m_traceLevel, m_useTimestamp, m_devMask);
     send(fd, settings.constData(), settings.size(), MSG_NOSIGNAL);
@@ -336,6 +352,7 @@ void VrxMon::disconnectClient(int index)
     std::memcpy(rec.interfaceName, c.interfaceName, sizeof rec.interfaceName);
     std::memcpy(rec.devType, c.devType, sizeof rec.devType);
     emitMessage(connectText(rec, QByteArray(c.path), QByteArray(c.ip), c.port, false));
+    QMutexLocker lock(&m_tableMutex);
     close(c.fd);
     c.fd = 0;
     m_compact = true;
@@ -344,6 +361,7 @@ void VrxMon::disconnectClient(int index)
 
 void VrxMon::compactClients()
 {
+    QMutexLocker lock(&m_tableMutex);
     std::memset(m_scratch, 0, sizeof m_scratch);
     quint32 n = 0;
     for (int i = 0; i < kMaxClients; ++i) {
@@ -461,6 +479,7 @@ void VrxMon::stopServer()
     if (m_listenFd >= 0)
         close(m_listenFd);
     m_listenFd = -1;
+    QMutexLocker lock(&m_tableMutex);
     for (quint32 i = 0; i < m_clientCount.load(); ++i) {
         if (m_clients[i].fd > 0) {
             shutdown(m_clients[i].fd, SHUT_RDWR);
@@ -469,6 +488,7 @@ void VrxMon::stopServer()
         }
     }
     m_clientCount.store(0);
+    lock.unlock();
     emitMessage(stoppedText());
     m_stopped = true;
 }

@@ -2,7 +2,9 @@
 
 #include "monitor/core/vrxmonprotocol.h"
 
+#include <QMutex>
 #include <QObject>
+#include <QVector>
 #include <QString>
 
 #include <atomic>
@@ -48,6 +50,10 @@ public:
     // that shut down. Unlike the stop flag it is never cleared by a new start.
     void requestShutdown();
 
+    // Device numbers of the registered clients in table order; safe from any thread, so
+    // owners and tests can see the table without stopping the loop.
+    QVector<quint64> clientDeviceNumbers() const;
+
 signals:
     void MessageAvailable(const QString &message);
     void finished();
@@ -90,5 +96,6 @@ private:
 
     // Wakes a blocked epoll_wait when the owner shuts down.
     int m_wakeFd = -1;
+    mutable QMutex m_tableMutex; // taken only when the table changes shape, never per line
     std::atomic<bool> m_shutdown{false};
 };

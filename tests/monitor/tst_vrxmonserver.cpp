@@ -1,0 +1,422 @@
+// The monitor server over real loopback sockets, driven by the client kit.
+#include "testenv.h"
+
+#include "loadgen.h"
+#include "monitor/core/remotememprocessed.h"
+#include "monitortesthelpers.h"
+
+#include <QCoreApplication>
+#include <QThread>
+#include <QtTest>
+
+#include <cerrno>
+#include <memory>
+#include <vector>
+
+namespace {
+// Ports of this test only, so that parallel test programs never meet.
+quint16 g_nextPort = 50110;
+quint16 nextPort() { return g_nextPort++; }
+
+// What the monitor reads from /proc/<pid>/cmdline: the program as it was started.
+QString ownPath() { return QString::fromLocal8Bit(VrxProto::processPath(quint64(getpid()))); }
+} // namespace
+
+class TstVrxMonServer : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void namesAndThread()
+    {
+        RecordingHost h;
+        QCOMPARE(h.host.serverThread()->objectName(), QStringLiteral("VrxMonServerThread"));
+        QCOMPARE(h.host.server()->objectName(), QStringLiteral("VrxMonServerWorker"));
+        QCOMPARE(h.host.server()->thread(), h.host.serverThread());
+    }
+
+    void lowPortsAndPipeAreRefused()
+    {
+        RecordingHost h;
+        QSignalSpy finished(h.host.server(), &VrxMon::finished);
+        h.host.start(1, QStringLiteral("127.0.0.1"), 49999, 0x1F, 1, 0xAB);
+        QVERIFY(h.waitFor(QStringLiteral("INFO : [Device Mask] = 0xAB\n")));
+        QVERIFY(h.messages.size() == 4);
+        QVERIFY(h.messages[0].endsWith(h.host.server()->prompt() + "INFO : VRXMonitor Settings:\n"));
+        QVERIFY(h.messages[1].endsWith("INFO : [Trace Level] = 0x1F\n"));
+        QVERIFY(h.messages[2].endsWith("INFO : [Timestamp]   = 0x1\n"));
+        QCOMPARE(h.messages[0].indexOf(h.host.server()->prompt()), 27);
+        QCOMPARE(finished.count(), 0);
+
+        h.host.start(0, QString(), 50000);
+        h.host.start(0, QStringLiteral("pipe"), 50000);
+        QVERIFY(finished.wait(20000) || finished.count() > 0);
+        QCOMPARE(h.countOf(QStringLiteral(
+                     "ERROR: VRX Monitor Pipe server is not available for current running OS!\n")),
+                 1);
+        QCOMPARE(h.countOf(QStringLiteral("VRX Monitor started")), 0);
+
+        const quint16 port = nextPort();
+        QVERIFY(h.startAndListen(port));
+        KitClient c(port);
+        QVERIFY(c.connected());
+    }
+
+    void handshakeSettingsAndConnectTexts()
+    {
+        RecordingHost h;
+        QSignalSpy first(h.host.server(), &VrxMon::firstClientConnected);
+        const quint16 port = nextPort();
+        QVERIFY(h.startAndListen(port, 0x1F, 0, 0xAB));
+
+        KitClient a(port);
+        QVERIFY(a.connected());
+        vrxclient_id id{0, 0xC0FFEEULL, 0x1A2BULL, 3, "PCIe", "VRX14"};
+        int64_t received = 0;
+        QCOMPARE(vrxclient_identify(a.c, &id, &received), 0);
+        QCOMPARE(received, int64_t(100));
+        vrxclient_settings s{};
+        QCOMPARE(vrxclient_receive_settings(a.c, &s), 0);
+        QCOMPARE(s.trace_level, 0x1Fu);
+        QCOMPARE(s.timestamp, 0u);
+        QCOMPARE(s.device_mask, 0xABu);
+
+        const QString fields = QStringLiteral("[Process ID: %1]\n[VRXCU: 0xC0FFEE]\n[Interface: PCIe]\n"
+                                              "[DevAddr: 0x1A2B]\n[Dev#: 3]\n[DevType: VRX14]\n"
+                                              "[Path: %2]\n[IP: 127.0.0.1]\n[Port: %3]\n\n")
+                                   .arg(getpid())
+                                   .arg(ownPath())
+                                   .arg(a.localPort());
+        QVERIFY(h.waitFor(QStringLiteral("CONNECTED! Client ID: \n") + fields));
+        QVERIFY(h.waitFor(QStringLiteral("INFO : Incoming CONNECTION...\n")));
+        QTRY_COMPARE_WITH_TIMEOUT(first.count(), 1, 20000);
+
+        KitClient b(port);
+        QVERIFY(b.handshake(4));
+        QVERIFY(h.waitFor(QStringLiteral("[Dev#: 4]")));
+        QCOMPARE(first.count(), 1);
+
+        a.close();
+        QVERIFY(h.waitFor(QStringLiteral("DISCONNECTED! Removing client: \n") + fields));
+        // Alone again after a departure, the next newcomer is a first client once more.
+        b.close();
+        QVERIFY(h.waitFor(QStringLiteral("DISCONNECTED!"), 2));
+        KitClient c(port);
+        QVERIFY(c.handshake(5));
+        QTRY_COMPARE_WITH_TIMEOUT(first.count(), 2, 20000);
+    }
+
+    void badIdentitiesGetTemporaryOnes()
+    {
+        RecordingHost h;
+        const quint16 port = nextPort();
+        QVERIFY(h.startAndListen(port));
+        unsigned char rec[VRXCLIENT_ID_SIZE + 1] = {};
+        vrxclient_id id{0, 1, 2, 3, "PCIe", "VRX14"};
+        vrxclient_encode_id(&id, rec);
+
+        KitClient shortId(port), longId(port), badTag(port);
+        int64_t received = 0;
+        QCOMPARE(vrxclient_identify_raw(shortId.c, rec, 99, &received), 0);
+        QCOMPARE(received, int64_t(99));
+        QCOMPARE(vrxclient_receive_settings(shortId.c, nullptr), 0);
+        QVERIFY(h.waitFor(QStringLiteral("ERROR: Could not establish client ID. ID length (99) or "
+                                         "ValidationID (OKAV) not match!\n")));
+        QVERIFY(h.waitFor(QStringLiteral("WARN : Assigning temporary ID...\n\n")));
+        QVERIFY(h.waitFor(QStringLiteral("[Interface: NA0]\n")));
+
+        QCOMPARE(vrxclient_identify_raw(longId.c, rec, 101, &received), 0);
+        QCOMPARE(received, int64_t(101));
+        QCOMPARE(vrxclient_receive_settings(longId.c, nullptr), 0);
+        QVERIFY(h.waitFor(QStringLiteral("ID length (101)")));
+        QVERIFY(h.waitFor(QStringLiteral("[Interface: NA1]\n")));
+
+        rec[35] = 'X';
+        QCOMPARE(vrxclient_identify_raw(badTag.c, rec, 100, &received), 0);
+        QCOMPARE(vrxclient_receive_settings(badTag.c, nullptr), 0);
+        QVERIFY(h.waitFor(QStringLiteral("ID length (100) or ValidationID (OKAX) not match!\n")));
+        QVERIFY(h.waitFor(QStringLiteral("[VRXCU: 0x0]\n[Interface: NA2]\n[DevAddr: 0x0]\n[Dev#: 2]\n"
+                                         "[DevType: NA]\n[Path: Process path cannot be determined]\n")));
+
+        // Their bytes are log text as usual.
+        QVERIFY(shortId.send("hello\n"));
+        QVERIFY(shortId.acked());
+        QVERIFY(h.waitFor(QStringLiteral("0x0/NA@0x0/0/NA0> hello\n")));
+    }
+
+    void lineEndsAndPrefixes()
+    {
+        RecordingHost h;
+        const quint16 port = nextPort();
+        QVERIFY(h.startAndListen(port));
+        KitClient a(port), b(port);
+        QVERIFY(a.handshake(1));
+        QVERIFY(b.handshake(2));
+        QVERIFY(h.waitFor(QStringLiteral("[Dev#: 2]")));
+        const QString pa = kitPrompt(1), pb = kitPrompt(2);
+
+        h.messages.clear();
+        QVERIFY(a.send(QByteArray("one\r\ntwo\0three", 14)));
+        QVERIFY(a.acked());
+        QTRY_COMPARE_WITH_TIMEOUT(h.messages.size(), 3, 20000);
+        QCOMPARE(h.messages[0], pa + "one\r\n"); // "\r\n" is one end
+        QCOMPARE(h.messages[1], pa + "two\n");   // NUL ends a line
+        QCOMPARE(h.messages[2], pa + "three");   // shown at once, no end yet
+
+        QVERIFY(a.send(" and more\n"));
+        QVERIFY(a.acked());
+        QTRY_COMPARE_WITH_TIMEOUT(h.messages.size(), 4, 20000);
+        QCOMPARE(h.messages[3], QStringLiteral(" and more\n")); // continues without a prefix
+
+        QVERIFY(a.send("unfinished"));
+        QVERIFY(a.acked());
+        QVERIFY(b.send("from b\n"));
+        QVERIFY(b.acked());
+        QTRY_COMPARE_WITH_TIMEOUT(h.messages.size(), 7, 20000);
+        QCOMPARE(h.messages[5], QStringLiteral("\n")); // another client breaks the line first
+        QCOMPARE(h.messages[6], pb + "from b\n");
+
+        QVERIFY(a.send("\n"));
+        QVERIFY(a.acked());
+        QTRY_COMPARE_WITH_TIMEOUT(h.messages.size(), 8, 20000);
+        QCOMPARE(h.messages[7], pa.trimmed() + "\n"); // an empty line has no blank after ">"
+    }
+
+    void clientTimestamps()
+    {
+        RecordingHost h;
+        const quint16 port = nextPort();
+        QVERIFY(h.startAndListen(port, 0, 1, 0));
+        KitClient a(port);
+        vrxclient_settings s{};
+        QVERIFY(a.handshake(1, "PCIe", "VRX14", &s));
+        QCOMPARE(s.timestamp, 1u);
+        QVERIFY(h.waitFor(QStringLiteral("[Dev#: 1]")));
+        const QString p = kitPrompt(1);
+        h.messages.clear();
+
+        // Before any client timestamp the prefix is the prompt alone.
+        QVERIFY(a.send("early\n"));
+        const QByteArray ts("[2024-05-06T07:08:09.123Z] ");
+        QVERIFY(a.send(ts + "stamped\n"));
+        QVERIFY(a.send("plain\n"));
+        QVERIFY(a.send("[2024-05-06 07:08:09.123Z] blank for T\n"));
+        QVERIFY(a.acked());
+        QTRY_VERIFY_WITH_TIMEOUT(h.all().contains("blank for T"), 20000);
+        QCOMPARE(h.messages.value(0), p + "early\n");
+        QCOMPARE(h.messages.value(1), ts + p + "stamped\n");
+        QCOMPARE(h.messages.value(2), ts + p + "plain\n");
+        QCOMPARE(h.messages.value(3), ts + p + "[2024-05-06 07:08:09.123Z] blank for T\n");
+
+        // The kit's own stamps are recognised too.
+        QCOMPARE(vrxclient_log(a.c, "INFO : kit line", 1), 0);
+        QVERIFY(a.acked());
+        QTRY_VERIFY_WITH_TIMEOUT(h.all().contains(p + "INFO : kit line\n"), 20000);
+        QVERIFY(!h.all().contains("] INFO : kit line"));
+    }
+
+    void commandsInTheStream()
+    {
+        RecordingHost h;
+        QSignalSpy finished(h.host.server(), &VrxMon::finished);
+        const quint16 port = nextPort();
+        QVERIFY(h.startAndListen(port));
+        const QString mp = h.host.server()->prompt();
+        KitClient a(port);
+        QVERIFY(a.handshake(1));
+
+        QVERIFY(a.send("RunCmd( 7, whatever);\n"));
+        QVERIFY(a.acked());
+        QVERIFY(h.waitFor(mp + QStringLiteral("ERROR: Unknown command 'RunCmd('.\n")));
+        QVERIFY(h.waitFor(kitPrompt(1) + "RunCmd( 7, whatever);\n")); // the line is shown too
+
+        QVERIFY(a.send("RunCmd( 1, Rec, 0x7f00, 2048, int16);\n"));
+        QVERIFY(a.acked());
+        QVERIFY(h.waitFor(mp + QStringLiteral(
+                                  "ERROR: Insuffivient command parameters' Rec, 0x7f00, 2048, int16'.\n")));
+
+        // Opened in one batch, closed in the next.
+        QVERIFY(a.send("log RunCmd( 7"));
+        QVERIFY(a.acked());
+        QVERIFY(a.send(", split);\n"));
+        QVERIFY(a.acked());
+        QVERIFY(h.waitFor(QStringLiteral("ERROR: Unknown command 'RunCmd('.\n"), 2));
+        QCOMPARE(finished.count(), 0);
+
+        QVERIFY(a.send("RunCmd(abc);"));
+        QVERIFY(finished.wait(20000) || finished.count() == 1);
+        QVERIFY(h.waitFor(QStringLiteral("\n[")));
+        QVERIFY(h.waitFor(mp + QStringLiteral("NOTE : Stop command received!\n")));
+        QVERIFY(h.waitFor(mp + QStringLiteral("NOTE : VRX Monitor stopped!\n\n")));
+        bool stopMessageFound = false;
+        for (const QString &m : qAsConst(h.messages))
+            if (m.startsWith(QLatin1Char('\n')) && m.endsWith("NOTE : Stop command received!\n"))
+                stopMessageFound = m.size() == 1 + 27 + mp.size() + 30;
+        QVERIFY(stopMessageFound);
+        // The stopped monitor closed the connection without an acknowledgement.
+        int64_t ack = 0;
+        QCOMPARE(vrxclient_read_ack(a.c, &ack, 20000), -1);
+        QVERIFY(!KitClient(port).connected());
+    }
+
+    void plotRequestHoldsTheClient()
+    {
+        RecordingHost h;
+        const quint16 port = nextPort();
+        QVERIFY(h.startAndListen(port));
+        QSignalSpy plot(h.host.server(), &VrxMon::VirtualPlotItemConnected);
+        KitClient a(port);
+        QVERIFY(a.handshake(1));
+        QVERIFY(h.waitFor(QStringLiteral("CONNECTED!")));
+
+        RemoteMemProcessed.release(2); // left over from an earlier request
+        const QByteArray request("RunCmd( 1, Rec, 0x10, 64, int16, 1);\n");
+        QVERIFY(a.send(request));
+        QVERIFY(plot.wait(20000) || plot.count() == 1);
+        QCOMPARE(plot.at(0).at(0).toString(),
+                 QStringLiteral("%1, %2, Rec, 0x10, 64, int16, 1").arg(getpid()).arg(ownPath()));
+        QVERIFY(h.waitFor(h.host.server()->prompt() +
+                          QStringLiteral("WARN : Real Time Plot out of sync! "
+                                         "(RemoteMemProcessed.available() = 2). Re-syncing...\n")));
+        QCOMPARE(RemoteMemProcessed.available(), 0);
+
+        // Held until the plot side has read the memory.
+        int64_t ack = 0;
+        QCOMPARE(vrxclient_read_ack(a.c, &ack, 300), -1);
+        QCOMPARE(errno, ETIMEDOUT);
+        QVERIFY(!h.all().contains("Rec, 0x10, 64, int16, 1);\n"));
+        RemoteMemProcessed.release();
+        QCOMPARE(vrxclient_read_ack(a.c, &ack, 20000), 0);
+        QCOMPARE(ack, int64_t(request.size()));
+        QVERIFY(h.waitFor(kitPrompt(1) + "RunCmd( 1, Rec, 0x10, 64, int16, 1);\n"));
+        QTRY_COMPARE_WITH_TIMEOUT(RemoteMemProcessed.available(), 0, 20000);
+    }
+
+    void shutdownEndsAPendingPlotWait()
+    {
+        const quint16 port = nextPort();
+        {
+            RecordingHost h;
+            QVERIFY(h.startAndListen(port));
+            QSignalSpy plot(h.host.server(), &VrxMon::VirtualPlotItemConnected);
+            KitClient a(port);
+            QVERIFY(a.handshake(1));
+            QVERIFY(a.send("RunCmd( 1, Rec, 0x10, 64, int16, 1);\n"));
+            QVERIFY(plot.wait(20000) || plot.count() == 1);
+        } // the owner goes while the server waits for the plot side
+        QCOMPARE(RemoteMemProcessed.available(), 0);
+        QVERIFY(!KitClient(port).connected());
+    }
+
+    void fortyClientsCompactionAndTheFortyFirst()
+    {
+        RecordingHost h;
+        const quint16 port = nextPort();
+        QVERIFY(h.startAndListen(port));
+        std::vector<std::unique_ptr<KitClient>> clients;
+        for (int i = 0; i < 40; ++i) {
+            clients.emplace_back(new KitClient(port));
+            QVERIFY2(clients.back()->handshake(quint64(i)), qPrintable(QString::number(i)));
+        }
+        QVERIFY(h.waitFor(QStringLiteral("CONNECTED!"), 40));
+        QCOMPARE(h.host.server()->clientCount(), 40u);
+
+        KitClient extra(port);
+        QVERIFY(extra.connected());
+        int64_t received = 0;
+        vrxclient_id id{0, 0, 0, 99, "PCIe", "VRX14"};
+        QCOMPARE(vrxclient_identify(extra.c, &id, &received), 0);
+        QCOMPARE(vrxclient_receive_settings(extra.c, nullptr), -1); // turned away
+        QVERIFY(h.waitFor(QStringLiteral("ERROR: Something is wrong. Socket position 40 not empty (")));
+        QCOMPARE(h.countOf(QStringLiteral("CONNECTED!")), 40);
+
+        for (int i = 0; i < 40; ++i) {
+            QVERIFY(clients[std::size_t(i)]->send(QByteArray("line of ") + QByteArray::number(i) + "\n"));
+            QVERIFY(clients[std::size_t(i)]->acked());
+        }
+        QVERIFY(h.waitFor(kitPrompt(39) + "line of 39\n"));
+
+        clients[5]->close();
+        QVERIFY(h.waitFor(QStringLiteral("DISCONNECTED! Removing client: \n")));
+        QVERIFY(h.all().contains("[Dev#: 5]\n[DevType: VRX14]\n[Path: "));
+        QVector<quint64> expected;
+        for (quint64 i = 0; i < 40; ++i)
+            if (i != 5)
+                expected.append(i);
+        QTRY_COMPARE_WITH_TIMEOUT(h.host.server()->clientDeviceNumbers(), expected, 20000);
+
+        KitClient late(port);
+        QVERIFY(late.handshake(100));
+        expected.append(100);
+        QTRY_COMPARE_WITH_TIMEOUT(h.host.server()->clientDeviceNumbers(), expected, 20000);
+        for (int i : {0, 6, 39}) {
+            QVERIFY(clients[std::size_t(i)]->send("still here\n"));
+            QVERIFY(clients[std::size_t(i)]->acked());
+        }
+        QVERIFY(late.send("newcomer\n"));
+        QVERIFY(late.acked());
+        QVERIFY(h.waitFor(kitPrompt(100) + "newcomer\n"));
+    }
+
+    void disconnectInTheMiddleOfALineOrCommand()
+    {
+        RecordingHost h;
+        const quint16 port = nextPort();
+        QVERIFY(h.startAndListen(port));
+        const QString mp = h.host.server()->prompt();
+        {
+            KitClient a(port);
+            QVERIFY(a.handshake(1));
+            QVERIFY(a.send("half a li"));
+            QVERIFY(a.acked());
+        }
+        QVERIFY(h.waitFor(QStringLiteral("DISCONNECTED!")));
+        {
+            KitClient b(port);
+            QVERIFY(b.handshake(2));
+            QVERIFY(b.send("RunCmd( 7, half"));
+            QVERIFY(b.acked());
+        }
+        QVERIFY(h.waitFor(QStringLiteral("DISCONNECTED!"), 2));
+        // The next client takes the freed record with a fresh matcher.
+        KitClient c(port);
+        QVERIFY(c.handshake(3));
+        QVERIFY(c.send("tail);\n"));
+        QVERIFY(c.acked());
+        QVERIFY(h.waitFor(kitPrompt(3) + "tail);\n"));
+        QCOMPARE(h.countOf(QStringLiteral("Unknown command")), 0);
+        QVERIFY(c.send("RunCmd(7);\n"));
+        QVERIFY(c.acked());
+        QVERIFY(h.waitFor(mp + QStringLiteral("ERROR: Unknown command 'RunCmd('.\n")));
+        QCOMPARE(h.countOf(QStringLiteral("Unknown command")), 1);
+    }
+
+    void loadGeneratorIsFullyAcknowledged()
+    {
+        RecordingHost h;
+        const quint16 port = nextPort();
+        QVERIFY(h.startAndListen(port));
+        VrxLoadGen::Options o;
+        o.port = port;
+        o.clients = 4;
+        o.lines = 500;
+        const VrxLoadGen::Result r = VrxLoadGen::run(o);
+        for (const auto &c : r.clients)
+            QVERIFY2(c.ok, c.error.c_str());
+        QVERIFY(r.ok);
+        QCOMPARE(r.lines, quint64(2000));
+        // Every line shows up once, ended by its own line feed.
+        auto countLines = [&] {
+            int n = 0;
+            for (const QString &m : qAsConst(h.messages))
+                if (m != QLatin1String("\n") && !m.contains(h.host.server()->prompt()))
+                    n += m.count(QLatin1Char('\n'));
+            return n;
+        };
+        QTRY_COMPARE_WITH_TIMEOUT(countLines(), 2000, 30000);
+        QVERIFY(h.all().contains(QString::fromStdString(VrxLoadGen::makeLine(1, 3, 499, 60, 120))));
+    }
+};
+
+QTEST_GUILESS_MAIN(TstVrxMonServer)
+#include "tst_vrxmonserver.moc"

@@ -1,0 +1,105 @@
+// A second monitor on the standard port makes the first one quit and takes its place.
+#include "testenv.h"
+
+#include "monitortesthelpers.h"
+
+#include <QtTest>
+
+#include <netinet/in.h>
+#include <sys/socket.h>
+
+namespace {
+constexpr quint16 kPort = 55555;
+
+// Whether this machine lets us have the port at all (another program may hold it).
+bool portFree()
+{
+    const int fd = socket(AF_INET, SOCK_STREAM, 0);
+    const int on = 1;
+    setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    sockaddr_in a{};
+    a.sin_family = AF_INET;
+    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    a.sin_port = htons(kPort);
+    const bool ok = bind(fd, reinterpret_cast<sockaddr *>(&a), sizeof a) == 0;
+    close(fd);
+    return ok;
+}
+} // namespace
+
+class TstVrxMonTakeover : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void secondInstanceTakesOver()
+    {
+        if (!portFree())
+            QSKIP("port 55555 is held by another program on this machine");
+        RecordingHost first;
+        QSignalSpy firstFinished(first.host.server(), &VrxMon::finished);
+        QVERIFY(first.startAndListen(kPort, 0x3, 0, 0x1));
+        const QString firstPrompt = first.host.server()->prompt();
+
+        RecordingHost second;
+        QSignalSpy taken(&second.host, &VrxMonHost::takeOverFinished);
+        second.host.start(1, QStringLiteral("127.0.0.1"), kPort, 0x5, 1, 0xF0);
+        QVERIFY(taken.wait(30000) || taken.count() == 1);
+        QCOMPARE(taken.at(0).at(0).toBool(), true);
+        QVERIFY(second.waitFor(QStringLiteral("NOTE : VRX Monitor started!\n\n")));
+
+        const QString s = second.all();
+        QVERIFY(s.contains(QStringLiteral("WARN : bind failed! Possible cause: ")));
+        QVERIFY(s.contains(QStringLiteral("INFO : Trying to close existing listener...ServerTerminator "
+                                          "Status: Running... closed!\n")));
+        // The restart carries the settings read back from the server.
+        QCOMPARE(second.countOf(QStringLiteral("INFO : [Trace Level] = 0x5\n")), 2);
+        QCOMPARE(second.countOf(QStringLiteral("INFO : [Timestamp]   = 0x1\n")), 2);
+        QCOMPARE(second.countOf(QStringLiteral("INFO : [Device Mask] = 0xF0\n")), 2);
+
+        QVERIFY(firstFinished.count() == 1 || firstFinished.wait(20000));
+        QVERIFY(first.waitFor(QStringLiteral("[Interface: SOCKET]\n[DevAddr: 0x0]\n[Dev#: 65535]\n"
+                                             "[DevType: ServerTerminator]\n")));
+        QVERIFY(first.waitFor(firstPrompt + QStringLiteral("NOTE : Stop command received!\n")));
+        QVERIFY(first.all().indexOf(QStringLiteral("ServerTerminator")) <
+                first.all().indexOf(QStringLiteral("Stop command received")));
+
+        // Clients now reach the second instance and get its settings.
+        KitClient c(kPort);
+        vrxclient_settings settings{};
+        QVERIFY(c.handshake(1, "PCIe", "VRX14", &settings));
+        QCOMPARE(settings.trace_level, 0x5u);
+        QCOMPARE(settings.device_mask, 0xF0u);
+        QVERIFY(second.waitFor(QStringLiteral("CONNECTED!")));
+    }
+
+    void foreignListenerIsNotTakenOver()
+    {
+        if (!portFree())
+            QSKIP("port 55555 is held by another program on this machine");
+        // Something that accepts connections but does not speak the protocol.
+        const int fd = socket(AF_INET, SOCK_STREAM, 0);
+        const int on = 1;
+        setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+        sockaddr_in a{};
+        a.sin_family = AF_INET;
+        a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        a.sin_port = htons(kPort);
+        QCOMPARE(bind(fd, reinterpret_cast<sockaddr *>(&a), sizeof a), 0);
+        QCOMPARE(listen(fd, 4), 0);
+
+        RecordingHost h;
+        QSignalSpy taken(&h.host, &VrxMonHost::takeOverFinished);
+        h.host.start(1, QStringLiteral("127.0.0.1"), kPort);
+        QVERIFY(taken.wait(30000) || taken.count() == 1);
+        close(fd);
+        QCOMPARE(taken.at(0).at(0).toBool(), false);
+        QVERIFY(h.waitFor(QStringLiteral("ERROR: Unable to quit existing VRX Monitor!\n")));
+        QVERIFY(h.waitFor(QStringLiteral("\nERROR: Unable to stop or takeover existing listener! "
+                                         "Possible cause: Command not recognized!\n\n")));
+        QCOMPARE(h.countOf(QStringLiteral("VRX Monitor started")), 0);
+    }
+};
+
+QTEST_GUILESS_MAIN(TstVrxMonTakeover)
+#include "tst_vrxmontakeover.moc"
