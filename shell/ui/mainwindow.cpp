@@ -340,6 +340,11 @@ void MainWindow::connectSignals()
     connect(m_monitorPanel->serverThread(), &QThread::finished, this,
             &MainWindow::VrxMonThreadChanged);
     connect(m_monitorPanel, &MonitorPanel::FileLoaded, this, &MainWindow::onMonitorFileLoaded);
+    // A floating panel is its own window, out of reach of the window-wide shortcuts.
+    connect(m_monitorDock, &QDockWidget::topLevelChanged, m_monitorPanel,
+            &TextPanel::enableShortcuts);
+    connect(m_consoleDock, &QDockWidget::topLevelChanged, m_updaterConsole,
+            &TextPanel::enableShortcuts);
     connect(m_monitorPanel->textView(), &QPlainTextEdit::textChanged, m_monitorDock,
             &DockWidget::setTabModified);
     connect(m_updaterConsole->textView(), &QPlainTextEdit::textChanged, m_consoleDock,
