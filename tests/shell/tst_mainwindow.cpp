@@ -460,6 +460,38 @@ private slots:
         QVERIFY(!settings.value("MainWindowLastUsedLayout/state").toByteArray().isEmpty());
     }
 
+    void floatingDocksHandTheirPanelsTheirOwnKeys()
+    {
+        auto window = startWindow();
+        MonitorPanel *monitor = window->monitorPanel();
+        DockWidget *dock = nullptr;
+        for (DockWidget *candidate : window->fixedDocks()) {
+            if (candidate->panel() == monitor)
+                dock = candidate;
+        }
+        QVERIFY(dock);
+        QVERIFY(!monitor->shortcutsEnabled());
+        dock->FloatingToggle();
+        QVERIFY(monitor->shortcutsEnabled());
+        dock->FloatingToggle();
+        QVERIFY(!monitor->shortcutsEnabled());
+        // Every float or dock also stores the layout as the last used one.
+        QSettings settings(QStringLiteral("OKAV"), QStringLiteral("vrxassist"));
+        QVERIFY(!settings.value("MainWindowLastUsedLayout/state").toByteArray().isEmpty());
+    }
+
+    void showAllShowsEveryFixedDock()
+    {
+        auto window = startWindow();
+        QVERIFY(!hiddenDocks(*window).isEmpty());
+        QAction *showAll = window->menuBar()->actions().at(1)->menu()->actions().at(1);
+        QCOMPARE(showAll->text(), QStringLiteral("Show All"));
+        QVERIFY(!showAll->isChecked());
+        showAll->trigger();
+        QVERIFY(hiddenDocks(*window).isEmpty());
+        QVERIFY(showAll->isChecked());
+    }
+
     void alwaysOnTopSetsExactlyTheHint()
     {
         auto window = startWindow();
