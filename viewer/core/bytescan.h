@@ -9,10 +9,28 @@
 // Vectorised byte scans shared by the indexer and the searcher.
 namespace ByteScan {
 
-// Writes to out (room for n entries) the offsets i in [0, n) where p[i] is LF or CR, where
-// "ER" or "WA" starts (first two bytes of the two markers), or, with withNul, where p[i] is
-// NUL. Offsets are ascending. Returns how many were written.
-size_t collectHits(const unsigned char *p, size_t n, bool withNul, uint32_t *out);
+// What one pass over a chunk looks for besides LF, CR and the starts of "ER" and "WA" (the
+// first two bytes of the two markers): NUL bytes, and the first one or two bytes of a
+// search text (each given as up to two byte values that fold alike).
+struct HitPattern
+{
+    bool nul = false;
+    bool candidates = false;
+    bool pair = false; // the search text has two or more characters
+    size_t secondOffset = 1; // where the second compared character lies: the last one
+    unsigned char first[2] = {0, 0};
+    unsigned char second[2] = {0, 0};
+};
+
+// Writes to out (room for n entries) the ascending offsets i in [0, n) where any of the
+// pattern's bytes start. Returns how many were written.
+size_t collectHits(const unsigned char *p, size_t n, const HitPattern &pattern, uint32_t *out);
+inline size_t collectHits(const unsigned char *p, size_t n, bool withNul, uint32_t *out)
+{
+    HitPattern pattern;
+    pattern.nul = withNul;
+    return collectHits(p, n, pattern, out);
+}
 
 // A search text prepared for case-insensitive matching against Latin-1 bytes, with the same
 // folding rule as QString::indexOf(..., Qt::CaseInsensitive).
@@ -33,7 +51,21 @@ public:
     const QString &text() const { return m_text; }
 
     bool matchesAt(const unsigned char *p) const;
-    // Offsets i in [0, n - length] where the first one or two bytes may start a match.
+    // The pattern that makes collectHits report this text's candidates as well.
+    HitPattern hitPattern() const;
+    bool isCandidate(const unsigned char *p, size_t i, size_t n) const
+    {
+        const unsigned char c = p[i];
+        if (c != m_first[0] && c != m_first[1])
+            return false;
+        if (m_length < 2)
+            return true;
+        const size_t j = i + size_t(m_length) - 1;
+        return j < n && (p[j] == m_second[0] || p[j] == m_second[1]);
+    }
+    // Offsets i in [0, n - length] where the first and the last byte may start a match
+    // (the two ends of a text are far less correlated than two neighbours, so fewer false
+    // candidates).
     size_t collectCandidates(const unsigned char *p, size_t n, uint32_t *out) const;
 
 private:

@@ -129,8 +129,6 @@ void FileReaderWriter::IndexFile(const QString &SearchString, const QString &Fil
     const qint64 chunk = ChunkSize > 0 ? qMin(ChunkSize, MaxChunkSize) : DefaultChunkSize;
     const size_t scratch = size_t(qMin(chunk, size));
     m_hits.resize(scratch);
-    if (st.useNeedle)
-        m_candidates.resize(scratch);
     m_terms.reserve(scratch);
     m_termCrlf.reserve(scratch);
 
@@ -183,7 +181,6 @@ bool FileReaderWriter::indexChunk(ChunkState &st, const unsigned char *p, qint64
     const int matchesBefore = m_index->matchOffsets.size();
     m_terms.clear();
     m_termCrlf.clear();
-    m_nuls.clear();
     const qint32 crlfBefore = st.crlf;
     const bool read = MappedGuard::run([&] { scanChunk(st, p, offset, length); });
     if (!read) {
@@ -205,11 +202,19 @@ void FileReaderWriter::scanChunk(ChunkState &st, const unsigned char *p, qint64 
                                  qint64 length)
 {
     const size_t n = size_t(length);
-    // NUL bytes only matter for the search text (a line is decoded up to its first NUL).
-    const size_t hits = ByteScan::collectHits(p, n, st.useNeedle, m_hits.data());
+    // One pass finds terminators, marker starts and, for a plain search text, its candidates
+    // and the NUL bytes that end a decoded line.
+    const bool inline_ = st.useNeedle && !st.needle.hasTerminator();
+    const size_t hits = inline_ ? ByteScan::collectHits(p, n, st.needle.hitPattern(), m_hits.data())
+                                : ByteScan::collectHits(p, n, false, m_hits.data());
     const qint32 base = qint32(offset);
     const qint32 lineBase = qint32(st.committed);
+    const size_t len = size_t(st.needle.length());
+    const int matchesBefore = m_index->matchOffsets.size();
     size_t skip = SIZE_MAX;
+    size_t nextAllowed = 0;
+    qint64 sliceStart = -1; // last terminator in this chunk; -1: the slice starts the chunk
+    qint64 lastNul = -1;
     for (size_t h = 0; h < hits; ++h) {
         const size_t i = m_hits[h];
         const unsigned char c = p[i];
@@ -225,87 +230,76 @@ void FileReaderWriter::scanChunk(ChunkState &st, const unsigned char *p, qint64 
             }
             m_terms.push_back(base + qint32(at));
             m_termCrlf.push_back(st.crlf);
-        } else if (c == 0) {
-            m_nuls.push_back(uint32_t(i));
-        } else if (c == 'E') {
+            sliceStart = qint64(at);
+            continue;
+        }
+        if (c == 0) {
+            lastNul = qint64(i);
+            continue;
+        }
+        if (c == 'E') {
             if (i + 6 <= n && std::memcmp(p + i, "ERROR:", 6) == 0) {
                 m_index->errorOffsets.append(base + qint32(i));
                 m_index->errorLines.append(lineBase + qint32(m_terms.size()));
             }
-        } else if (i + 6 <= n && std::memcmp(p + i, "WARN :", 6) == 0) {
-            m_index->warningOffsets.append(base + qint32(i));
-            m_index->warningLines.append(lineBase + qint32(m_terms.size()));
+        } else if (c == 'W') {
+            if (i + 6 <= n && std::memcmp(p + i, "WARN :", 6) == 0) {
+                m_index->warningOffsets.append(base + qint32(i));
+                m_index->warningLines.append(lineBase + qint32(m_terms.size()));
+            }
+        }
+        // Text after a NUL byte is not part of the decoded line; matches do not overlap.
+        if (inline_ && i >= nextAllowed && i + len <= n && lastNul <= sliceStart
+            && st.needle.isCandidate(p, i, n) && st.needle.matchesAt(p + i)) {
+            m_index->matchOffsets.append(base + qint32(i));
+            m_index->matchLines.append(lineBase + qint32(m_terms.size()));
+            nextAllowed = i + len;
         }
     }
     // The unterminated rest of the chunk is scanned unless the last line end is the chunk's
     // last byte (this only differs from "there is a rest" for a one-byte first chunk).
     const qint32 lastEnd = m_terms.empty() ? st.lastLineEnd : m_terms.back();
     const bool tailScanned = lastEnd < offset + length - 1;
-    if (st.useNeedle)
+    if (inline_ && !tailScanned) {
+        const qint32 tailLine = lineBase + qint32(m_terms.size());
+        while (m_index->matchLines.size() > matchesBefore && m_index->matchLines.last() == tailLine) {
+            m_index->matchLines.removeLast();
+            m_index->matchOffsets.removeLast();
+        }
+    }
+    if (st.useNeedle && !inline_)
         scanMatches(st, p, offset, length, tailScanned);
 }
 
 void FileReaderWriter::scanMatches(ChunkState &st, const unsigned char *p, qint64 offset,
                                    qint64 length, bool tailScanned)
 {
-    const size_t n = size_t(length);
-    const qint32 base = qint32(offset);
+    // Rare: a text with CR or LF can reach into the previous terminator, so each slice is
+    // decoded exactly as a line would be.
     const qint32 lineBase = qint32(st.committed);
     const size_t terms = m_terms.size();
-    if (st.needle.hasTerminator()) {
-        // Rare: a text with CR or LF can reach into the previous terminator, so each slice is
-        // decoded exactly as a line would be.
-        qint64 sliceStart = st.lastLineEnd < offset ? offset : st.lastLineEnd;
-        for (size_t t = 0; t <= terms; ++t) {
-            qint64 sliceEnd;
-            if (t < terms) {
-                // Inside one chunk an LF right after a CR is always the second byte of a pair.
-                const qint64 q = m_terms[t] - offset;
-                const bool pair = p[q] == '\n' && q > 0 && p[q - 1] == '\r';
-                sliceEnd = m_terms[t] - (pair ? 1 : 0);
-            } else {
-                if (!tailScanned)
-                    break;
-                sliceEnd = offset + length;
-            }
-            const qint64 from = qMax(sliceStart, offset);
-            const QString slice =
-                ByteScan::decodeSlice(p + (from - offset), size_t(sliceEnd - from));
-            const qint32 line = lineBase + qint32(t);
-            ByteScan::forEachQStringMatch(slice, st.needle.text(), [&](int at) {
-                m_index->matchOffsets.append(qint32(from + at));
-                m_index->matchLines.append(line);
-            });
-            if (t < terms)
-                sliceStart = m_terms[t];
+    qint64 sliceStart = st.lastLineEnd < offset ? offset : st.lastLineEnd;
+    for (size_t t = 0; t <= terms; ++t) {
+        qint64 sliceEnd;
+        if (t < terms) {
+            // Inside one chunk an LF right after a CR is always the second byte of a pair.
+            const qint64 q = m_terms[t] - offset;
+            const bool pair = p[q] == '\n' && q > 0 && p[q - 1] == '\r';
+            sliceEnd = m_terms[t] - (pair ? 1 : 0);
+        } else {
+            if (!tailScanned)
+                break;
+            sliceEnd = offset + length;
         }
-        return;
-    }
-
-    const size_t count = st.needle.collectCandidates(p, n, m_candidates.data());
-    const size_t len = size_t(st.needle.length());
-    size_t t = 0;
-    size_t nextAllowed = 0;
-    for (size_t c = 0; c < count; ++c) {
-        const size_t i = m_candidates[c];
-        if (i < nextAllowed)
-            continue;
-        while (t < terms && size_t(m_terms[t] - base) < i)
-            ++t;
-        if (t == terms && !tailScanned)
-            break;
-        if (!st.needle.matchesAt(p + i))
-            continue;
-        if (!m_nuls.empty()) {
-            // Text after a NUL byte is not part of the decoded line.
-            const uint32_t sliceStart = t > 0 ? uint32_t(m_terms[t - 1] - base) : 0;
-            const auto nul = std::lower_bound(m_nuls.begin(), m_nuls.end(), sliceStart);
-            if (nul != m_nuls.end() && *nul < i + len)
-                continue;
-        }
-        m_index->matchOffsets.append(base + qint32(i));
-        m_index->matchLines.append(lineBase + qint32(t));
-        nextAllowed = i + len;
+        const qint64 from = qMax(sliceStart, offset);
+        const QString slice = ByteScan::decodeSlice(p + (from - offset), size_t(sliceEnd - from));
+        const qint32 line = lineBase + qint32(t);
+        ByteScan::forEachQStringMatch(slice, st.needle.text(), [&](int at) {
+            m_index->matchOffsets.append(qint32(from + at));
+            m_index->matchLines.append(line);
+        });
+        if (t < terms)
+            sliceStart = m_terms[t];
     }
 }
 

@@ -69,10 +69,8 @@ private:
 
     // Per-chunk scratch, kept between chunks to avoid reallocations.
     std::vector<uint32_t> m_hits;
-    std::vector<uint32_t> m_candidates;
     std::vector<qint32> m_terms;
     std::vector<qint32> m_termCrlf;
-    std::vector<uint32_t> m_nuls;
     QElapsedTimer m_markTimer;
     qint64 m_nextMarkRefill = 0;
 };
