@@ -55,10 +55,10 @@ Generated generate(const QString &path, qint64 target)
 {
     quint64 state = 0x9e3779b97f4a7c15ull;
     QByteArray words;
-    static const char *const vocabulary[] = {"acquisition", "record", "trigger", "channel",
-                                             "buffer", "sample", "stream", "device", "clock",
-                                             "dma", "offset", "gain", "range", "0x7f3a",
-                                             "12345", "ready", "done", "armed", "level"};
+    static const char *const vocabulary[] = {
+        "acquisition", "record", "trigger", "channel", "buffer", "sample", "stream",
+        "device",      "clock",  "dma",     "offset",  "gain",   "range",  "0x7f3a",
+        "12345",       "ready",  "done",    "armed",   "level"};
     while (words.size() < (1 << 20)) {
         words += vocabulary[nextRandom(state) % (sizeof vocabulary / sizeof *vocabulary)];
         words += ' ';
@@ -106,8 +106,7 @@ double gbps(qint64 bytes, double seconds)
     return bytes / seconds / 1e9;
 }
 
-template <class F>
-double bestOfThree(F &&run)
+template <class F> double bestOfThree(F &&run)
 {
     double best = 1e30;
     for (int i = 0; i < 3; ++i) {
@@ -152,8 +151,7 @@ int main(int argc, char **argv)
     const Generated g = generate(path, mib << 20);
     std::printf("generated %lld bytes, %lld lines (%lld errors, %lld warnings, %lld with \"%s\") "
                 "in %.2f s\n",
-                g.bytes, g.lines, g.errors, g.warnings, g.rare, RareText,
-                timer.elapsed() / 1000.0);
+                g.bytes, g.lines, g.errors, g.warnings, g.rare, RareText, timer.elapsed() / 1000.0);
 
     // Baseline: count line feeds over the mapped file.
     qint64 lfCount = 0;
@@ -163,8 +161,8 @@ int main(int argc, char **argv)
             ::mmap(nullptr, size_t(g.bytes), PROT_READ, MAP_PRIVATE, fd, 0));
         const char *end = p + g.bytes;
         qint64 count = 0;
-        for (const char *at = p; (at = static_cast<const char *>(std::memchr(at, '\n', size_t(end - at))));
-             ++at)
+        for (const char *at = p;
+             (at = static_cast<const char *>(std::memchr(at, '\n', size_t(end - at)))); ++at)
             ++count;
         lfCount = count;
         ::munmap(const_cast<char *>(p), size_t(g.bytes));
@@ -183,17 +181,19 @@ int main(int argc, char **argv)
         QEventLoop loop;
         QElapsedTimer since;
         bool first = true;
-        const auto connection = QObject::connect(
-            engine.readerWriter(), &FileReaderWriter::FileIndexed, &loop,
-            [&](const QString &, const qint32 &count) {
-                if (first) {
-                    firstIndexed = std::min(firstIndexed, since.nsecsElapsed() / 1e6);
-                    first = false;
-                }
-                // Progress carries size - 1 <= lfCount; only the final one carries lfCount + 1.
-                if (count == lfCount + 1)
-                    loop.quit();
-            });
+        const auto connection =
+            QObject::connect(engine.readerWriter(), &FileReaderWriter::FileIndexed, &loop,
+                             [&](const QString &, const qint32 &count) {
+                                 if (first) {
+                                     firstIndexed =
+                                         std::min(firstIndexed, since.nsecsElapsed() / 1e6);
+                                     first = false;
+                                 }
+                                 // Progress carries size - 1 <= lfCount; only the final one carries
+                                 // lfCount + 1.
+                                 if (count == lfCount + 1)
+                                     loop.quit();
+                             });
         since.start();
         emit driver.NewFileOpened(search, path, ViewerEngine::ChunkSize, 4000);
         loop.exec();
@@ -205,8 +205,8 @@ int main(int argc, char **argv)
         FileIndex &index = engine.index();
         QReadLocker a(&index.occurrenceLock), b(&index.matchLock), c(&index.lineLock);
         indexBytes = index.allocatedBytes();
-        occurrences = index.errorOffsets.size() + index.warningOffsets.size()
-                      + index.matchOffsets.size();
+        occurrences =
+            index.errorOffsets.size() + index.warningOffsets.size() + index.matchOffsets.size();
     }
     const double indexSearch = bestOfThree([&] { indexOnce(searchText()); });
     qint64 indexMatches = 0;
@@ -218,14 +218,14 @@ int main(int argc, char **argv)
     qint64 searchMatches = 0;
     const double search = bestOfThree([&] {
         QEventLoop loop;
-        const auto connection = QObject::connect(
-            engine.searcher(), &FileSearcher::SearchProcessed, &loop,
-            [&](const QString, const qint64 &matches, const qint64 &lines) {
-                if (lines == lfCount) {
-                    searchMatches = matches;
-                    loop.quit();
-                }
-            });
+        const auto connection =
+            QObject::connect(engine.searcher(), &FileSearcher::SearchProcessed, &loop,
+                             [&](const QString, const qint64 &matches, const qint64 &lines) {
+                                 if (lines == lfCount) {
+                                     searchMatches = matches;
+                                     loop.quit();
+                                 }
+                             });
         emit driver.StartFileSearchTask(QString::fromLatin1(RareText), path,
                                         ViewerEngine::ChunkSize, 4000);
         loop.exec();
@@ -238,7 +238,8 @@ int main(int argc, char **argv)
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
         env.insert(QStringLiteral("LC_ALL"), QStringLiteral("C"));
         process.setProcessEnvironment(env);
-        process.start(QStringLiteral("grep"), {QStringLiteral("-ci"), QString::fromLatin1(RareText), path});
+        process.start(QStringLiteral("grep"),
+                      {QStringLiteral("-ci"), QString::fromLatin1(RareText), path});
         process.waitForFinished(-1);
         grepCount = process.readAllStandardOutput().trimmed().toLongLong();
     });
@@ -263,9 +264,8 @@ int main(int argc, char **argv)
     std::printf("index size             %6.2f bytes/line (limit %.2f: 8 per line + 8 per "
                 "occurrence)\n",
                 perLine, limit);
-    const bool ok = rPlain >= 1.0 / 3 && rSearch >= 0.25 && rGrep >= 1.0 && firstIndexed <= 50
-                    && perLine <= limit && searchMatches == grepCount
-                    && indexMatches == searchMatches;
+    const bool ok = rPlain >= 1.0 / 3 && rSearch >= 0.25 && rGrep >= 1.0 && firstIndexed <= 50 &&
+                    perLine <= limit && searchMatches == grepCount && indexMatches == searchMatches;
     std::printf("bench_viewer summary: size %lld MiB; index/memchr %.2f; index+search/memchr %.2f; "
                 "search/grep %.2f; first FileIndexed %.1f ms; %.2f bytes/line (limit %.2f); %s\n",
                 mib, rPlain, rSearch, rGrep, firstIndexed, perLine, limit,

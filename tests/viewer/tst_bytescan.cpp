@@ -30,8 +30,8 @@ private slots:
                 for (int i = 0; i < n; ++i) {
                     const char c = data[i];
                     const char d = i + 1 < n ? data[i + 1] : 0;
-                    if (c == '\n' || c == '\r' || (withNul && c == 0)
-                        || (c == 'E' && d == 'R') || (c == 'W' && d == 'A'))
+                    if (c == '\n' || c == '\r' || (withNul && c == 0) || (c == 'E' && d == 'R') ||
+                        (c == 'W' && d == 'A'))
                         expected.push_back(uint32_t(i));
                 }
                 QCOMPARE(hits, expected);
@@ -58,8 +58,8 @@ private slots:
         QFETCH(QString, needle);
         const ByteScan::Needle prepared(needle);
         QRandomGenerator rng(11);
-        const unsigned char alphabet[] = {'a', 'A', 'b', 'B', 'k', 'K', 0xe9, 0xc9,
-                                          0xb5, 0xff, 0xdf, 'x', 0};
+        const unsigned char alphabet[] = {'a',  'A',  'b',  'B',  'k', 'K', 0xe9,
+                                          0xc9, 0xb5, 0xff, 0xdf, 'x', 0};
         for (int round = 0; round < 200; ++round) {
             const int n = int(rng.bounded(200));
             QByteArray data(n, 'x');

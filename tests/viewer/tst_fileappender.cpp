@@ -171,5 +171,5 @@ private slots:
 };
 
 QTEST_GUILESS_MAIN(TestFileAppender)
-#include "tst_fileappender.moc"
 #include "moc_viewertestutil.cpp"
+#include "tst_fileappender.moc"

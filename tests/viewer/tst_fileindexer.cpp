@@ -34,8 +34,8 @@ private:
     };
 
     // Indexes path and waits for `signals` FileIndexed signals (the last one is final).
-    Run indexFile(ViewerEngine &engine, const QString &path, const QString &search,
-                  qint64 chunk, qint64 maxBlockCount, int signalCount)
+    Run indexFile(ViewerEngine &engine, const QString &path, const QString &search, qint64 chunk,
+                  qint64 maxBlockCount, int signalCount)
     {
         Driver driver;
         connect(&driver, &Driver::NewFileOpened, engine.readerWriter(),
@@ -93,7 +93,8 @@ private slots:
     {
         ViewerEngine engine;
         QCOMPARE(engine.readerWriter()->thread(), engine.readerWriterThread());
-        QCOMPARE(engine.readerWriterThread()->objectName(), QStringLiteral("FileReaderWriterThread"));
+        QCOMPARE(engine.readerWriterThread()->objectName(),
+                 QStringLiteral("FileReaderWriterThread"));
         QCOMPARE(engine.searcherThread()->objectName(), QStringLiteral("FileSearcherThread"));
         QCOMPARE(engine.filterThread()->objectName(), QStringLiteral("OccurrenceFilterThread"));
         QVERIFY(engine.readerWriterThread()->isRunning());
@@ -124,13 +125,13 @@ private slots:
         QTest::addColumn<QVector<qint32>>("crlfCounts");
         QTest::newRow("CR LF pairs") << QByteArray("a\r\nb\r\n") << qint64(512000)
                                      << QVector<qint32>{0, 2, 5} << QVector<qint32>{0, 1, 2};
-        QTest::newRow("LF then CR is two") << QByteArray("a\n\rb\n") << qint64(512000)
-                                           << QVector<qint32>{0, 1, 2, 4}
-                                           << QVector<qint32>{0, 0, 0, 0};
+        QTest::newRow("LF then CR is two")
+            << QByteArray("a\n\rb\n") << qint64(512000) << QVector<qint32>{0, 1, 2, 4}
+            << QVector<qint32>{0, 0, 0, 0};
         // The CR ends the first chunk of three bytes, the LF starts the next.
-        QTest::newRow("CR LF split by chunk") << QByteArray("ab\r\ncd\n") << qint64(3)
-                                              << QVector<qint32>{0, 2, 3, 6}
-                                              << QVector<qint32>{0, 0, 0, 0};
+        QTest::newRow("CR LF split by chunk")
+            << QByteArray("ab\r\ncd\n") << qint64(3) << QVector<qint32>{0, 2, 3, 6}
+            << QVector<qint32>{0, 0, 0, 0};
         QTest::newRow("no final terminator") << QByteArray("one\ntwo") << qint64(512000)
                                              << QVector<qint32>{0, 3} << QVector<qint32>{0, 0};
         QTest::newRow("lone CR") << QByteArray("a\rb\r") << qint64(512000)
@@ -188,15 +189,23 @@ private slots:
         QTest::addColumn<quint32>("seed");
         QTest::addColumn<qint64>("chunk");
         QTest::addColumn<QString>("search");
-        const QStringList searches = {"", "needle", "k", "ERROR:", "\xe9", "e\r", "\na",
-                                      "\xb5", "x", QStringLiteral("\u03bc"),
+        const QStringList searches = {"",
+                                      "needle",
+                                      "k",
+                                      "ERROR:",
+                                      "\xe9",
+                                      "e\r",
+                                      "\na",
+                                      "\xb5",
+                                      "x",
+                                      QStringLiteral("\u03bc"),
                                       QStringLiteral("\u212a")};
         const qint64 chunks[] = {1, 3, 7, 64, 4096, 512000};
         quint32 seed = 1;
         for (const qint64 chunk : chunks) {
             for (const QString &search : searches) {
-                const QByteArray name = QByteArray::number(chunk) + " / "
-                                        + search.toUtf8().toPercentEncoding();
+                const QByteArray name =
+                    QByteArray::number(chunk) + " / " + search.toUtf8().toPercentEncoding();
                 QTest::newRow(name.constData()) << seed++ << chunk << search;
             }
         }
@@ -213,8 +222,8 @@ private slots:
         const Reference ref = referenceIndex(data, search, chunk, maxBlockCount);
         const QString path = write("generated.log", data);
         ViewerEngine engine;
-        const Run run = indexFile(engine, path, search, chunk, maxBlockCount,
-                                  ref.progress.size() + 1);
+        const Run run =
+            indexFile(engine, path, search, chunk, maxBlockCount, ref.progress.size() + 1);
         QList<qint32> expected = ref.progress.toList();
         expected.append(ref.lineEnds.size());
         QCOMPARE(run.counts, expected);
@@ -270,18 +279,19 @@ private slots:
         ViewerEngine engine;
         // Runs on the worker thread between two chunks, so the change lands mid-file.
         bool done = false;
-        connect(engine.readerWriter(), &FileReaderWriter::FileIndexed, engine.readerWriter(),
-                [&](const QString &, const qint32 &) {
-                    if (done)
-                        return;
-                    done = true;
-                    if (replace)
-                        std::rename(QFile::encodeName(other).constData(),
-                                    QFile::encodeName(path).constData());
-                    else
-                        QFile::resize(path, 1000);
-                },
-                Qt::DirectConnection);
+        connect(
+            engine.readerWriter(), &FileReaderWriter::FileIndexed, engine.readerWriter(),
+            [&](const QString &, const qint32 &) {
+                if (done)
+                    return;
+                done = true;
+                if (replace)
+                    std::rename(QFile::encodeName(other).constData(),
+                                QFile::encodeName(path).constData());
+                else
+                    QFile::resize(path, 1000);
+            },
+            Qt::DirectConnection);
         Relay relay(engine.readerWriter());
         QSignalSpy indexed(&relay, &Relay::FileIndexed);
         QSignalSpy failed(&relay, &Relay::FileIndexError);
@@ -327,5 +337,5 @@ private slots:
 };
 
 QTEST_GUILESS_MAIN(TestFileIndexer)
-#include "tst_fileindexer.moc"
 #include "moc_viewertestutil.cpp"
+#include "tst_fileindexer.moc"

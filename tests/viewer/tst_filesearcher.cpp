@@ -33,8 +33,7 @@ private:
 
     void open(ViewerEngine &engine, Panel &panel, const QString &path)
     {
-        connect(&panel, &Panel::NewFileOpened, engine.readerWriter(),
-                &FileReaderWriter::IndexFile);
+        connect(&panel, &Panel::NewFileOpened, engine.readerWriter(), &FileReaderWriter::IndexFile);
         connect(&panel, &Panel::StartFileSearchTask, engine.searcher(),
                 &FileSearcher::SearchTextInFile);
         Relay relay(engine.readerWriter());
@@ -96,11 +95,11 @@ private slots:
         QVector<qint32> offsets = engine.index().matchOffsets;
         QVector<qint32> lines = engine.index().matchLines;
         // Scan order: the matches from the displayed range on come first.
-        const qint32 start = lower == 0 ? 0
+        const qint32 start = lower == 0                    ? 0
                              : lower < ref.lineEnds.size() ? ref.lineEnds[lower] + 1
                                                            : qint32(data.size());
-        const auto split = std::find_if(offsets.begin(), offsets.end(),
-                                        [&](qint32 o) { return o < start; });
+        const auto split =
+            std::find_if(offsets.begin(), offsets.end(), [&](qint32 o) { return o < start; });
         QVERIFY(std::all_of(offsets.begin(), split, [&](qint32 o) { return o >= start; }));
         QVERIFY(std::is_sorted(offsets.begin(), split));
         QVERIFY(std::is_sorted(split, offsets.end()));
@@ -192,5 +191,5 @@ private slots:
 };
 
 QTEST_GUILESS_MAIN(TestFileSearcher)
-#include "tst_filesearcher.moc"
 #include "moc_viewertestutil.cpp"
+#include "tst_filesearcher.moc"

@@ -53,8 +53,7 @@ private:
 
     void connectPanel(ViewerEngine &engine, Panel &panel)
     {
-        connect(&panel, &Panel::NewFileOpened, engine.readerWriter(),
-                &FileReaderWriter::IndexFile);
+        connect(&panel, &Panel::NewFileOpened, engine.readerWriter(), &FileReaderWriter::IndexFile);
         connect(&panel, &Panel::SelectionsFilterRequest, engine.filter(),
                 &OccurrenceFilter::onSelectionsFilterRequest);
         connect(&panel, &Panel::SpanSliderAnnotationsUpdateRequest, engine.filter(),
@@ -117,8 +116,7 @@ private slots:
         const int last = lower + qMin(maxBlockCount, upper - lower);
         const qint32 first = lower == 0 ? 0 : ref.lineEnds[lower] + 1;
         const qint32 end = last < size ? ref.lineEnds[last] : m_data.size();
-        QCOMPARE(engine.matchBuffers().acceptPending(),
-                 expected(ref.matchOffsets, first, end));
+        QCOMPARE(engine.matchBuffers().acceptPending(), expected(ref.matchOffsets, first, end));
         QCOMPARE(engine.criticalBuffers().acceptPending(),
                  expected(ref.errorOffsets + ref.warningOffsets, first, end));
         QCOMPARE(engine.matchBuffers().inUse, 1);
@@ -204,5 +202,5 @@ private slots:
 };
 
 QTEST_GUILESS_MAIN(TestOccurrenceFilter)
-#include "tst_occurrencefilter.moc"
 #include "moc_viewertestutil.cpp"
+#include "tst_occurrencefilter.moc"

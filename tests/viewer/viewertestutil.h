@@ -91,17 +91,17 @@ inline QSet<double> marksOf(const QVector<qint32> &lines, int lineEndCount)
 inline bool writeFile(const QString &path, const QByteArray &data)
 {
     QFile file(path);
-    return file.open(QIODevice::WriteOnly | QIODevice::Truncate)
-           && file.write(data) == data.size();
+    return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(data) == data.size();
 }
 
 // A log-like text with every awkward byte the indexer cares about.
 inline QByteArray randomLog(QRandomGenerator &rng, int lines)
 {
-    static const char *const pieces[] = {"ERROR:", "WARN :", "error:", "warn :", "ERROR",
-                                         "ERROR:ERROR:", "WARN :WARN :", "Needle", "nEeDlE",
-                                         "needleneedle", "k", "K", "\r", "\n", "\r\n",
-                                         "\n\r", "\0", "x", "INFO : ", "\xe9", "\xc9", "\xb5"};
+    static const char *const pieces[] = {
+        "ERROR:",       "WARN :", "error:", "warn :",       "ERROR", "ERROR:ERROR:",
+        "WARN :WARN :", "Needle", "nEeDlE", "needleneedle", "k",     "K",
+        "\r",           "\n",     "\r\n",   "\n\r",         "\0",    "x",
+        "INFO : ",      "\xe9",   "\xc9",   "\xb5"};
     QByteArray out;
     for (int line = 0; line < lines; ++line) {
         const int parts = int(rng.bounded(8));

@@ -45,8 +45,8 @@ inline bool isHitScalar(const unsigned char *p, size_t i, size_t n, const HitPat
     return false;
 }
 
-size_t hitsScalar(const unsigned char *p, size_t i, size_t n, const HitPattern &pat,
-                  uint32_t *out, size_t k)
+size_t hitsScalar(const unsigned char *p, size_t i, size_t n, const HitPattern &pat, uint32_t *out,
+                  size_t k)
 {
     for (; i < n; ++i) {
         if (isHitScalar(p, i, n, pat))
@@ -65,16 +65,15 @@ inline void emitBits(uint32_t bits, size_t base, uint32_t *out, size_t &k)
 }
 
 __attribute__((target("avx2"))) inline __m256i hitMask32(const unsigned char *q,
-                                                          const HitPattern &pat,
-                                                          const __m256i *k)
+                                                         const HitPattern &pat, const __m256i *k)
 {
     const __m256i v0 = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(q));
     const __m256i v1 = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(q + 1));
     __m256i m = _mm256_or_si256(_mm256_cmpeq_epi8(v0, k[0]), _mm256_cmpeq_epi8(v0, k[1]));
-    m = _mm256_or_si256(m, _mm256_and_si256(_mm256_cmpeq_epi8(v0, k[2]),
-                                            _mm256_cmpeq_epi8(v1, k[3])));
-    m = _mm256_or_si256(m, _mm256_and_si256(_mm256_cmpeq_epi8(v0, k[4]),
-                                            _mm256_cmpeq_epi8(v1, k[5])));
+    m = _mm256_or_si256(m,
+                        _mm256_and_si256(_mm256_cmpeq_epi8(v0, k[2]), _mm256_cmpeq_epi8(v1, k[3])));
+    m = _mm256_or_si256(m,
+                        _mm256_and_si256(_mm256_cmpeq_epi8(v0, k[4]), _mm256_cmpeq_epi8(v1, k[5])));
     if (pat.nul)
         m = _mm256_or_si256(m, _mm256_cmpeq_epi8(v0, _mm256_setzero_si256()));
     if (pat.candidates) {
@@ -82,8 +81,8 @@ __attribute__((target("avx2"))) inline __m256i hitMask32(const unsigned char *q,
         if (pat.pair) {
             const __m256i vd =
                 _mm256_loadu_si256(reinterpret_cast<const __m256i *>(q + pat.secondOffset));
-            c = _mm256_and_si256(c, _mm256_or_si256(_mm256_cmpeq_epi8(vd, k[8]),
-                                                    _mm256_cmpeq_epi8(vd, k[9])));
+            c = _mm256_and_si256(
+                c, _mm256_or_si256(_mm256_cmpeq_epi8(vd, k[8]), _mm256_cmpeq_epi8(vd, k[9])));
         }
         m = _mm256_or_si256(m, c);
     }
@@ -91,13 +90,18 @@ __attribute__((target("avx2"))) inline __m256i hitMask32(const unsigned char *q,
 }
 
 __attribute__((target("avx2"))) size_t hitsAvx2(const unsigned char *p, size_t n,
-                                                 const HitPattern &pat, uint32_t *out)
+                                                const HitPattern &pat, uint32_t *out)
 {
-    const __m256i k[10] = {
-        _mm256_set1_epi8('\n'), _mm256_set1_epi8('\r'), _mm256_set1_epi8('E'),
-        _mm256_set1_epi8('R'), _mm256_set1_epi8('W'), _mm256_set1_epi8('A'),
-        _mm256_set1_epi8(char(pat.first[0])), _mm256_set1_epi8(char(pat.first[1])),
-        _mm256_set1_epi8(char(pat.second[0])), _mm256_set1_epi8(char(pat.second[1]))};
+    const __m256i k[10] = {_mm256_set1_epi8('\n'),
+                           _mm256_set1_epi8('\r'),
+                           _mm256_set1_epi8('E'),
+                           _mm256_set1_epi8('R'),
+                           _mm256_set1_epi8('W'),
+                           _mm256_set1_epi8('A'),
+                           _mm256_set1_epi8(char(pat.first[0])),
+                           _mm256_set1_epi8(char(pat.first[1])),
+                           _mm256_set1_epi8(char(pat.second[0])),
+                           _mm256_set1_epi8(char(pat.second[1]))};
     size_t i = 0, k64 = 0;
     const size_t reach = 64 + (pat.candidates && pat.pair ? qMax<size_t>(1, pat.secondOffset) : 1);
     // 64 bytes per step with one branch: most steps hold no hit, and the fewer branches
@@ -151,9 +155,8 @@ size_t hitsSse2(const unsigned char *p, size_t n, const HitPattern &pat, uint32_
 // Candidates whose first byte is f0 or f1 and, for two or more characters, whose second
 // byte is s0 or s1.
 __attribute__((target("avx2"))) size_t candAvx2(const unsigned char *p, size_t n,
-                                                 const unsigned char *f,
-                                                 const unsigned char *s, size_t d,
-                                                 uint32_t *out, size_t &done)
+                                                const unsigned char *f, const unsigned char *s,
+                                                size_t d, uint32_t *out, size_t &done)
 {
     const __m256i f0 = _mm256_set1_epi8(char(f[0])), f1 = _mm256_set1_epi8(char(f[1]));
     const __m256i s0 = _mm256_set1_epi8(char(s[0])), s1 = _mm256_set1_epi8(char(s[1]));
@@ -163,8 +166,7 @@ __attribute__((target("avx2"))) size_t candAvx2(const unsigned char *p, size_t n
         const __m256i v0 = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(p + i));
         __m256i m = _mm256_or_si256(_mm256_cmpeq_epi8(v0, f0), _mm256_cmpeq_epi8(v0, f1));
         if (pair) {
-            const __m256i v1 =
-                _mm256_loadu_si256(reinterpret_cast<const __m256i *>(p + i + d));
+            const __m256i v1 = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(p + i + d));
             m = _mm256_and_si256(
                 m, _mm256_or_si256(_mm256_cmpeq_epi8(v1, s0), _mm256_cmpeq_epi8(v1, s1)));
         }
@@ -174,8 +176,8 @@ __attribute__((target("avx2"))) size_t candAvx2(const unsigned char *p, size_t n
     return k;
 }
 
-size_t candSse2(const unsigned char *p, size_t n, const unsigned char *f,
-                const unsigned char *s, size_t d, uint32_t *out, size_t &done)
+size_t candSse2(const unsigned char *p, size_t n, const unsigned char *f, const unsigned char *s,
+                size_t d, uint32_t *out, size_t &done)
 {
     const __m128i f0 = _mm_set1_epi8(char(f[0])), f1 = _mm_set1_epi8(char(f[1]));
     const __m128i s0 = _mm_set1_epi8(char(s[0])), s1 = _mm_set1_epi8(char(s[1]));
@@ -287,8 +289,8 @@ size_t Needle::collectCandidates(const unsigned char *p, size_t n, uint32_t *out
 #endif
     for (; i <= last; ++i) {
         const unsigned char c = p[i];
-        if ((c == m_first[0] || c == m_first[1])
-            && (!pair || p[i + d] == m_second[0] || p[i + d] == m_second[1]))
+        if ((c == m_first[0] || c == m_first[1]) &&
+            (!pair || p[i + d] == m_second[0] || p[i + d] == m_second[1]))
             out[k++] = uint32_t(i);
     }
     return k;

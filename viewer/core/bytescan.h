@@ -16,7 +16,7 @@ struct HitPattern
 {
     bool nul = false;
     bool candidates = false;
-    bool pair = false; // the search text has two or more characters
+    bool pair = false;       // the search text has two or more characters
     size_t secondOffset = 1; // where the second compared character lies: the last one
     unsigned char first[2] = {0, 0};
     unsigned char second[2] = {0, 0};

@@ -27,9 +27,9 @@ void FileIndex::setCapture(const QString &phrase, const QString &marker)
 qint64 FileIndex::allocatedBytes() const
 {
     const qint64 w = sizeof(qint32);
-    return w * (lineEnds.capacity() + crlfCounts.capacity() + errorOffsets.capacity()
-                + warningOffsets.capacity() + errorLines.capacity() + warningLines.capacity()
-                + matchOffsets.capacity() + matchLines.capacity());
+    return w * (lineEnds.capacity() + crlfCounts.capacity() + errorOffsets.capacity() +
+                warningOffsets.capacity() + errorLines.capacity() + warningLines.capacity() +
+                matchOffsets.capacity() + matchLines.capacity());
 }
 
 const QVector<qint32> &TripleMatchBuffers::acceptPending()

@@ -19,7 +19,7 @@ struct FileIndex
     QVector<qint32> warningOffsets;
     QVector<qint32> errorLines;
     QVector<qint32> warningLines;
-    QVector<qint32> matchOffsets;  // guarded by matchLock (with matchLines)
+    QVector<qint32> matchOffsets; // guarded by matchLock (with matchLines)
     QVector<qint32> matchLines;
 
     // Guarded by wholeFileLock.

@@ -29,9 +29,9 @@ void appendBulk(QVector<qint32> &v, const qint32 *data, size_t n)
 
 void squeezeAll(FileIndex *index)
 {
-    for (QVector<qint32> *v : {&index->lineEnds, &index->crlfCounts, &index->errorOffsets,
-                               &index->warningOffsets, &index->errorLines,
-                               &index->warningLines, &index->matchOffsets, &index->matchLines})
+    for (QVector<qint32> *v :
+         {&index->lineEnds, &index->crlfCounts, &index->errorOffsets, &index->warningOffsets,
+          &index->errorLines, &index->warningLines, &index->matchOffsets, &index->matchLines})
         v->squeeze();
 }
 
@@ -68,12 +68,11 @@ struct FileReaderWriter::ChunkState
     bool useNeedle = false;
     qint64 progressEvery = 0; // MaxBlockCount + 1; 0 when no progress is wanted
     qint32 crlf = 0;
-    qint32 lastLineEnd = 0;   // last element of lineEnds
-    qint64 committed = 1;     // size of lineEnds
+    qint32 lastLineEnd = 0; // last element of lineEnds
+    qint64 committed = 1;   // size of lineEnds
 };
 
-FileReaderWriter::FileReaderWriter(FileIndex *index, SpanAnnotations *annotations,
-                                   QObject *parent)
+FileReaderWriter::FileReaderWriter(FileIndex *index, SpanAnnotations *annotations, QObject *parent)
     : QObject(parent), m_index(index), m_annotations(annotations)
 {
 }
@@ -110,8 +109,8 @@ void FileReaderWriter::IndexFile(const QString &SearchString, const QString &Fil
     if (!file.open(FilePath)) {
         // A missing file is simply empty; one that exists but cannot be read is reported.
         if (QFileInfo::exists(FilePath))
-            emit FileIndexError(FilePath, tr("Cannot read \"%1\": %2")
-                                              .arg(FilePath, file.errorString()));
+            emit FileIndexError(FilePath,
+                                tr("Cannot read \"%1\": %2").arg(FilePath, file.errorString()));
         finishIndex(FilePath);
         return;
     }
@@ -153,8 +152,8 @@ void FileReaderWriter::IndexFile(const QString &SearchString, const QString &Fil
         }
         const unsigned char *p = file.map(offset, length);
         if (!p) {
-            emit FileIndexError(FilePath, tr("Cannot map \"%1\": %2")
-                                              .arg(FilePath, file.errorString()));
+            emit FileIndexError(FilePath,
+                                tr("Cannot map \"%1\": %2").arg(FilePath, file.errorString()));
             break;
         }
         if (!indexChunk(st, p, offset, length)) {
@@ -249,8 +248,8 @@ void FileReaderWriter::scanChunk(ChunkState &st, const unsigned char *p, qint64 
             }
         }
         // Text after a NUL byte is not part of the decoded line; matches do not overlap.
-        if (inline_ && i >= nextAllowed && i + len <= n && lastNul <= sliceStart
-            && st.needle.isCandidate(p, i, n) && st.needle.matchesAt(p + i)) {
+        if (inline_ && i >= nextAllowed && i + len <= n && lastNul <= sliceStart &&
+            st.needle.isCandidate(p, i, n) && st.needle.matchesAt(p + i)) {
             m_index->matchOffsets.append(base + qint32(i));
             m_index->matchLines.append(lineBase + qint32(m_terms.size()));
             nextAllowed = i + len;
@@ -262,7 +261,8 @@ void FileReaderWriter::scanChunk(ChunkState &st, const unsigned char *p, qint64 
     const bool tailScanned = lastEnd < offset + length - 1;
     if (inline_ && !tailScanned) {
         const qint32 tailLine = lineBase + qint32(m_terms.size());
-        while (m_index->matchLines.size() > matchesBefore && m_index->matchLines.last() == tailLine) {
+        while (m_index->matchLines.size() > matchesBefore &&
+               m_index->matchLines.last() == tailLine) {
             m_index->matchLines.removeLast();
             m_index->matchOffsets.removeLast();
         }

@@ -136,20 +136,20 @@ bool FileSearcher::scanRange(MappedFile &file, const ByteScan::Needle &needle, q
                 if (needle.hasTerminator()) {
                     // Lines decoded as the indexer does: from the previous terminator up to this
                     // one, so a text holding CR or LF finds the same places.
-                    for (qint32 line = lineOf(a); ; ++line) {
+                    for (qint32 line = lineOf(a);; ++line) {
                         const qint64 sliceStart = line == 1 ? 0 : ends[line - 1];
                         if (sliceStart >= b)
                             break;
                         qint64 sliceEnd = b;
                         if (line < ends.size()) {
-                            const bool pair = ends[line] > 0 && m_index->crlfCounts[line]
-                                                                    != m_index->crlfCounts[line - 1];
+                            const bool pair = ends[line] > 0 && m_index->crlfCounts[line] !=
+                                                                    m_index->crlfCounts[line - 1];
                             sliceEnd = qMin<qint64>(b, ends[line] - (pair ? 1 : 0));
                         }
                         const qint64 s = qMax(sliceStart, mapStart);
                         if (sliceEnd > s) {
-                            const QString slice = ByteScan::decodeSlice(p + (s - mapStart),
-                                                                        size_t(sliceEnd - s));
+                            const QString slice =
+                                ByteScan::decodeSlice(p + (s - mapStart), size_t(sliceEnd - s));
                             ByteScan::forEachQStringMatch(slice, needle.text(), [&](int at) {
                                 m_index->matchOffsets.append(qint32(s + at));
                                 m_index->matchLines.append(line);

@@ -48,8 +48,7 @@ namespace MappedGuard {
 sigjmp_buf *&currentJump();
 void installHandler();
 
-template <class F>
-bool run(F &&f)
+template <class F> bool run(F &&f)
 {
     installHandler();
     sigjmp_buf jump;

@@ -10,12 +10,8 @@ OccurrenceFilter::OccurrenceFilter(FileIndex *index, SpanAnnotations *annotation
                                    TripleMatchBuffers *matchBuffers,
                                    TripleMatchBuffers *criticalBuffers, qint32 maxBlockCount,
                                    QObject *parent)
-    : QObject(parent),
-      m_index(index),
-      m_annotations(annotations),
-      m_matchBuffers(matchBuffers),
-      m_criticalBuffers(criticalBuffers),
-      m_maxBlockCount(maxBlockCount)
+    : QObject(parent), m_index(index), m_annotations(annotations), m_matchBuffers(matchBuffers),
+      m_criticalBuffers(criticalBuffers), m_maxBlockCount(maxBlockCount)
 {
 }
 
@@ -68,7 +64,8 @@ bool OccurrenceFilter::runFilter(const QString &filePath, bool critical)
                 if (offset < first || offset > end)
                     continue;
                 // The document holds one character where the file holds CR LF.
-                const qint64 line = std::lower_bound(lineFirst, ends.cend(), offset) - ends.cbegin();
+                const qint64 line =
+                    std::lower_bound(lineFirst, ends.cend(), offset) - ends.cbegin();
                 const qint32 pairs = crlf[line - 1] - crlfAtStart;
                 out.append(qint32(offset - first - pairs));
             }

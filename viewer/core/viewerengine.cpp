@@ -20,12 +20,11 @@ QThread *startWorker(QObject *worker, const QString &name, QObject *owner)
 } // namespace
 
 ViewerEngine::ViewerEngine(qint32 maxBlockCount, QObject *parent)
-    : QObject(parent),
-      m_maxBlockCount(maxBlockCount),
+    : QObject(parent), m_maxBlockCount(maxBlockCount),
       m_readerWriter(new FileReaderWriter(&m_index, &m_annotations)),
       m_searcher(new FileSearcher(&m_index, &m_annotations)),
-      m_filter(new OccurrenceFilter(&m_index, &m_annotations, &m_matchBuffers,
-                                    &m_criticalBuffers, maxBlockCount))
+      m_filter(new OccurrenceFilter(&m_index, &m_annotations, &m_matchBuffers, &m_criticalBuffers,
+                                    maxBlockCount))
 {
     m_readerWriterThread =
         startWorker(m_readerWriter, QStringLiteral("FileReaderWriterThread"), this);
