@@ -17,6 +17,7 @@ namespace {
 // The scratch lists hold one entry per byte in the worst case, so the chunk is capped.
 constexpr qint64 MaxChunkSize = qint64(16) << 20;
 constexpr qint64 DefaultChunkSize = 512000;
+constexpr qint64 MaxLineEnds = (qint64(1) << 29) - 1024;
 
 void appendBulk(QVector<qint32> &v, const qint32 *data, size_t n)
 {
@@ -156,9 +157,17 @@ void FileReaderWriter::IndexFile(const QString &SearchString, const QString &Fil
                                 tr("Cannot map \"%1\": %2").arg(FilePath, file.errorString()));
             break;
         }
-        if (!indexChunk(st, p, offset, length)) {
+        const ChunkResult result = indexChunk(st, p, offset, length);
+        if (result == ChunkTruncated) {
             emit FileIndexError(FilePath, tr("\"%1\" changed while it was being indexed; the "
                                              "index ends at byte %2.")
+                                              .arg(FilePath)
+                                              .arg(offset));
+            break;
+        }
+        if (result == ChunkTooManyLines) {
+            emit FileIndexError(FilePath, tr("\"%1\" has too many lines to index; the index "
+                                             "ends at byte %2.")
                                               .arg(FilePath)
                                               .arg(offset));
             break;
@@ -172,8 +181,8 @@ void FileReaderWriter::IndexFile(const QString &SearchString, const QString &Fil
     finishIndex(FilePath);
 }
 
-bool FileReaderWriter::indexChunk(ChunkState &st, const unsigned char *p, qint64 offset,
-                                  qint64 length)
+FileReaderWriter::ChunkResult FileReaderWriter::indexChunk(ChunkState &st, const unsigned char *p,
+                                                           qint64 offset, qint64 length)
 {
     const int errorsBefore = m_index->errorOffsets.size();
     const int warningsBefore = m_index->warningOffsets.size();
@@ -182,8 +191,10 @@ bool FileReaderWriter::indexChunk(ChunkState &st, const unsigned char *p, qint64
     m_termCrlf.clear();
     const qint32 crlfBefore = st.crlf;
     const bool read = MappedGuard::run([&] { scanChunk(st, p, offset, length); });
-    if (!read) {
-        // The file was cut short under the mapping: drop this chunk's partial results.
+    // A vector of qint32 holds fewer elements than a 2 GiB file can have line ends.
+    const bool fits = st.committed + qint64(m_terms.size()) <= MaxLineEnds;
+    if (!read || !fits) {
+        // Cut short under the mapping, or too many lines: drop this chunk's partial results.
         m_index->errorOffsets.resize(errorsBefore);
         m_index->errorLines.resize(errorsBefore);
         m_index->warningOffsets.resize(warningsBefore);
@@ -191,10 +202,10 @@ bool FileReaderWriter::indexChunk(ChunkState &st, const unsigned char *p, qint64
         m_index->matchOffsets.resize(matchesBefore);
         m_index->matchLines.resize(matchesBefore);
         st.crlf = crlfBefore;
-        return false;
+        return read ? ChunkTooManyLines : ChunkTruncated;
     }
     commitLines(st, 0);
-    return true;
+    return ChunkIndexed;
 }
 
 void FileReaderWriter::scanChunk(ChunkState &st, const unsigned char *p, qint64 offset,

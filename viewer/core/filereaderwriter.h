@@ -39,7 +39,8 @@ signals:
 
 private:
     struct ChunkState;
-    bool indexChunk(ChunkState &st, const unsigned char *p, qint64 offset, qint64 length);
+    enum ChunkResult { ChunkIndexed, ChunkTruncated, ChunkTooManyLines };
+    ChunkResult indexChunk(ChunkState &st, const unsigned char *p, qint64 offset, qint64 length);
     void scanChunk(ChunkState &st, const unsigned char *p, qint64 offset, qint64 length);
     void scanMatches(ChunkState &st, const unsigned char *p, qint64 offset, qint64 length,
                      bool tailScanned);

@@ -11,7 +11,15 @@ class OccurrenceFilter;
 
 // Everything a viewer panel needs behind its widgets: the shared index, the slider's
 // annotation sets, the editor's two triple buffers and the three workers, each on its named
-// thread. The panel connects its own signals to the workers' slots (queued across threads).
+// thread. The panel connects its own signals to the workers' slots (queued across threads):
+//   NewFileOpened -> readerWriter()->IndexFile, editor newTextAvailable -> AppendFile,
+//   StartFileSearchTask -> searcher()->SearchTextInFile,
+//   SelectionsFilterRequest / SpanSliderAnnotationsUpdateRequest / ClearAnnotationsRequest
+//   -> filter()->on...; and back: FileIndexed, FileAppended, SpanSliderAnnotationsUpdated,
+//   SearchProcessed, MatchFilterFinished, CriticalFilterFinished, FileIndexError, and
+//   SpanSliderRepaintRequested (all three workers) for the slider's repaint.
+// The slider stores its handles in annotations().lower/upper; after a "...FilterFinished"
+// the editor calls matchBuffers() / criticalBuffers().acceptPending().
 class ViewerEngine : public QObject
 {
     Q_OBJECT
