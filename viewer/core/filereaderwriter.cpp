@@ -348,7 +348,7 @@ void FileReaderWriter::publishProgress(ChunkState &st, bool force)
         cost.start();
         refillOccurrenceMarks(qint32(st.committed - 1));
         refillSearchMarks(qint32(st.committed - 1));
-        m_nextMarkRefill = m_markTimer.elapsed() + qMax<qint64>(50, 8 * cost.elapsed());
+        m_nextMarkRefill = m_markTimer.elapsed() + qMax<qint64>(200, 10 * cost.elapsed());
         emit SpanSliderRepaintRequested();
     }
     emit FileIndexed(st.path, qint32(st.committed - 1));
