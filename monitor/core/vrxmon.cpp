@@ -399,6 +399,8 @@ void VrxMon::showPiece(int index, const char *data, std::size_t length, bool end
         text += QString::fromLocal8Bit(data, int(length));
     }
     emit MessageAvailable(text);
+    if (ended)
+        m_linesShown.fetch_add(1, std::memory_order_relaxed);
     m_lastShownFd = c.fd;
     m_atLineStart = ended;
     c.midLine = !ended;

@@ -53,6 +53,9 @@ public:
     // Device numbers of the registered clients in table order; safe from any thread, so
     // owners and tests can see the table without stopping the loop.
     QVector<quint64> clientDeviceNumbers() const;
+    // Client lines shown with their end since construction; a lone "\n" text between two
+    // clients cannot be told from the end of a split line, this can.
+    quint64 linesShown() const { return m_linesShown.load(std::memory_order_relaxed); }
 
 signals:
     void MessageAvailable(const QString &message);
@@ -98,4 +101,5 @@ private:
     int m_wakeFd = -1;
     mutable QMutex m_tableMutex; // taken only when the table changes shape, never per line
     std::atomic<bool> m_shutdown{false};
+    std::atomic<quint64> m_linesShown{0};
 };

@@ -44,7 +44,7 @@ private slots:
         RecordingHost second;
         QSignalSpy taken(&second.host, &VrxMonHost::takeOverFinished);
         second.host.start(1, QStringLiteral("127.0.0.1"), kPort, 0x5, 1, 0xF0);
-        QVERIFY(taken.wait(30000) || taken.count() == 1);
+        QTRY_VERIFY_WITH_TIMEOUT(taken.count() >= 1, 30000);
         QCOMPARE(taken.at(0).at(0).toBool(), true);
         QVERIFY(second.waitFor(QStringLiteral("NOTE : VRX Monitor started!\n\n")));
 
@@ -57,7 +57,7 @@ private slots:
         QCOMPARE(second.countOf(QStringLiteral("INFO : [Timestamp]   = 0x1\n")), 2);
         QCOMPARE(second.countOf(QStringLiteral("INFO : [Device Mask] = 0xF0\n")), 2);
 
-        QVERIFY(firstFinished.count() == 1 || firstFinished.wait(20000));
+        QTRY_VERIFY_WITH_TIMEOUT(firstFinished.count() >= 1, 20000);
         QVERIFY(first.waitFor(QStringLiteral("[Interface: SOCKET]\n[DevAddr: 0x0]\n[Dev#: 65535]\n"
                                              "[DevType: ServerTerminator]\n")));
         QVERIFY(first.waitFor(firstPrompt + QStringLiteral("NOTE : Stop command received!\n")));
@@ -91,7 +91,7 @@ private slots:
         RecordingHost h;
         QSignalSpy taken(&h.host, &VrxMonHost::takeOverFinished);
         h.host.start(1, QStringLiteral("127.0.0.1"), kPort);
-        QVERIFY(taken.wait(30000) || taken.count() == 1);
+        QTRY_VERIFY_WITH_TIMEOUT(taken.count() >= 1, 30000);
         close(fd);
         QCOMPARE(taken.at(0).at(0).toBool(), false);
         QVERIFY(h.waitFor(QStringLiteral("ERROR: Unable to quit existing VRX Monitor!\n")));
