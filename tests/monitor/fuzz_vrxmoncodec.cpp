@@ -1,0 +1,101 @@
+// libFuzzer target for the monitor's byte handling: ID record, client timestamps, line
+// splitting and the streaming command matcher, each checked against a plain reference.
+#include "monitor/core/vrxmonprotocol.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+using namespace VrxProto;
+
+namespace {
+void check(bool ok)
+{
+    if (!ok)
+        std::abort();
+}
+
+// Commands found by plain substring search; the streaming matcher must agree with it.
+std::vector<std::string> referenceCommands(const std::string &s)
+{
+    std::vector<std::string> out;
+    std::size_t pos = 0;
+    for (;;) {
+        const std::size_t open = s.find("RunCmd(", pos);
+        if (open == std::string::npos)
+            break;
+        const std::size_t start = open + 7;
+        const std::size_t close = s.find(");", start);
+        if (close == std::string::npos)
+            break;
+        std::string text = s.substr(start, close - start);
+        if (text.size() + 2 > std::size_t(CmdMatcher::kCmdCapacity))
+            text = (text + ");").substr(0, std::size_t(CmdMatcher::kCmdCapacity));
+        const std::size_t nul = text.find('\0');
+        if (nul != std::string::npos)
+            text.resize(nul);
+        out.push_back(text);
+        pos = close + 2;
+    }
+    return out;
+}
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    const char *bytes = reinterpret_cast<const char *>(data);
+    const std::string input(bytes, size);
+
+    const ClientIdDecode id = decodeClientId(bytes, int(size));
+    check(id.valid == (size == 100 && std::memcmp(bytes + 32, "OKAV", 4) == 0));
+    const ClientTexts texts = clientTexts(id.record);
+    check(texts.prompt == texts.promptEmptyLine + QLatin1Char(' '));
+    (void)connectText(id.record, QByteArray(bytes, int(std::min<size_t>(size, 64))), "127.0.0.1",
+                      1, true);
+    if (size > 0)
+        (void)plotPrefix(qint64(data[0]), QByteArray(bytes, int(size)));
+
+    check(isClientTimestamp(bytes, size) ==
+          (size >= 27 && bytes[0] == '[' && bytes[5] == '-' && bytes[8] == '-' &&
+           bytes[11] == 'T' && bytes[14] == ':' && bytes[17] == ':' && bytes[20] == '.' &&
+           bytes[24] == 'Z' && bytes[25] == ']' && bytes[26] == ' '));
+
+    // The pieces cover the input exactly, in order, each ending at a line end or the data end.
+    std::size_t next = 0;
+    const QList<LinePiece> pieces = splitLines(bytes, size);
+    for (int i = 0; i < pieces.size(); ++i) {
+        const LinePiece &p = pieces[i];
+        check(p.start == next && p.length > 0);
+        for (std::size_t k = p.start; k + 1 < p.start + p.length; ++k)
+            check(!isLineEnd(bytes[k]));
+        check(p.ended == isLineEnd(bytes[p.start + p.length - 1]));
+        check(p.ended || i == pieces.size() - 1);
+        next = p.start + p.length;
+    }
+    check(next == size);
+
+    // Fed in two batches split anywhere, the matcher finds what a substring search finds.
+    const std::vector<std::string> expected = referenceCommands(input);
+    const std::size_t cut = size ? data[0] % (size + 1) : 0;
+    CmdMatcher m;
+    resetMatcher(m);
+    std::vector<std::string> found;
+    for (std::size_t i = 0; i < size; ++i) {
+        if (i == cut) {
+            CmdMatcher copy = m; // the state is plain data carried in the client record
+            m = copy;
+        }
+        if (feedMatcher(m, bytes[i])) {
+            const QByteArray text = commandText(m);
+            found.emplace_back(text.constData(), std::size_t(text.size()));
+            const CommandDecision d = parseCommand(text, "1, /bin/x,");
+            check(!d.message.isEmpty() || d.kind == CmdKind::Plot);
+            check(d.kind != CmdKind::Plot || d.plotRequest.startsWith(QLatin1String("1, /bin/x,")));
+            resetMatcher(m);
+        }
+    }
+    check(found == expected);
+    return 0;
+}
