@@ -39,6 +39,7 @@ VrxMon::VrxMon(QObject *parent) : QObject(parent)
     std::memset(m_clients, 0, sizeof m_clients);
     std::memset(m_scratch, 0, sizeof m_scratch);
     m_monitorPrompt = ownMonitorPrompt();
+    m_textScratch.reserve(2 * kRecvBufferSize); // reserved, so clearing it keeps the memory
     m_wakeFd = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
 }
 
@@ -379,7 +380,9 @@ void VrxMon::showPiece(int index, const char *data, std::size_t length, bool end
         emit MessageAvailable(QStringLiteral("\n"));
         m_atLineStart = true;
     }
-    QString text;
+    // Prefix and piece are put together as bytes and decoded once: one allocation per line.
+    QByteArray &bytes = m_textScratch;
+    bytes.resize(0);
     if (m_atLineStart) {
         if (m_useTimestamp && !c.midLine && isClientTimestamp(data, length)) {
             std::memcpy(c.latestTimestamp, data, kTimestampLen);
@@ -388,16 +391,17 @@ void VrxMon::showPiece(int index, const char *data, std::size_t length, bool end
             length -= kTimestampLen;
         }
         if (m_useTimestamp)
-            text = QString::fromLatin1(c.latestTimestamp);
-        text += QString::fromLocal8Bit(length <= 1 ? c.promptEmptyLine : c.prompt);
+            bytes.append(c.latestTimestamp);
+        bytes.append(length <= 1 ? c.promptEmptyLine : c.prompt);
     }
     // A NUL ends a line like a line feed and is shown as one, so the text stays printable.
     if (ended && length > 0 && data[length - 1] == '\0') {
-        text += QString::fromLocal8Bit(data, int(length - 1));
-        text += QLatin1Char('\n');
+        bytes.append(data, int(length - 1));
+        bytes.append('\n');
     } else {
-        text += QString::fromLocal8Bit(data, int(length));
+        bytes.append(data, int(length));
     }
+    const QString text = QString::fromUtf8(bytes.constData(), bytes.size());
     emit MessageAvailable(text);
     if (ended)
         m_linesShown.fetch_add(1, std::memory_order_relaxed);
@@ -422,7 +426,9 @@ void VrxMon::readClient(int index)
     std::size_t lineStart = 0;
     for (std::size_t i = 0; i < total; ++i) {
         const char ch = buf[i];
-        if (feedMatcher(c.matcher, ch)) {
+        // Most bytes neither continue a token nor could start one.
+        const bool idle = !c.matcher.open && c.matcher.position == 0 && ch != 'R';
+        if (!idle && feedMatcher(c.matcher, ch)) {
             executeCommand(index);
             resetMatcher(c.matcher);
             if (m_stopped)

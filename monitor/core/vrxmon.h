@@ -2,6 +2,7 @@
 
 #include "monitor/core/vrxmonprotocol.h"
 
+#include <QByteArray>
 #include <QMutex>
 #include <QObject>
 #include <QVector>
@@ -96,6 +97,7 @@ private:
     bool m_atLineStart = true;
     bool m_stopped = false;
     int m_lastShownFd = -1;
+    QByteArray m_textScratch; // reused for every shown piece
 
     // Wakes a blocked epoll_wait when the owner shuts down.
     int m_wakeFd = -1;
