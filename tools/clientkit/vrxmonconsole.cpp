@@ -1,0 +1,51 @@
+// The monitor server without the window: prints what the monitor panel would show and stands
+// in for the plot tool by acknowledging every real-time plot request once it is printed.
+#include "monitor/core/remotememprocessed.h"
+#include "monitor/core/vrxmon.h"
+#include "monitor/core/vrxmonhost.h"
+
+#include <QCoreApplication>
+#include <QThread>
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+
+namespace {
+void onSignal(int) { QCoreApplication::quit(); }
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QCoreApplication app(argc, argv);
+    const QStringList args = app.arguments();
+    quint32 port = 55555, timestamp = 0;
+    for (int i = 1; i < args.size(); ++i) {
+        if (args[i] == QLatin1String("--port") && i + 1 < args.size())
+            port = args[++i].toUInt();
+        else if (args[i] == QLatin1String("--timestamp"))
+            timestamp = 1;
+        else {
+            std::fprintf(stderr, "usage: vrxmonconsole [--port N] [--timestamp]\n");
+            return 2;
+        }
+    }
+    std::signal(SIGINT, onSignal);
+    std::signal(SIGTERM, onSignal);
+
+    VrxMonHost host;
+    QObject::connect(&host, &VrxMonHost::MessageAvailable, [](const QString &text) {
+        std::fputs(text.toLocal8Bit().constData(), stdout);
+        std::fflush(stdout);
+    });
+    QObject::connect(host.server(), &VrxMon::VirtualPlotItemConnected, &app,
+                     [](const QString &request) {
+                         std::printf("[plot request] %s\n", request.toLocal8Bit().constData());
+                         std::fflush(stdout);
+                         RemoteMemProcessed.release();
+                     });
+    QObject::connect(host.server(), &VrxMon::finished, &app, &QCoreApplication::quit,
+                     Qt::QueuedConnection);
+    host.start(1, QStringLiteral("127.0.0.1"), port, 0, timestamp, 0);
+    return app.exec();
+}
