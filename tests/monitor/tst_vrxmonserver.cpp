@@ -9,7 +9,12 @@
 #include <QThread>
 #include <QtTest>
 
+#include <QDir>
+
+#include <sys/syscall.h>
+
 #include <cerrno>
+#include <csignal>
 #include <memory>
 #include <vector>
 
@@ -389,6 +394,38 @@ private slots:
         QVERIFY(c.acked());
         QVERIFY(h.waitFor(mp + QStringLiteral("ERROR: Unknown command 'RunCmd('.\n")));
         QCOMPARE(h.countOf(QStringLiteral("Unknown command")), 1);
+    }
+
+    void interruptedWaitIsReportedAndMonitoringGoesOn()
+    {
+        RecordingHost h;
+        const quint16 port = nextPort();
+        QVERIFY(h.startAndListen(port));
+        // The server thread carries its object name as its system name (cut to 15 bytes).
+        pid_t tid = 0;
+        QDir task(QStringLiteral("/proc/self/task"));
+        for (const QString &t : task.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+            QFile comm(task.filePath(t) + QStringLiteral("/comm"));
+            if (comm.open(QIODevice::ReadOnly) && comm.readAll().startsWith("VrxMonServerThr"))
+                tid = pid_t(t.toInt());
+        }
+        if (tid == 0)
+            QSKIP("the system does not show thread names under /proc/self/task");
+        struct sigaction sa{};
+        sa.sa_handler = [](int) {};
+        sigemptyset(&sa.sa_mask);
+        sa.sa_flags = 0; // no restart: the wait must come back with EINTR
+        struct sigaction old{};
+        QCOMPARE(sigaction(SIGUSR1, &sa, &old), 0);
+        QCOMPARE(int(syscall(SYS_tgkill, getpid(), tid, SIGUSR1)), 0);
+        QVERIFY(h.waitFor(QStringLiteral("WARN : epoll_wait failed! Possible cause: ")));
+        QVERIFY(h.waitFor(QStringLiteral("INFO : Recovering from interuption. Continue monitoring...\n")));
+        sigaction(SIGUSR1, &old, nullptr);
+        KitClient a(port);
+        QVERIFY(a.handshake(1));
+        QVERIFY(a.send("after the signal\n"));
+        QVERIFY(a.acked());
+        QVERIFY(h.waitFor(kitPrompt(1) + "after the signal\n"));
     }
 
     void loadGeneratorIsFullyAcknowledged()
