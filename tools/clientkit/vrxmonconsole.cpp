@@ -6,13 +6,16 @@
 
 #include <QCoreApplication>
 #include <QThread>
+#include <QTimer>
 
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 
 namespace {
-void onSignal(int) { QCoreApplication::quit(); }
+// Only a flag is safe to touch in a signal handler; a timer turns it into a quit.
+volatile std::sig_atomic_t g_stop = 0;
+void onSignal(int) { g_stop = 1; }
 } // namespace
 
 int main(int argc, char **argv)
@@ -46,6 +49,12 @@ int main(int argc, char **argv)
                      });
     QObject::connect(host.server(), &VrxMon::finished, &app, &QCoreApplication::quit,
                      Qt::QueuedConnection);
+    QTimer stopPoll;
+    QObject::connect(&stopPoll, &QTimer::timeout, &app, [] {
+        if (g_stop)
+            QCoreApplication::quit();
+    });
+    stopPoll.start(100);
     host.start(1, QStringLiteral("127.0.0.1"), port, 0, timestamp, 0);
     return app.exec();
 }
