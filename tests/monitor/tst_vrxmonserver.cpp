@@ -21,7 +21,24 @@
 namespace {
 // Ports of this test only, so that parallel test programs never meet.
 quint16 g_nextPort = 50110;
-quint16 nextPort() { return g_nextPort++; }
+// Outgoing connections may borrow a port of this range, so only one that binds is handed out.
+quint16 nextPort()
+{
+    for (;;) {
+        const quint16 port = g_nextPort++;
+        const int fd = socket(AF_INET, SOCK_STREAM, 0);
+        const int on = 1;
+        setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+        sockaddr_in a{};
+        a.sin_family = AF_INET;
+        a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        a.sin_port = htons(port);
+        const bool ok = bind(fd, reinterpret_cast<sockaddr *>(&a), sizeof a) == 0;
+        ::close(fd);
+        if (ok)
+            return port;
+    }
+}
 
 // What the monitor reads from /proc/<pid>/cmdline: the program as it was started.
 QString ownPath() { return QString::fromLocal8Bit(VrxProto::processPath(quint64(getpid()))); }
