@@ -134,25 +134,6 @@ struct Round
     uint64_t texts = 0;
 };
 
-// Ports here lie in the range the system also hands out to outgoing connections, so the next
-// one that can really be bound is used.
-uint16_t freePort(uint16_t from)
-{
-    for (uint16_t port = from; port < 60000; ++port) {
-        const int fd = socket(AF_INET, SOCK_STREAM, 0);
-        const int on = 1;
-        setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-        sockaddr_in a{};
-        a.sin_family = AF_INET;
-        a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        a.sin_port = htons(port);
-        const bool ok = bind(fd, reinterpret_cast<sockaddr *>(&a), sizeof a) == 0;
-        close(fd);
-        if (ok)
-            return port;
-    }
-    return from;
-}
 
 VrxLoadGen::Options options(uint16_t port, int lines, unsigned seed)
 {
@@ -243,8 +224,8 @@ int main(int argc, char **argv)
     uint64_t accounted = 0, sent = 0;
     for (int i = 0; i < rounds; ++i) {
         // Alternating keeps both sides under the same background load.
-        const Round d = runDrain(freePort(50900), lines, unsigned(i + 1));
-        const Round s = runServer(freePort(50950), lines, unsigned(i + 1));
+        const Round d = runDrain(VrxLoadGen::firstBindablePort(50900), lines, unsigned(i + 1));
+        const Round s = runServer(VrxLoadGen::firstBindablePort(50950), lines, unsigned(i + 1));
         std::printf("round %d: drain %9.0f lines/s %7.2f MB/s (%s) | server %9.0f lines/s %7.2f "
                     "MB/s, %llu texts (%s)\n",
                     i + 1, d.linesPerSecond, d.mbPerSecond, d.ok ? "ok" : "LOST LINES",

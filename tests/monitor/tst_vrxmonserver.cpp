@@ -24,20 +24,9 @@ quint16 g_nextPort = 50110;
 // Outgoing connections may borrow a port of this range, so only one that binds is handed out.
 quint16 nextPort()
 {
-    for (;;) {
-        const quint16 port = g_nextPort++;
-        const int fd = socket(AF_INET, SOCK_STREAM, 0);
-        const int on = 1;
-        setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-        sockaddr_in a{};
-        a.sin_family = AF_INET;
-        a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        a.sin_port = htons(port);
-        const bool ok = bind(fd, reinterpret_cast<sockaddr *>(&a), sizeof a) == 0;
-        ::close(fd);
-        if (ok)
-            return port;
-    }
+    const quint16 port = VrxLoadGen::firstBindablePort(g_nextPort);
+    g_nextPort = port + 1;
+    return port;
 }
 
 // What the monitor reads from /proc/<pid>/cmdline: the program as it was started.

@@ -1,12 +1,11 @@
 // A second monitor on the standard port makes the first one quit and takes its place.
+#include "loadgen.h"
 #include "testenv.h"
 
 #include "monitortesthelpers.h"
 
 #include <QtTest>
 
-#include <netinet/in.h>
-#include <sys/socket.h>
 
 namespace {
 constexpr quint16 kPort = 55555;
@@ -14,16 +13,7 @@ constexpr quint16 kPort = 55555;
 // Whether this machine lets us have the port at all (another program may hold it).
 bool portFree()
 {
-    const int fd = socket(AF_INET, SOCK_STREAM, 0);
-    const int on = 1;
-    setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    a.sin_port = htons(kPort);
-    const bool ok = bind(fd, reinterpret_cast<sockaddr *>(&a), sizeof a) == 0;
-    close(fd);
-    return ok;
+    return VrxLoadGen::loopbackPortBindable(kPort);
 }
 } // namespace
 

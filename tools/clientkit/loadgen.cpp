@@ -2,6 +2,11 @@
 
 #include "vrxclient.h"
 
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
 #include <chrono>
 #include <cstdio>
 #include <cstring>
@@ -110,6 +115,31 @@ Result run(const Options &o)
         result.ok = result.ok && result.clients[i].ok;
     }
     return result;
+}
+
+bool loopbackPortBindable(uint16_t port)
+{
+    const int fd = socket(AF_INET, SOCK_STREAM, 0);
+    if (fd < 0)
+        return false;
+    const int on = 1;
+    setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(port);
+    const bool ok = bind(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0;
+    close(fd);
+    return ok;
+}
+
+uint16_t firstBindablePort(uint16_t from)
+{
+    for (uint16_t port = from; port < 60000; ++port) {
+        if (loopbackPortBindable(port))
+            return port;
+    }
+    return from;
 }
 
 } // namespace VrxLoadGen

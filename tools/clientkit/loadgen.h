@@ -44,6 +44,12 @@ struct Result
 // The line a client sends as its n-th; deterministic for a given seed.
 std::string makeLine(unsigned seed, int client, int n, int minLength, int maxLength);
 
+// Whether a listener could bind this loopback port now. Ports of the monitor's range are also
+// handed out to outgoing connections, so tests and benchmarks probe before they listen.
+bool loopbackPortBindable(uint16_t port);
+// The first port from `from` on (below 60000) that binds; `from` itself when none does.
+uint16_t firstBindablePort(uint16_t from);
+
 // Connects every client first (one after the other, the listener's backlog is small), then
 // lets them all stream at once.
 Result run(const Options &options);
