@@ -9,8 +9,10 @@
 
 #include <QByteArray>
 #include <QFile>
+#include <QReadLocker>
 #include <QRandomGenerator>
 #include <QSignalSpy>
+#include <QTest>
 #include <QString>
 #include <QVector>
 
@@ -78,6 +80,22 @@ inline Reference referenceIndex(const QByteArray &data, const QString &search, q
         }
     }
     return r;
+}
+
+// The engine's index against the reference, field by field, under the index's own locks.
+inline void compareIndex(const FileIndex &index, const Reference &ref)
+{
+    QReadLocker occurrences(&index.occurrenceLock);
+    QReadLocker matches(&index.matchLock);
+    QReadLocker lines(&index.lineLock);
+    QCOMPARE(index.lineEnds, ref.lineEnds);
+    QCOMPARE(index.crlfCounts, ref.crlfCounts);
+    QCOMPARE(index.errorOffsets, ref.errorOffsets);
+    QCOMPARE(index.errorLines, ref.errorLines);
+    QCOMPARE(index.warningOffsets, ref.warningOffsets);
+    QCOMPARE(index.warningLines, ref.warningLines);
+    QCOMPARE(index.matchOffsets, ref.matchOffsets);
+    QCOMPARE(index.matchLines, ref.matchLines);
 }
 
 inline QSet<double> marksOf(const QVector<qint32> &lines, int lineEndCount)
