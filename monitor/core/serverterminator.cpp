@@ -44,7 +44,7 @@ void ServerTerminator::run()
     struct sockaddr_in addr{};
     addr.sin_family = AF_INET;
     addr.sin_addr.s_addr = inet_addr("127.0.0.1");
-    addr.sin_port = htons(kPort);
+    addr.sin_port = htons(m_port);
     bool ok = false;
     if (::connect(fd, reinterpret_cast<sockaddr *>(&addr), sizeof addr) != 0) {
         emit MessageAvailable(

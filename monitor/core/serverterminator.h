@@ -10,7 +10,10 @@ class ServerTerminator : public QObject
     Q_OBJECT
 public:
     static constexpr quint16 kPort = 55555;
-    explicit ServerTerminator(QObject *parent = nullptr) : QObject(parent) {}
+    explicit ServerTerminator(quint16 port = kPort, QObject *parent = nullptr)
+        : QObject(parent), m_port(port)
+    {
+    }
 
 public slots:
     void run();
@@ -18,4 +21,7 @@ public slots:
 signals:
     void MessageAvailable(const QString &message);
     void done(bool stopCommandSent);
+
+private:
+    quint16 m_port;
 };

@@ -41,13 +41,27 @@ void VrxMonHost::start(quint32 type, const QString &pipeName, quint32 port, quin
     emit StartVrxMon(type, pipeName, port, traceLevel, useTimestamp, devMask);
 }
 
+bool VrxMonHost::stop()
+{
+    if (!m_thread->isRunning())
+        return false;
+    runTerminator(false);
+    return true;
+}
+
 void VrxMonHost::onTakeOverServer()
 {
+    runTerminator(true);
+}
+
+void VrxMonHost::runTerminator(bool restartAfter)
+{
     if (m_terminatorThread)
-        return; // one takeover at a time
+        return; // one terminator at a time
+    m_restartAfterTerminator = restartAfter;
     m_terminatorThread = new QThread(this);
     m_terminatorThread->setObjectName(QStringLiteral("ServerTerminatorThread"));
-    m_terminator = new ServerTerminator;
+    m_terminator = new ServerTerminator(quint16(m_port));
     m_terminator->moveToThread(m_terminatorThread);
     connect(m_terminatorThread, &QThread::started, m_terminator, &ServerTerminator::run);
     connect(m_terminator, &ServerTerminator::MessageAvailable, this, &VrxMonHost::MessageAvailable);
@@ -63,6 +77,10 @@ void VrxMonHost::onTerminatorDone(bool ok)
     m_terminator = nullptr;
     delete m_terminatorThread;
     m_terminatorThread = nullptr;
+    if (!m_restartAfterTerminator) {
+        emit stopFinished(ok);
+        return;
+    }
     if (ok) {
         emit MessageAvailable(QStringLiteral("closed!\n"));
         // The server is idle between starts, so its settings can be read from here.

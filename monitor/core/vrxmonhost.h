@@ -21,6 +21,10 @@ public:
                quint32 port = 55555, quint32 traceLevel = 0, quint32 useTimestamp = 0,
                quint32 devMask = 0);
 
+    // Stops a running server the way a second instance would: a client that sends the stop
+    // command. False when no server runs.
+    bool stop();
+
     VrxMon *server() const { return m_server; }
     QThread *serverThread() const { return m_thread; }
 
@@ -31,11 +35,13 @@ signals:
     // Every text for the monitor output, server and takeover alike, appended as it stands.
     void MessageAvailable(const QString &message);
     void takeOverFinished(bool restarted);
+    void stopFinished(bool stopCommandSent);
 
 public slots:
     void onTakeOverServer();
 
 private:
+    void runTerminator(bool restartAfter);
     void onTerminatorDone(bool ok);
 
     QThread *m_thread;
@@ -45,4 +51,5 @@ private:
     quint32 m_type = 1;
     QString m_pipeName;
     quint32 m_port = 55555;
+    bool m_restartAfterTerminator = false;
 };

@@ -1,0 +1,101 @@
+#pragma once
+
+#include <QPlainTextEdit>
+#include <QString>
+
+class QMenu;
+class QTimer;
+class LogHighlighter;
+class VrxMonHost;
+class QThread;
+struct TripleMatchBuffers;
+
+// The text view of every text panel: a plain-text editor holding a bounded window of lines,
+// with a line-number area and log colouring. The monitor's output editor also owns the
+// monitor server and takes its texts; every text shown there also goes to the log file.
+class Editor : public QPlainTextEdit
+{
+    Q_OBJECT
+public:
+    static constexpr int ViewerBlockCount = 4000;
+    static constexpr int MonitorBlockCount = 10000;
+
+    // What the line-number area counts: lines of the whole file (the loaded range starts at
+    // its first line's number) or lines of the editor's own text.
+    enum LineNumberMode { FileLineNumbers, EditorLineNumbers };
+
+    explicit Editor(int maxBlockCount = ViewerBlockCount, QWidget *parent = nullptr);
+    ~Editor() override;
+
+    // Decimal digits of the block count (at least one) times the width of "9", plus 13.
+    int lineNumberAreaWidth() const;
+    void lineNumberAreaPaintEvent(QPaintEvent *event);
+    bool lineNumbersVisible() const { return m_lineNumbersVisible; }
+    LineNumberMode lineNumberMode() const { return m_lineNumberMode; }
+    // The file line of the first block, 0-based; used in FileLineNumbers mode.
+    void setFirstLineNumber(qint64 line);
+    qint64 firstLineNumber() const { return m_firstLineNumber; }
+    // Options of the line-number area ("File line numbers", "Editor line numbers"); the
+    // panel puts it on its line-number button and routes the choice back here.
+    QMenu *lineNumberOptionsMenu() const { return m_lineNumberMenu; }
+
+    // The filter results of both kinds, written by the occurrence filter and made current
+    // by the panel. Owned by the panel's engine.
+    void setMatchBuffers(TripleMatchBuffers *match, TripleMatchBuffers *critical);
+    TripleMatchBuffers *matchBuffers() const { return m_matchBuffers; }
+    TripleMatchBuffers *criticalBuffers() const { return m_criticalBuffers; }
+
+    // --- Live output (the monitor's console) ---
+    // Path of the log file every appended text goes to; empty keeps texts in the view only.
+    void setLogFilePath(const QString &path) { m_logFilePath = path; }
+    QString logFilePath() const { return m_logFilePath; }
+    // Creates the monitor server and its thread on first use. The host is the owner side of
+    // the server: StartVrxMon, the takeover and finished() ending the thread; its texts come
+    // here through appendNoNewline.
+    VrxMonHost *vrxMonHost();
+    QThread *serverThread() const;
+    void startVrxMon(quint32 type, const QString &pipeName, quint32 port, quint32 traceLevel,
+                     quint32 useTimestamp, quint32 devMask);
+    // Stops a running built-in server; returns false when none ran.
+    bool stopVrxMon();
+    // While paused the view keeps its range and appended texts only reach the file.
+    void setFollowing(bool follow);
+    bool isFollowing() const { return m_following; }
+    // Shows and logs what is still waiting for the next turn of the event loop.
+    void flushPending();
+
+public slots:
+    void setLineNumbersVisible(bool visible);
+    void setLineNumberMode(Editor::LineNumberMode mode);
+    // Appends the text as it stands (no line break added). Texts arriving in one turn of the
+    // event loop are shown and written together, in order.
+    void appendNoNewline(const QString &text);
+
+signals:
+    void newTextAvailable(const QString &FilePath, const QString &text);
+    void lineNumberModeChanged(Editor::LineNumberMode mode);
+
+protected:
+    void resizeEvent(QResizeEvent *event) override;
+
+private:
+    void updateLineNumberAreaWidth();
+    void updateLineNumberArea(const QRect &rect, int dy);
+    void showAtEnd(const QString &text);
+
+    QWidget *m_lineNumberArea;
+    QMenu *m_lineNumberMenu;
+    LogHighlighter *m_highlighter;
+    bool m_lineNumbersVisible = true;
+    LineNumberMode m_lineNumberMode = FileLineNumbers;
+    qint64 m_firstLineNumber = 0;
+    int m_lastDigits = 0;
+    TripleMatchBuffers *m_matchBuffers = nullptr;
+    TripleMatchBuffers *m_criticalBuffers = nullptr;
+
+    QString m_logFilePath;
+    VrxMonHost *m_host = nullptr;
+    QString m_pending;
+    bool m_flushQueued = false;
+    bool m_following = true;
+};
