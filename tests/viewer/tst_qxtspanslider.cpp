@@ -1,12 +1,255 @@
 #include "testenv.h"
 
+#include "viewer/core/fileindex.h"
+#include "viewer/ui/qxtspanslider.h"
+
+#include <QImage>
+#include <QSignalSpy>
 #include <QtTest>
+
+namespace {
+
+// QTest::mouseMove moves the real cursor, which the offscreen platform does not turn into
+// widget events; all mouse events are sent directly instead.
+void sendMouse(QWidget *widget, QEvent::Type type, const QPoint &pos)
+{
+    const Qt::MouseButton button = type == QEvent::MouseMove ? Qt::NoButton : Qt::LeftButton;
+    const Qt::MouseButtons buttons =
+        type == QEvent::MouseButtonRelease ? Qt::NoButton : Qt::LeftButton;
+    QMouseEvent event(type, pos, widget->mapToGlobal(pos), button, buttons, Qt::NoModifier);
+    QApplication::sendEvent(widget, &event);
+}
+
+void drag(QWidget *widget, const QPoint &from, const QPoint &to)
+{
+    sendMouse(widget, QEvent::MouseButtonPress, from);
+    sendMouse(widget, QEvent::MouseMove, (from + to) / 2);
+    sendMouse(widget, QEvent::MouseMove, to);
+    sendMouse(widget, QEvent::MouseButtonRelease, to);
+}
+
+void sendWheel(QWidget *widget, int angle)
+{
+    const QPoint pos = widget->rect().center();
+    QWheelEvent event(pos, widget->mapToGlobal(pos), QPoint(), QPoint(0, angle), Qt::NoButton,
+                      Qt::NoModifier, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(widget, &event);
+}
+
+// As the viewer uses it: vertical, value 0 at the top. 416 px leave a 400 px track between
+// the two 8 px handle ends, so one pixel is 2.5 values of 0..1000.
+void setUpViewerSlider(QxtSpanSlider &slider, int maximum = 1000, int height = 416)
+{
+    slider.setInvertedAppearance(true);
+    slider.setRange(0, maximum);
+    slider.resize(18, height);
+}
+
+bool hasColourNear(const QImage &image, const QColor &colour, int row, int tolerance)
+{
+    for (int y = qMax(0, row - tolerance); y <= qMin(image.height() - 1, row + tolerance); ++y)
+        for (int x = 0; x < image.width(); ++x)
+            if (image.pixelColor(x, y).rgb() == colour.rgb())
+                return true;
+    return false;
+}
+
+} // namespace
 
 class Tst : public QObject
 {
     Q_OBJECT
 private slots:
-    void placeholder() {}
+    void spanIsClampedAndOrdered()
+    {
+        QxtSpanSlider slider;
+        slider.setRange(0, 100);
+        QSignalSpy spans(&slider, &QxtSpanSlider::spanChanged);
+        QSignalSpy lowers(&slider, &QxtSpanSlider::lowerValueChanged);
+
+        slider.setSpan(30, 10);
+        QCOMPARE(spans.takeFirst(), (QVariantList{10, 30}));
+        slider.setSpan(-5, 500);
+        QCOMPARE(spans.takeFirst(), (QVariantList{0, 100}));
+        slider.setSpan(0, 100);
+        slider.setUpperValue(60);
+        QCOMPARE(spans.count(), 1);  // the no-op emits nothing
+        QCOMPARE(lowers.count(), 2); // 10 and 0; the upper-only change leaves it out
+        QCOMPARE(slider.upperValue(), 60);
+    }
+
+    void rangeChangeReclampsAndPublishes()
+    {
+        FileIndex index;
+        SpanAnnotations annotations;
+        QxtSpanSlider slider;
+        slider.setAnnotationSource(&index, &annotations);
+        slider.setRange(0, 100);
+        slider.setSpan(20, 80);
+        QCOMPARE(annotations.upper.load(), 80);
+        QSignalSpy spans(&slider, &QxtSpanSlider::spanChanged);
+
+        slider.setMaximum(50);
+        QCOMPARE(spans.takeFirst(), (QVariantList{20, 50}));
+        slider.setMinimum(30);
+        QCOMPARE(spans.takeFirst(), (QVariantList{30, 50}));
+        slider.setRange(0, 1000); // the span still fits
+        QCOMPARE(spans.count(), 0);
+        QCOMPARE(annotations.lower.load(), 30);
+        QCOMPARE(annotations.upper.load(), 50);
+    }
+
+    void keysAndWheelMoveTheWholeSpan()
+    {
+        QxtSpanSlider slider;
+        setUpViewerSlider(slider, 100);
+        slider.setSingleStep(1);
+        slider.setPageStep(10);
+        slider.setSpan(10, 20);
+
+        // Value 0 is at the top, so Down and PageDown go toward the maximum.
+        QTest::keyClick(&slider, Qt::Key_Down);
+        QCOMPARE(slider.lowerValue(), 11);
+        QTest::keyClick(&slider, Qt::Key_PageDown);
+        QCOMPARE(slider.lowerValue(), 21);
+        QTest::keyClick(&slider, Qt::Key_Up);
+        QCOMPARE(slider.lowerValue(), 20);
+        QTest::keyClick(&slider, Qt::Key_End);
+        QCOMPARE(slider.lowerValue(), 90);
+        QCOMPARE(slider.upperValue(), 100);
+
+        QSignalSpy spans(&slider, &QxtSpanSlider::spanChanged);
+        QTest::keyClick(&slider, Qt::Key_PageDown);
+        QTest::keyClick(&slider, Qt::Key_Right);
+        QCOMPARE(spans.count(), 0); // already at the end, width kept
+
+        QTest::keyClick(&slider, Qt::Key_PageUp);
+        QCOMPARE(slider.lowerValue(), 80);
+        sendWheel(&slider, 2 * 120); // two notches up
+        QCOMPARE(slider.lowerValue(), 78);
+        sendWheel(&slider, -60); // half a notch waits for the other half
+        QCOMPARE(slider.lowerValue(), 78);
+        sendWheel(&slider, -60);
+        QCOMPARE(slider.lowerValue(), 79);
+
+        QTest::keyClick(&slider, Qt::Key_Home);
+        QTest::keyClick(&slider, Qt::Key_Up);
+        QTest::keyClick(&slider, Qt::Key_Left);
+        QCOMPARE(slider.lowerValue(), 0);
+        QCOMPARE(slider.upperValue(), 10);
+    }
+
+    void mouseDrag_data()
+    {
+        QTest::addColumn<QString>("grab");
+        QTest::addColumn<int>("pixels");
+        QTest::addColumn<int>("lower");
+        QTest::addColumn<int>("upper");
+        QTest::newRow("upper handle down") << "upper" << 40 << 200 << 500;
+        QTest::newRow("lower handle up") << "lower" << -40 << 100 << 400;
+        QTest::newRow("lower handle stops at upper") << "lower" << 200 << 400 << 400;
+        QTest::newRow("span down") << "span" << 40 << 300 << 500;
+        QTest::newRow("span stops at top") << "span" << -200 << 0 << 200;
+    }
+
+    void mouseDrag()
+    {
+        QFETCH(QString, grab);
+        QFETCH(int, pixels);
+        QxtSpanSlider slider;
+        setUpViewerSlider(slider);
+        slider.setSpan(200, 400);
+        const QPoint lowerHandle = slider.lowerHandleRect().center();
+        const QPoint upperHandle = slider.upperHandleRect().center();
+        const QPoint from = grab == "upper"   ? upperHandle
+                            : grab == "lower" ? lowerHandle
+                                              : (lowerHandle + upperHandle) / 2;
+        QSignalSpy dragged(&slider, &QxtSpanSlider::spanDragged);
+        QSignalSpy spans(&slider, &QxtSpanSlider::spanChanged);
+
+        sendMouse(&slider, QEvent::MouseButtonPress, from);
+        QVERIFY(slider.isDragging());
+        sendMouse(&slider, QEvent::MouseMove, from + QPoint(0, pixels / 2));
+        QVERIFY(spans.count() > 0); // signals while the drag runs
+        sendMouse(&slider, QEvent::MouseMove, from + QPoint(0, pixels));
+        QCOMPARE(dragged.count(), 0);
+        sendMouse(&slider, QEvent::MouseButtonRelease, from + QPoint(0, pixels));
+        QVERIFY(!slider.isDragging());
+        QCOMPARE(dragged.count(), 1);
+        QTEST(slider.lowerValue(), "lower");
+        QTEST(slider.upperValue(), "upper");
+    }
+
+    void grooveClickPagesTowardTheClick()
+    {
+        QxtSpanSlider slider;
+        setUpViewerSlider(slider);
+        slider.setPageStep(10);
+        slider.setSpan(200, 400);
+        QSignalSpy dragged(&slider, &QxtSpanSlider::spanDragged);
+
+        drag(&slider, QPoint(9, 300), QPoint(9, 300)); // below the span: toward the end
+        QCOMPARE(slider.lowerValue(), 210);
+        QCOMPARE(slider.upperValue(), 410);
+        drag(&slider, QPoint(9, 20), QPoint(9, 20));
+        QCOMPARE(slider.lowerValue(), 200);
+        QCOMPARE(dragged.count(), 0);
+    }
+
+    void emptyRangeIgnoresInput()
+    {
+        QxtSpanSlider slider;
+        setUpViewerSlider(slider, 0);
+        QSignalSpy spans(&slider, &QxtSpanSlider::spanChanged);
+        QSignalSpy dragged(&slider, &QxtSpanSlider::spanDragged);
+
+        QVERIFY(!slider.grab().isNull());
+        drag(&slider, slider.lowerHandleRect().center(), QPoint(9, 300));
+        drag(&slider, QPoint(9, 200), QPoint(9, 20));
+        QTest::keyClick(&slider, Qt::Key_PageDown);
+        QTest::keyClick(&slider, Qt::Key_End);
+        sendWheel(&slider, -120);
+        QCOMPARE(slider.lowerValue(), 0);
+        QCOMPARE(slider.upperValue(), 0);
+        QCOMPARE(spans.count(), 0);
+        QCOMPARE(dragged.count(), 0);
+        slider.resize(18, 2); // no room for a track at all
+        QVERIFY(!slider.grab().isNull());
+    }
+
+    void paintsAnnotationMarks()
+    {
+        FileIndex index;
+        SpanAnnotations annotations;
+        annotations.errorMarks = {0.5};
+        annotations.warningMarks = {0.25};
+        for (int i = 0; i < 5000; ++i) // many marks collapse onto the rows near 0.75
+            annotations.searchMarks.insert(0.75 + i * 1e-7);
+        QxtSpanSlider slider;
+        setUpViewerSlider(slider);
+        slider.setAnnotationSource(&index, &annotations);
+        slider.setSpan(0, 10); // keep the handles away from the marks
+
+        // Mark rows: the 8 px handle end plus the fraction of the 400 px track.
+        QImage image = slider.grab().toImage();
+        QVERIFY(hasColourNear(image, Qt::red, 208, 2));
+        QVERIFY(hasColourNear(image, QColor(255, 140, 0), 108, 2));
+        QVERIFY(hasColourNear(image, QColor(30, 144, 255), 308, 2));
+        QVERIFY(!hasColourNear(image, Qt::red, 108, 20));
+
+        // Without inverted appearance the minimum is at the bottom.
+        slider.setInvertedAppearance(false);
+        image = slider.grab().toImage();
+        QVERIFY(hasColourNear(image, QColor(255, 140, 0), 416 - 108, 2));
+        QVERIFY(!hasColourNear(image, QColor(255, 140, 0), 108, 20));
+    }
+
+    void narrowWhenVertical()
+    {
+        const QxtSpanSlider slider(Qt::Vertical);
+        QVERIFY(slider.sizeHint().width() >= 16 && slider.sizeHint().width() <= 20);
+        QVERIFY(slider.minimumSizeHint().width() <= 20);
+    }
 };
 
 QTEST_MAIN(Tst)
