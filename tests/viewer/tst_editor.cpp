@@ -1,12 +1,196 @@
 #include "testenv.h"
 
+#include "viewer/ui/editor.h"
+#include "viewer/ui/loghighlighter.h"
+
+#include <QMenu>
+#include <QSignalSpy>
+#include <QTextBlock>
+#include <QTextLayout>
 #include <QtTest>
+
+namespace {
+
+QString numberedLines(int count)
+{
+    QStringList lines;
+    lines.reserve(count);
+    for (int i = 0; i < count; ++i)
+        lines << QStringLiteral("line %1").arg(i);
+    return lines.join(QLatin1Char('\n'));
+}
+
+// Foreground the highlighter left on a character of the block; invalid when none.
+QColor colourAt(const QTextBlock &block, int pos)
+{
+    const auto formats = block.layout()->formats();
+    for (const QTextLayout::FormatRange &range : formats) {
+        if (pos >= range.start && pos < range.start + range.length
+            && range.format.hasProperty(QTextFormat::ForegroundBrush))
+            return range.format.foreground().color();
+    }
+    return QColor();
+}
+
+QColor colourIn(Editor &editor, const QString &line, const QString &word)
+{
+    editor.setPlainText(line);
+    const int pos = line.indexOf(word);
+    Q_ASSERT(pos >= 0);
+    return colourAt(editor.document()->firstBlock(), pos);
+}
+
+QColor named(const char *name)
+{
+    return QColor(QLatin1String(name));
+}
+
+} // namespace
+
+Q_DECLARE_METATYPE(Editor::LineNumberMode)
 
 class Tst : public QObject
 {
     Q_OBJECT
 private slots:
-    void placeholder() {}
+    void initTestCase() { qRegisterMetaType<Editor::LineNumberMode>(); }
+
+    // --- maximum block count ---
+    void keepsTheNewestLines_data()
+    {
+        QTest::addColumn<int>("limit");
+        QTest::newRow("viewer") << int(Editor::ViewerBlockCount);
+        QTest::newRow("monitor") << int(Editor::MonitorBlockCount);
+    }
+    void keepsTheNewestLines()
+    {
+        QFETCH(int, limit);
+        Editor editor(limit);
+        const int appended = limit + 100;
+        for (int i = 0; i < appended; ++i)
+            editor.appendPlainText(QStringLiteral("line %1").arg(i));
+        QCOMPARE(editor.blockCount(), limit);
+        QCOMPARE(editor.document()->firstBlock().text(), QStringLiteral("line 100"));
+        QCOMPARE(editor.document()->lastBlock().text(), QStringLiteral("line %1").arg(appended - 1));
+    }
+
+    // --- line-number width ---
+    void lineNumberWidthFollowsTheDigitsOfTheBlockCount()
+    {
+        Editor editor(0);
+        const int nine = editor.fontMetrics().horizontalAdvance(QLatin1Char('9'));
+        QCOMPARE(editor.blockCount(), 1);
+        QCOMPARE(editor.lineNumberAreaWidth(), nine + 13);
+
+        editor.setPlainText(numberedLines(12345));
+        QCOMPARE(editor.blockCount(), 12345);
+        QCOMPARE(editor.lineNumberAreaWidth(), 5 * nine + 13);
+
+        editor.setLineNumbersVisible(false);
+        QVERIFY(!editor.lineNumbersVisible());
+        QCOMPARE(editor.lineNumberAreaWidth(), 0);
+        editor.setLineNumbersVisible(true);
+        QCOMPARE(editor.lineNumberAreaWidth(), 5 * nine + 13);
+    }
+
+    void paintsWithHiddenBlocks()
+    {
+        Editor editor;
+        editor.resize(400, 300);
+        editor.setPlainText(numberedLines(50));
+        editor.document()->findBlockByNumber(1).setVisible(false);
+        editor.document()->markContentsDirty(0, editor.document()->characterCount());
+        QVERIFY(!editor.grab().isNull());
+    }
+
+    // --- colouring ---
+    void eachRuleHasItsColour_data()
+    {
+        QTest::addColumn<QString>("line");
+        QTest::addColumn<QString>("word");
+        QTest::addColumn<QString>("colour");
+        QTest::newRow("error") << "12:00 ERROR: no link" << "ERROR:" << "Red";
+        QTest::newRow("warn") << "12:00 WARN : late" << "WARN :" << "Darkorange";
+        QTest::newRow("info") << "12:00 INFO : ready" << "INFO :" << "Darkgreen";
+        QTest::newRow("trace") << "12:00 TRACE :x=1" << "TRACE :" << "Darkslateblue";
+        QTest::newRow("connected") << "board CONNECTED now" << "CONNECTED" << "Blueviolet";
+        QTest::newRow("disconnected") << "board DISCONNECTED now" << "DISCONNECTED" << "Purple";
+        QTest::newRow("note") << "NOTE the clock" << "NOTE" << "Fuchsia";
+        QTest::newRow("running") << "Running abc/def" << "Running abc/" << "Blue";
+    }
+    void eachRuleHasItsColour()
+    {
+        QFETCH(QString, line);
+        QFETCH(QString, word);
+        QFETCH(QString, colour);
+        Editor editor;
+        editor.setPlainText(line);
+        const QTextBlock block = editor.document()->firstBlock();
+        const int pos = line.indexOf(word);
+        QCOMPARE(colourAt(block, pos), QColor(colour));
+        QCOMPARE(colourAt(block, pos + word.size() - 1), QColor(colour));
+        if (pos > 0)
+            QVERIFY(!colourAt(block, pos - 1).isValid());
+    }
+
+    void overlappingAndBoundaryRules()
+    {
+        Editor editor;
+        // Two rules on one line keep their own spans.
+        const QString both = QStringLiteral("ERROR: NOTE this");
+        QCOMPARE(colourIn(editor, both, QStringLiteral("ERROR:")), named("Red"));
+        QCOMPARE(colourIn(editor, both, QStringLiteral("NOTE")), named("Fuchsia"));
+        // Spans come in rule order, not position order, so a later rule would win an overlap.
+        const QVector<LogHighlighter::Span> ordered = LogHighlighter::spans(QStringLiteral("NOTE ERROR:"));
+        QCOMPARE(ordered.size(), 2);
+        QCOMPARE(ordered.at(0).colour, named("Red"));
+        QCOMPARE(ordered.at(0).start, 5);
+        QCOMPARE(ordered.at(1).colour, named("Fuchsia"));
+        QCOMPARE(ordered.at(1).start, 0);
+        // \b keeps CONNECTED out of DISCONNECTED.
+        const QVector<LogHighlighter::Span> disc = LogHighlighter::spans(QStringLiteral("DISCONNECTED"));
+        QCOMPARE(disc.size(), 1);
+        QCOMPARE(disc.first().colour, named("Purple"));
+        // TRACE needs a word character after the colon.
+        QCOMPARE(LogHighlighter::spans(QStringLiteral("TRACE :x")).size(), 1);
+        QVERIFY(LogHighlighter::spans(QStringLiteral("TRACE : x")).isEmpty());
+        QVERIFY(LogHighlighter::spans(QStringLiteral("TRACE :")).isEmpty());
+        QVERIFY(!colourIn(editor, QStringLiteral("TRACE : x"), QStringLiteral("TRACE")).isValid());
+        // Case matters.
+        QVERIFY(LogHighlighter::spans(QStringLiteral("error: note")).isEmpty());
+    }
+
+    // --- line-number options ---
+    void optionsMenuSwitchesTheMode()
+    {
+        Editor editor;
+        const QList<QAction *> actions = editor.lineNumberOptionsMenu()->actions();
+        QCOMPARE(actions.size(), 2);
+        QCOMPARE(actions.at(0)->text(), QStringLiteral("File line numbers"));
+        QCOMPARE(actions.at(1)->text(), QStringLiteral("Editor line numbers"));
+        QCOMPARE(editor.lineNumberMode(), Editor::FileLineNumbers);
+        QVERIFY(actions.at(0)->isChecked());
+
+        editor.setPlainText(numberedLines(3));
+        editor.setFirstLineNumber(999);
+        const QTextBlock first = editor.document()->firstBlock();
+        QCOMPARE(editor.shownNumber(first), qint64(1000));
+
+        QSignalSpy spy(&editor, &Editor::lineNumberModeChanged);
+        actions.at(1)->trigger();
+        QCOMPARE(editor.lineNumberMode(), Editor::EditorLineNumbers);
+        QCOMPARE(spy.count(), 1);
+        QCOMPARE(spy.at(0).at(0).value<Editor::LineNumberMode>(), Editor::EditorLineNumbers);
+        QVERIFY(actions.at(1)->isChecked());
+        QVERIFY(!actions.at(0)->isChecked());
+        QCOMPARE(editor.shownNumber(first), qint64(1));
+        QCOMPARE(editor.shownNumber(first.next()), qint64(2));
+
+        editor.setLineNumberMode(Editor::FileLineNumbers);
+        QVERIFY(actions.at(0)->isChecked());
+        QCOMPARE(editor.shownNumber(first), qint64(1000));
+        QCOMPARE(spy.count(), 2);
+    }
 };
 
 QTEST_MAIN(Tst)
