@@ -1,31 +1,77 @@
 #pragma once
 
-#include "viewer/ui/textpanel.h"
+#include "viewer/ui/editorpanel.h"
 
+class QComboBox;
+class QLabel;
+class QMovie;
 class QProcess;
+class QSpinBox;
 class QThread;
 
-// The dockable front of the log monitor: its output view and the server's thread.
-class MonitorPanel : public TextPanel
+// The dockable front of the log monitor: it starts and stops the built-in server (owned by
+// its output editor) or the external monitor, sets what is sent to clients, and keeps the
+// number of old output files in check. The output itself is a live editor panel.
+class MonitorPanel : public EditorPanel
 {
     Q_OBJECT
 public:
+    enum Kind { BuiltIn = 0, External = 1 };
+
     explicit MonitorPanel(const QString &externalProcessName, QWidget *parent = nullptr);
     ~MonitorPanel() override;
 
     QProcess *childProcess() const override { return m_process; }
-    QThread *workerThread() const override { return m_serverThread; }
-    QThread *serverThread() const { return m_serverThread; }
+    QThread *workerThread() const override { return serverThread(); }
+    QThread *serverThread() const;
     QString externalProcessName() const { return m_externalProcessName; }
 
-public slots:
-    void printCommandUsage();
+    QToolButton *startButton() const { return m_startButton; }
+    QComboBox *kindBox() const { return m_kindBox; }
+    QComboBox *startupBox() const { return m_startupBox; }
+    QSpinBox *logCacheBox() const { return m_logCacheBox; }
+    QSpinBox *traceLevelBox() const { return m_traceBox; }
+    QSpinBox *timestampBox() const { return m_timestampBox; }
+    QSpinBox *deviceMaskBox() const { return m_maskBox; }
+    QLabel *busyIndicator() const { return m_busyLabel; }
+    bool isMonitoring() const;
 
-signals:
-    void FileLoaded(const QString &previousPath, const QString &currentPath);
+    // The built-in server listens here; 55555 unless a test or benchmark moves it.
+    void setPort(quint16 port) { m_port = port; }
+    quint16 port() const { return m_port; }
+    // Where the output files go: "<home>/.local/share/OKAV/".
+    static QString outputDirectory();
+    // Deletes the oldest "*.okv" files of the directory beyond keep; returns how many.
+    static int removeOldLogFiles(const QString &directory, int keep);
+    // The command template for real-time plotting, as put on the clipboard.
+    static QString copyTemplate();
+
+public slots:
+    void startMonitoring();
+    void stopMonitoring();
+    void onStartStopBtnClicked(bool checked);
+    void onCopyTemplateBtnClicked();
+    void printCommandUsage();
+    // What the application does at start: Autostart, or Last Used when it was running.
+    void applyStartupOption();
 
 private:
+    void buildMonitorToolBar();
+    void loadSettings();
+    void saveLastUsedState(bool running);
+    void updateRunningState();
+    void startBuiltIn(quint32 trace, quint32 timestamp, quint32 mask);
+
     QString m_externalProcessName;
-    QThread *m_serverThread;
     QProcess *m_process;
+    QToolButton *m_startButton = nullptr;
+    QComboBox *m_kindBox = nullptr;
+    QComboBox *m_startupBox = nullptr;
+    QSpinBox *m_logCacheBox = nullptr;
+    QSpinBox *m_traceBox = nullptr;
+    QSpinBox *m_timestampBox = nullptr;
+    QSpinBox *m_maskBox = nullptr;
+    QLabel *m_busyLabel = nullptr;
+    QMovie *m_busyMovie = nullptr;
+    quint16 m_port = 55555;
 };

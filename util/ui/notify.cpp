@@ -31,6 +31,14 @@ void warning(QWidget *parent, const QString &title, const QString &text)
         QMessageBox::warning(parent, title, text);
 }
 
+void critical(QWidget *parent, const QString &title, const QString &text)
+{
+    if (hook())
+        hook()(Kind::Critical, title, text);
+    else
+        QMessageBox::critical(parent, title, text);
+}
+
 QMessageBox::StandardButton question(QWidget *parent, const QString &title, const QString &text,
                                      QMessageBox::StandardButtons buttons)
 {

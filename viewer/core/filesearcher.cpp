@@ -50,6 +50,7 @@ void FileSearcher::SearchTextInFile(const QString &SearchString, const QString &
     if (SearchString.isEmpty() || !file.open(FilePath) || file.size() >= MappedFile::SizeLimit) {
         clearMatches();
         emit SearchProcessed(SearchString, 0, 0);
+        emit SearchFinished(SearchString, 0);
         return;
     }
     const ByteScan::Needle needle(SearchString);
@@ -77,6 +78,7 @@ void FileSearcher::SearchTextInFile(const QString &SearchString, const QString &
             return;
         publish(SearchString);
     }
+    emit SearchFinished(SearchString, m_matchCount);
 }
 
 bool FileSearcher::scanRange(MappedFile &file, const ByteScan::Needle &needle, qint64 from,

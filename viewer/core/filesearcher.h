@@ -30,6 +30,8 @@ signals:
     void SearchProcessed(const QString SearchString, const qint64 &MatchCount,
                          const qint64 &ScannedLines);
     void SpanSliderRepaintRequested();
+    // The whole file has been searched once (not sent for a search cut short by a newer one).
+    void SearchFinished(const QString &SearchString, const qint64 &MatchCount);
 
 private:
     // Scans [from, to) of the file in chunks that end on line ends; false when aborted.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QPlainTextEdit>
+#include <QRegularExpression>
 #include <QString>
 
 class QMenu;
@@ -38,6 +39,8 @@ public:
     // Options of the line-number area ("File line numbers", "Editor line numbers"); the
     // panel puts it on its line-number button and routes the choice back here.
     QMenu *lineNumberOptionsMenu() const { return m_lineNumberMenu; }
+    // The number the line-number area shows for the block in the current mode.
+    qint64 shownNumber(const QTextBlock &block) const;
 
     // The filter results of both kinds, written by the occurrence filter and made current
     // by the panel. Owned by the panel's engine.
@@ -58,11 +61,19 @@ public:
                      quint32 useTimestamp, quint32 devMask);
     // Stops a running built-in server; returns false when none ran.
     bool stopVrxMon();
+    // For the owner's shutdown: ends the server thread at once and takes in what it sent.
+    void shutdownServer();
+    // Takes the text that waits for the next flush, leaving nothing to flush.
+    QString takePending();
     // While paused the view keeps its range and appended texts only reach the file.
     void setFollowing(bool follow);
     bool isFollowing() const { return m_following; }
     // Shows and logs what is still waiting for the next turn of the event loop.
     void flushPending();
+    // Hides every block that the pattern (case-insensitive) does not match, in the text
+    // shown now and in text appended later; an empty pattern shows all blocks.
+    void setLineFilter(const QString &pattern);
+    QString lineFilter() const { return m_lineFilter.pattern(); }
 
 public slots:
     void setLineNumbersVisible(bool visible);
@@ -82,6 +93,7 @@ private:
     void updateLineNumberAreaWidth();
     void updateLineNumberArea(const QRect &rect, int dy);
     void showAtEnd(const QString &text);
+    void applyLineFilter(int fromBlock);
 
     QWidget *m_lineNumberArea;
     QMenu *m_lineNumberMenu;
@@ -98,4 +110,7 @@ private:
     QString m_pending;
     bool m_flushQueued = false;
     bool m_following = true;
+    // While not following: the newest lines as they would be shown, restored on resume.
+    QString m_tail;
+    QRegularExpression m_lineFilter;
 };

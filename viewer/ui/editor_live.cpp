@@ -4,6 +4,7 @@
 
 #include "monitor/core/vrxmonhost.h"
 
+#include <QCoreApplication>
 #include <QScrollBar>
 #include <QTextBlock>
 #include <QThread>
@@ -39,9 +40,81 @@ bool Editor::stopVrxMon()
     return m_host && m_host->stop();
 }
 
+namespace {
+
+// Index just past the keep-th line break counted from the end, or -1 when the text holds
+// fewer: what is left from there forms the newest keep blocks.
+int tailStart(const QString &text, int keep)
+{
+    if (keep <= 0 || text.size() < keep)
+        return -1;
+    int breaks = 0;
+    for (int i = text.size() - 1; i >= 0; --i) {
+        if (text.at(i) == QLatin1Char('\n') && ++breaks == keep)
+            return i + 1;
+    }
+    return -1;
+}
+
+} // namespace
+
+void Editor::shutdownServer()
+{
+    delete m_host;
+    m_host = nullptr;
+    // Texts the server posted before it ended are still in the queue.
+    QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
+}
+
+QString Editor::takePending()
+{
+    QString text;
+    text.swap(m_pending);
+    return text;
+}
+
 void Editor::setFollowing(bool follow)
 {
+    if (follow == m_following)
+        return;
     m_following = follow;
+    if (!follow) {
+        // Everything arriving from now on is kept here, so resuming shows exactly the
+        // newest lines, whatever range the view showed meanwhile.
+        m_tail = toPlainText();
+        return;
+    }
+    flushPending();
+    const int cut = tailStart(m_tail, maximumBlockCount());
+    setPlainText(cut >= 0 ? m_tail.mid(cut) : m_tail);
+    m_tail.clear();
+    m_tail.squeeze();
+    applyLineFilter(0);
+    verticalScrollBar()->setValue(verticalScrollBar()->maximum());
+}
+
+void Editor::setLineFilter(const QString &pattern)
+{
+    m_lineFilter = QRegularExpression(pattern, QRegularExpression::CaseInsensitiveOption);
+    // A search text that is no valid expression still filters by its plain text.
+    if (!pattern.isEmpty() && !m_lineFilter.isValid())
+        m_lineFilter = QRegularExpression(QRegularExpression::escape(pattern),
+                                          QRegularExpression::CaseInsensitiveOption);
+    applyLineFilter(0);
+}
+
+void Editor::applyLineFilter(int fromBlock)
+{
+    const bool all = m_lineFilter.pattern().isEmpty();
+    if (all && fromBlock > 0)
+        return; // appended blocks are visible already
+    QTextDocument *doc = document();
+    for (QTextBlock block = doc->findBlockByNumber(fromBlock); block.isValid();
+         block = block.next())
+        block.setVisible(all || m_lineFilter.match(block.text()).hasMatch());
+    const int from = doc->findBlockByNumber(fromBlock).position();
+    doc->markContentsDirty(from, doc->characterCount() - from);
+    viewport()->update();
 }
 
 void Editor::appendNoNewline(const QString &text)
@@ -65,8 +138,15 @@ void Editor::flushPending()
     text.swap(m_pending);
     if (!m_logFilePath.isEmpty())
         emit newTextAvailable(m_logFilePath, text);
-    if (m_following)
+    if (m_following) {
         showAtEnd(text);
+        return;
+    }
+    m_tail += text;
+    // Keep the paused tail bounded: trim once it holds twice the lines the view can show.
+    const int cut = tailStart(m_tail, 2 * maximumBlockCount());
+    if (cut >= 0)
+        m_tail.remove(0, tailStart(m_tail, maximumBlockCount()));
 }
 
 void Editor::showAtEnd(const QString &text)
@@ -76,22 +156,17 @@ void Editor::showAtEnd(const QString &text)
     const int keep = maximumBlockCount();
     // Only the newest blocks survive the block limit: when the text alone fills the view,
     // the rest would be laid out and thrown away at once.
-    int cut = -1;
-    if (keep > 0 && text.size() >= keep) {
-        int breaks = 0;
-        for (int i = text.size() - 1; i >= 0; --i) {
-            if (text.at(i) == QLatin1Char('\n') && ++breaks == keep) {
-                cut = i + 1;
-                break;
-            }
-        }
-    }
+    const int cut = tailStart(text, keep);
     if (cut >= 0) {
         setPlainText(text.mid(cut));
+        applyLineFilter(0);
     } else {
         QTextCursor cursor(document());
         cursor.movePosition(QTextCursor::End);
         cursor.insertText(text);
+        // The old last block may have been continued; older blocks may have been dropped.
+        if (!m_lineFilter.pattern().isEmpty())
+            applyLineFilter(qMax(0, blockCount() - 1 - int(text.count(QLatin1Char('\n')))));
     }
     if (atBottom || cut >= 0)
         bar->setValue(bar->maximum());

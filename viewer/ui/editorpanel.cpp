@@ -1,61 +1,751 @@
 #include "viewer/ui/editorpanel.h"
 
 #include "util/core/recentfiles.h"
+#include "util/ui/notify.h"
+#include "viewer/core/filereaderwriter.h"
+#include "viewer/core/filesearcher.h"
+#include "viewer/core/mappedfile.h"
+#include "viewer/core/occurrencefilter.h"
+#include "viewer/core/viewerengine.h"
+#include "viewer/ui/editor.h"
+#include "viewer/ui/qxtspanslider.h"
 
+#include <QAction>
 #include <QApplication>
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QDir>
 #include <QFile>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QHBoxLayout>
 #include <QLabel>
-#include <QPlainTextEdit>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMimeDatabase>
+#include <QScrollBar>
+#include <QShortcut>
+#include <QSpinBox>
+#include <QTextBlock>
 #include <QTextStream>
 #include <QToolBar>
+#include <QToolButton>
+#include <QWidgetAction>
 
-EditorPanel::EditorPanel(QWidget *parent) : TextPanel(parent), m_statusLabel(new QLabel(this))
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+QToolButton *makeButton(QWidget *parent, const QString &icon, const QString &tip)
 {
-    m_textView->setMaximumBlockCount(MaxBlockCount);
-    auto *reload = new QAction(QIcon(QStringLiteral("://Images/reloadtext.png")),
-                               tr("Reload current file from disk"), this);
-    m_toolBar->insertAction(m_toolBar->actions().value(0), reload);
-    connect(reload, &QAction::triggered, this, &EditorPanel::reloadFile);
+    auto *button = new QToolButton(parent);
+    if (!icon.isEmpty())
+        button->setIcon(QIcon(icon));
+    button->setToolTip(tip);
+    button->setAutoRaise(true);
+    return button;
+}
+
+// The editor holds one character where the file holds CR LF, and a lone CR ends a line as
+// LF does; the filters' document positions count the same way.
+QString toDocumentText(QByteArray &bytes)
+{
+    std::replace(bytes.begin(), bytes.end(), '\0', ' ');
+    QString text = QString::fromLocal8Bit(bytes);
+    text.replace(QLatin1String("\r\n"), QLatin1String("\n"));
+    text.replace(QLatin1Char('\r'), QLatin1Char('\n'));
+    return text;
+}
+
+const QStringList &textSuffixes()
+{
+    static const QStringList suffixes{
+        QStringLiteral(".log"), QStringLiteral(".txt"), QStringLiteral(".c"),
+        QStringLiteral(".cpp"), QStringLiteral(".h"),   QStringLiteral(".bat"),
+        QStringLiteral(".sh"),  QStringLiteral(".asc"), QStringLiteral(".okv")};
+    return suffixes;
+}
+
+} // namespace
+
+EditorPanel::EditorPanel(QWidget *parent, Mode mode)
+    : TextPanel(parent, mode == Live ? Editor::MonitorBlockCount : Editor::ViewerBlockCount),
+      m_mode(mode), m_engine(new ViewerEngine(m_textView->maximumBlockCount(), this)),
+      m_slider(new QxtSpanSlider(Qt::Vertical, this)), m_statusLabel(new QLabel(this))
+{
+    m_slider->setInvertedAppearance(true); // the first line of the file at the top
+    m_slider->setMaximumWidth(20);
+    m_slider->setRange(0, 0);
+    m_slider->setAnnotationSource(&m_engine->index(), &m_engine->annotations());
+    m_bodyLayout->addWidget(m_slider);
+    m_textView->setMatchBuffers(&m_engine->matchBuffers(), &m_engine->criticalBuffers());
+    if (m_mode == Live)
+        m_textView->setLineNumberMode(Editor::EditorLineNumbers);
+    buildToolBar();
+
+    FileReaderWriter *readerWriter = m_engine->readerWriter();
+    FileSearcher *searcher = m_engine->searcher();
+    OccurrenceFilter *filter = m_engine->filter();
+    connect(this, &EditorPanel::NewFileOpened, readerWriter, &FileReaderWriter::IndexFile);
+    connect(m_textView, &Editor::newTextAvailable, readerWriter, &FileReaderWriter::AppendFile);
+    connect(this, &EditorPanel::StartFileSearchTask, searcher, &FileSearcher::SearchTextInFile);
+    connect(this, &EditorPanel::SelectionsFilterRequest, filter,
+            &OccurrenceFilter::onSelectionsFilterRequest);
+    connect(this, &EditorPanel::SpanSliderAnnotationsUpdateRequest, filter,
+            &OccurrenceFilter::onSpanSliderAnnotationsUpdateRequest);
+    connect(this, &EditorPanel::ClearAnnotationsRequest, filter,
+            &OccurrenceFilter::onClearAnnotationsRequest);
+
+    connect(readerWriter, &FileReaderWriter::FileIndexed, this, &EditorPanel::onFileIndexed);
+    connect(readerWriter, &FileReaderWriter::FileAppended, this, &EditorPanel::onFileAppended);
+    connect(readerWriter, &FileReaderWriter::SpanSliderAnnotationsUpdated, this,
+            &EditorPanel::onSpanSliderAnnotationsUpdated);
+    connect(readerWriter, &FileReaderWriter::FileIndexError, this,
+            [this](const QString &path, const QString &message) {
+                if (path == m_filePath)
+                    m_statusLabel->setText(message);
+            });
+    connect(searcher, &FileSearcher::SearchProcessed, this, &EditorPanel::SearchResultReady);
+    connect(searcher, &FileSearcher::SearchFinished, this,
+            [this](const QString &text, const qint64 &count) {
+                if (text != m_searchText)
+                    return; // a newer search is on its way
+                m_searching = false;
+                m_fileMatchCount = count;
+                m_statusLabel->clear();
+                findInLoadedText();
+                if (m_filterButtons[MatchFilter]->isChecked())
+                    requestFilters();
+            });
+    connect(filter, &OccurrenceFilter::MatchFilterFinished, this,
+            &EditorPanel::onMatchFilterFinished);
+    connect(filter, &OccurrenceFilter::CriticalFilterFinished, this,
+            &EditorPanel::onCriticalFilterFinished);
+    connect(filter, &OccurrenceFilter::SpanSliderAnnotationsUpdated, this,
+            &EditorPanel::onSpanSliderAnnotationsUpdated);
+    for (QObject *worker : {static_cast<QObject *>(readerWriter), static_cast<QObject *>(searcher),
+                            static_cast<QObject *>(filter)})
+        connect(worker, SIGNAL(SpanSliderRepaintRequested()), m_slider, SLOT(update()));
+
+    connect(m_slider, &QxtSpanSlider::spanChanged, this, &EditorPanel::onFileSpanSliderChanged);
+    connect(m_slider, &QxtSpanSlider::spanDragged, this, &EditorPanel::onSpanSliderDragged);
+    QScrollBar *bar = m_textView->verticalScrollBar();
+    connect(bar, &QScrollBar::sliderReleased, this, &EditorPanel::onVScrollSliderReleased);
+    connect(bar, &QScrollBar::valueChanged, this, [this, bar](int value) {
+        if (!m_restoringScroll && bar->maximum() > 0)
+            m_scrollRatio = double(value) / bar->maximum();
+    });
+    connect(m_searchField, &QLineEdit::textChanged, this, &EditorPanel::onSearchRequested);
+    for (QToolButton *button : m_filterButtons)
+        connect(button, &QToolButton::toggled, this, &EditorPanel::onFilterBtnToogled);
+    buildShortcuts();
+    updateCounter();
+}
+
+EditorPanel::~EditorPanel()
+{
+    if (m_mode != Live)
+        return;
+    // Whatever the server sent before it stopped still reaches the log file.
+    m_textView->shutdownServer();
+    const QString rest = m_textView->takePending();
+    const QString path = m_textView->logFilePath();
+    if (!rest.isEmpty() && !path.isEmpty())
+        QMetaObject::invokeMethod(m_engine->readerWriter(), "AppendFile",
+                                  Qt::BlockingQueuedConnection, Q_ARG(QString, path),
+                                  Q_ARG(QString, rest));
+}
+
+void EditorPanel::buildToolBar()
+{
+    auto *reload = makeButton(this, QStringLiteral("://Images/reloadtext.png"),
+                              tr("Reload current file from disk"));
+    connect(reload, &QToolButton::clicked, this, &EditorPanel::onReloadBtnClicked);
+    m_toolBar->insertWidget(m_firstFilterAction, reload)->setVisible(m_mode == Viewer);
+
+    m_lineNumberButton = makeButton(this, QStringLiteral("://Images/linenumbers.png"),
+                                    tr("Show/Hide line number"));
+    m_lineNumberButton->setCheckable(true);
+    m_lineNumberButton->setChecked(true);
+    m_lineNumberButton->setMenu(m_textView->lineNumberOptionsMenu());
+    m_lineNumberButton->setPopupMode(QToolButton::MenuButtonPopup);
+    connect(m_lineNumberButton, &QToolButton::toggled, this,
+            &EditorPanel::onLineNumberBtnToogled);
+    connect(m_textView->lineNumberOptionsMenu(), &QMenu::triggered, this,
+            &EditorPanel::onLineNumberOptionMenuTriggered);
+    m_toolBar->insertWidget(m_firstFilterAction, m_lineNumberButton);
+
+    auto *textSize = makeButton(this, QString(), tr("Set Text Size"));
+    textSize->setText(QStringLiteral("Aa"));
+    textSize->setPopupMode(QToolButton::InstantPopup);
+    auto *sizeMenu = new QMenu(textSize);
+    m_textSizeBox = new QSpinBox(sizeMenu);
+    m_textSizeBox->setRange(1, 32);
+    m_textSizeBox->setValue(m_textView->font().pointSize() > 0 ? m_textView->font().pointSize()
+                                                               : 9);
+    auto *sizeAction = new QWidgetAction(sizeMenu);
+    sizeAction->setDefaultWidget(m_textSizeBox);
+    sizeMenu->addAction(sizeAction);
+    textSize->setMenu(sizeMenu);
+    connect(m_textSizeBox, QOverload<int>::of(&QSpinBox::valueChanged), this, [this](int size) {
+        QFont font = m_textView->font();
+        font.setPointSize(size);
+        m_textView->setFont(font);
+    });
+    m_toolBar->insertWidget(m_firstFilterAction, textSize);
+
+    auto *save = makeButton(this, QStringLiteral("://Images/save.png"),
+                            tr("Save text in editor to file"));
+    connect(save, &QToolButton::clicked, this, &EditorPanel::onSaveBtnClicked);
+    m_toolBar->insertWidget(m_firstFilterAction, save);
+
+    // Clearing starts a new log file: only a live panel writes one.
+    m_clearButton = makeButton(this, QStringLiteral("://Images/broom.png"),
+                               tr("Clear all text and create new log file"));
+    connect(m_clearButton, &QToolButton::clicked, this, &EditorPanel::onClearBtnClicked);
+    m_toolBar->insertWidget(m_findLabelAction, m_clearButton)->setVisible(m_mode == Live);
+
+    m_toolBar->addAction(QIcon(QStringLiteral("://Images/scrollarrow_up.png")), tr("Span up"),
+                         this, &EditorPanel::onSpanUpBtnClicked);
+    m_toolBar->addAction(QIcon(QStringLiteral("://Images/scrollarrow_down.png")),
+                         tr("Span down"), this, &EditorPanel::onSpanDownBtnClicked);
     m_toolBar->addWidget(m_statusLabel);
+}
+
+void EditorPanel::buildShortcuts()
+{
+    // Only a floating panel handles these itself; docked, the main window routes the keys.
+    const auto add = [this](const QKeySequence &key, auto slot) {
+        auto *shortcut = new QShortcut(key, this);
+        shortcut->setContext(Qt::WidgetWithChildrenShortcut);
+        shortcut->setEnabled(false);
+        connect(shortcut, &QShortcut::activated, this, slot);
+        m_shortcuts << shortcut;
+    };
+    add(QKeySequence(Qt::CTRL + Qt::Key_F), [this] { onCTRL_F_Pressed(); });
+    add(QKeySequence(Qt::CTRL + Qt::Key_S), [this] { m_filterButtons[MatchFilter]->toggle(); });
+    add(QKeySequence(Qt::CTRL + Qt::Key_E), [this] { m_filterButtons[ErrorFilter]->toggle(); });
+    add(QKeySequence(Qt::CTRL + Qt::Key_W), [this] { m_filterButtons[WarningFilter]->toggle(); });
+    add(QKeySequence(Qt::CTRL + Qt::Key_U), [this] { onCTRL_U_Pressed(); });
+    add(QKeySequence(Qt::CTRL + Qt::Key_D), [this] { onCTRL_D_Pressed(); });
+    add(QKeySequence(QStringLiteral("/")), [this] { on_Slash_Pressed(); });
+    add(QKeySequence(QStringLiteral("?")), [this] { on_Question_Pressed(); });
+    add(QKeySequence(Qt::Key_J), [this] { on_J_Pressed(0); });
+    add(QKeySequence(Qt::Key_K), [this] { on_K_Pressed(0); });
+}
+
+void EditorPanel::enableShortcuts(bool enable)
+{
+    TextPanel::enableShortcuts(enable);
+    for (QObject *shortcut : qAsConst(m_shortcuts))
+        static_cast<QShortcut *>(shortcut)->setEnabled(enable);
+}
+
+bool EditorPanel::isTextFile(const QString &path)
+{
+    if (QMimeDatabase().mimeTypeForFile(path).name().startsWith(QLatin1String("text/")))
+        return true;
+    const QString name = path.toLower();
+    for (const QString &suffix : textSuffixes()) {
+        if (name.endsWith(suffix))
+            return true;
+    }
+    return false;
+}
+
+QString EditorPanel::newLogFilePath(const QString &directory)
+{
+    return directory + QStringLiteral("/vrxmon_") +
+           QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd-hh.mm.ss.zzz")) +
+           QStringLiteral(".okv");
 }
 
 bool EditorPanel::openFile(const QString &path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
+    if (!isTextFile(path)) {
+        Notify::critical(this, tr("File Type Error"),
+                         tr("The selected file is not a text file!\nOnly text files can be "
+                            "opened in the editor!"));
         return false;
-    const QString previous = m_filePath;
-    m_filePath = path;
-    // Only the first screenful of lines; the whole file is never held in the editor.
-    QTextStream in(&file);
-    QString text;
-    for (int line = 0; line < MaxBlockCount && !in.atEnd(); ++line) {
-        text += in.readLine();
-        text += QLatin1Char('\n');
     }
-    m_textView->setPlainText(text);
-    m_fileLoaded = true;
-    m_statusLabel->clear();
+    m_previousPath = m_filePath;
+    m_filePath = path;
+    m_fileLoaded = false;
+    m_loadedUpper = -1;
+    m_loadedLower = 0;
+    m_settingSpan = true;
+    m_slider->setRange(0, 0);
+    m_slider->setSpan(0, 0);
+    m_settingSpan = false;
+    m_textView->clear();
+    m_statusLabel->setText(tr("Indexing..."));
+    m_searching = !m_searchText.isEmpty();
+    emit NewFileOpened(m_searchText, path, ChunkSize, m_textView->maximumBlockCount());
     RecentFiles::add(path);
-    // The main window rebuilds its "Recent Files" menu; found by name so this
-    // library does not depend on the shell.
+    // The main window rebuilds its "Recent Files" menu; found by name so that this library
+    // does not depend on the shell.
     for (QWidget *widget : QApplication::topLevelWidgets()) {
         if (widget->inherits("MainWindow"))
             QMetaObject::invokeMethod(widget, "updateRecentFileActions");
     }
-    emit FileLoaded(previous, path);
+    emit FileLoaded(m_previousPath, path);
     return true;
 }
 
 void EditorPanel::reloadFile()
 {
-    if (!m_filePath.isEmpty())
-        openFile(m_filePath);
+    if (m_filePath.isEmpty())
+        return;
+    const qint32 lower = m_slider->lowerValue();
+    openFile(m_filePath);
+    // Back to where the user was once the index has got that far.
+    m_loadedLower = lower;
+}
+
+void EditorPanel::onOpenFileBtnClicked()
+{
+    const QString path = QFileDialog::getOpenFileName(
+        this, tr("Open Text File"), QStringLiteral("./"),
+        tr("Text (*.log *.txt *.c *.cpp *.h *.bat *.sh *.asc *.okv)"));
+    if (!path.isEmpty())
+        openFile(path);
+}
+
+void EditorPanel::onReloadBtnClicked()
+{
+    reloadFile();
+}
+
+void EditorPanel::onSaveBtnClicked()
+{
+    const QString path = QFileDialog::getSaveFileName(
+        this, tr("Save Console Output"), QString(),
+        tr("ASCII (*.txt);;ASCII (*.log);;All Files (*)"));
+    if (path.isEmpty())
+        return;
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Text)) {
+        Notify::warning(this, tr("Error"), tr("Unable to open file"));
+        return;
+    }
+    QTextStream out(&file);
+    out << m_textView->toPlainText();
+}
+
+void EditorPanel::onClearBtnClicked()
+{
+    if (m_mode != Live)
+        return;
+    const QString directory = QFileInfo(m_textView->logFilePath()).absolutePath();
+    startLogFile(newLogFilePath(m_textView->logFilePath().isEmpty() ? QDir::homePath()
+                                                                    : directory));
+}
+
+void EditorPanel::startLogFile(const QString &path)
+{
+    // What is still queued belongs to the old file.
+    m_textView->flushPending();
+    m_textView->clear();
+    m_textView->setLogFilePath(path);
+    m_previousPath = m_filePath;
+    m_filePath = path;
+    m_fileLoaded = true;
+    m_settingSpan = true;
+    m_slider->setRange(0, 0);
+    m_slider->setSpan(0, 0);
+    m_settingSpan = false;
+    m_textView->setFollowing(true);
+    emit ClearAnnotationsRequest();
+    emit FileLoaded(m_previousPath, path);
+}
+
+void EditorPanel::onSearchReturnPressed()
+{
+    onSearchRequested();
+}
+
+void EditorPanel::onSearchRequested()
+{
+    m_searchText = m_searchField->text();
+    m_currentMatch = 0;
+    if (m_filePath.isEmpty()) {
+        findInLoadedText();
+        return;
+    }
+    // Only the newest text matters; a search still running for an older one ends early.
+    m_engine->searcher()->abort();
+    m_searching = true;
+    m_statusLabel->setText(tr("Searching..."));
+    m_counterLabel->setText(QStringLiteral(" --/-- "));
+    emit StartFileSearchTask(m_searchText, m_filePath, ChunkSize,
+                             m_textView->maximumBlockCount());
+}
+
+void EditorPanel::SearchResultReady(const QString SearchString, const qint64 &MatchCount,
+                                    const qint64 &ScannedLines)
+{
+    Q_UNUSED(ScannedLines)
+    if (SearchString != m_searchText)
+        return;
+    m_fileMatchCount = MatchCount;
+}
+
+void EditorPanel::findInLoadedText()
+{
+    QVector<qint32> positions;
+    if (!m_searchText.isEmpty()) {
+        const QString text = m_textView->toPlainText();
+        for (int at = text.indexOf(m_searchText, 0, Qt::CaseInsensitive); at >= 0;
+             at = text.indexOf(m_searchText, at + m_searchText.size(), Qt::CaseInsensitive))
+            positions << at;
+    }
+    if (m_filePath.isEmpty())
+        m_fileMatchCount = positions.size();
+    m_navTotal = m_fileMatchCount;
+    setNavigation(positions, m_searchText.size());
+}
+
+void EditorPanel::setNavigation(const QVector<qint32> &positions, int length)
+{
+    m_navPositions = positions;
+    m_navLength = length;
+    m_currentMatch = 0;
+    m_nextAction->setEnabled(!positions.isEmpty());
+    m_prevAction->setEnabled(!positions.isEmpty());
+    updateCounter();
+}
+
+void EditorPanel::updateCounter()
+{
+    if (m_searching) {
+        m_counterLabel->setText(QStringLiteral(" --/-- "));
+        return;
+    }
+    m_counterLabel->setText(QStringLiteral(" %1/%2/%3 ")
+                                .arg(m_currentMatch)
+                                .arg(m_navPositions.size())
+                                .arg(m_navTotal));
+}
+
+void EditorPanel::onNextBtnClicked()
+{
+    moveToMatch(1);
+}
+
+void EditorPanel::onPrevBtnClicked()
+{
+    moveToMatch(-1);
+}
+
+void EditorPanel::moveToMatch(int step)
+{
+    const int count = m_navPositions.size();
+    if (count == 0) {
+        m_currentMatch = 0;
+        return;
+    }
+    // 1-based; wraps from the last match to the first and back.
+    int next = m_currentMatch + step;
+    if (next > count)
+        next = 1;
+    else if (next < 1)
+        next = count;
+    m_currentMatch = next;
+    QTextCursor cursor(m_textView->document());
+    const int end = m_textView->document()->characterCount() - 1;
+    const int at = qMin(int(m_navPositions[next - 1]), end);
+    cursor.setPosition(at);
+    cursor.setPosition(qMin(at + m_navLength, end), QTextCursor::KeepAnchor);
+    m_textView->setTextCursor(cursor);
+    m_textView->centerCursor();
+    updateCounter();
+}
+
+QString EditorPanel::getFilterPattern() const
+{
+    QStringList active;
+    if (m_filterButtons[MatchFilter]->isChecked() && !m_searchText.isEmpty())
+        active << m_searchText;
+    if (m_filterButtons[ErrorFilter]->isChecked())
+        active << QStringLiteral("ERROR:");
+    if (m_filterButtons[WarningFilter]->isChecked())
+        active << QStringLiteral("WARN :");
+    return active.join(QLatin1Char('|'));
+}
+
+void EditorPanel::onFilterBtnToogled(bool)
+{
+    const QString pattern = getFilterPattern();
+    if (pattern.isEmpty()) {
+        m_textView->setLineFilter(QString());
+        findInLoadedText();
+        return;
+    }
+    requestFilters();
+}
+
+void EditorPanel::requestFilters()
+{
+    QStringList types;
+    if (m_filterButtons[MatchFilter]->isChecked())
+        types << QStringLiteral("search");
+    if (m_filterButtons[ErrorFilter]->isChecked() || m_filterButtons[WarningFilter]->isChecked())
+        types << QStringLiteral("critical");
+    if (!types.isEmpty() && !m_filePath.isEmpty())
+        emit SelectionsFilterRequest(m_filePath, types);
+    else
+        m_textView->setLineFilter(getFilterPattern());
+}
+
+void EditorPanel::onMatchFilterFinished()
+{
+    const QVector<qint32> &positions = m_engine->matchBuffers().acceptPending();
+    m_textView->setLineFilter(getFilterPattern());
+    if (!m_filterButtons[MatchFilter]->isChecked())
+        return;
+    m_navTotal = m_fileMatchCount;
+    setNavigation(positions, m_searchText.size());
+}
+
+void EditorPanel::onCriticalFilterFinished()
+{
+    const QVector<qint32> &positions = m_engine->criticalBuffers().acceptPending();
+    m_textView->setLineFilter(getFilterPattern());
+    // With only the critical filters on, next and previous walk the error and warning marks.
+    if (m_filterButtons[MatchFilter]->isChecked())
+        return;
+    {
+        const FileIndex &index = m_engine->index();
+        QReadLocker lock(&index.occurrenceLock);
+        m_navTotal = index.errorOffsets.size() + index.warningOffsets.size();
+    }
+    setNavigation(positions, 6); // "ERROR:" and "WARN :" are both six characters
+}
+
+void EditorPanel::onLineNumberBtnToogled(bool checked)
+{
+    m_textView->setLineNumbersVisible(checked);
+}
+
+void EditorPanel::onLineNumberOptionMenuTriggered(QAction *action)
+{
+    m_textView->setLineNumberMode(Editor::LineNumberMode(action->data().toInt()));
+}
+
+void EditorPanel::onFileIndexed(const QString &FilePath, const qint32 &LineCount)
+{
+    if (FilePath != m_filePath)
+        return; // an older file's index
+    m_statusLabel->clear();
+    const bool first = !m_fileLoaded;
+    m_fileLoaded = true;
+    m_settingSpan = true;
+    m_slider->setRange(0, LineCount);
+    if (first) {
+        const qint32 lower = qBound(0, m_loadedLower, LineCount);
+        m_slider->setSpan(lower, qMin(LineCount, lower + m_textView->maximumBlockCount()));
+    }
+    m_settingSpan = false;
+    const int lower = m_slider->lowerValue(), upper = m_slider->upperValue();
+    // Reload only when the range is new or the last load stopped short of it.
+    if (first || lower != m_loadedLower || upper != m_loadedUpper || m_loadedToEnd)
+        onFileSpanSliderChanged(lower, upper);
+    if (m_searching && !m_searchText.isEmpty() && first)
+        emit StartFileSearchTask(m_searchText, m_filePath, ChunkSize,
+                                 m_textView->maximumBlockCount());
+}
+
+void EditorPanel::onFileAppended(const qint32 &lines)
+{
+    if (m_mode != Live)
+        return;
+    m_fileLoaded = true;
+    if (m_textView->isFollowing())
+        followTail(lines);
+    else {
+        m_settingSpan = true;
+        m_slider->setMaximum(lines);
+        m_settingSpan = false;
+    }
+}
+
+void EditorPanel::followTail(qint32 lines)
+{
+    m_settingSpan = true;
+    m_slider->setRange(0, lines);
+    m_slider->setSpan(qMax(0, lines - m_textView->maximumBlockCount()), lines);
+    m_settingSpan = false;
+    m_loadedLower = m_slider->lowerValue();
+    m_loadedUpper = m_slider->upperValue();
+    m_slider->setToolTip(QStringLiteral("Offset: %1\nSpan: %2\nMax: %3")
+                             .arg(m_loadedLower)
+                             .arg(m_loadedUpper - m_loadedLower)
+                             .arg(m_slider->maximum()));
+}
+
+void EditorPanel::onFileSpanSliderChanged(int lower, int upper)
+{
+    m_slider->setToolTip(QStringLiteral("Offset: %1\nSpan: %2\nMax: %3")
+                             .arg(lower)
+                             .arg(upper - lower)
+                             .arg(m_slider->maximum()));
+    if (m_mode == Live && !m_settingSpan && !m_slider->isDragging()) {
+        // Back at the end: follow the newest lines again; anywhere else: hold still.
+        const bool atEnd = upper >= m_slider->maximum();
+        if (atEnd) {
+            m_textView->setFollowing(true);
+            followTail(m_slider->maximum());
+            return;
+        }
+        m_textView->setFollowing(false);
+    }
+    if (m_settingSpan)
+        return; // the code that moved the span loads what it needs
+    if (m_slider->isDragging())
+        return; // loaded when the drag ends
+    loadRange(lower, upper);
+    if (!getFilterPattern().isEmpty())
+        requestFilters();
+}
+
+void EditorPanel::loadRange(int lower, int upper)
+{
+    if (m_filePath.isEmpty())
+        return;
+    MappedFile file;
+    if (!file.open(m_filePath)) {
+        m_statusLabel->setText(file.errorString());
+        return;
+    }
+    const qint64 size = file.size();
+    const int blocks = m_textView->maximumBlockCount();
+    qint64 start = 0, end = size;
+    {
+        const FileIndex &index = m_engine->index();
+        QReadLocker lock(&index.lineLock);
+        const QVector<qint32> &ends = index.lineEnds;
+        const qint64 known = ends.size();
+        if (lower > 0)
+            start = lower < known ? ends[lower] + 1 : size;
+        const qint64 last = qint64(lower) + qMin(blocks, qMax(0, upper - lower));
+        m_loadedToEnd = last >= known;
+        if (!m_loadedToEnd)
+            end = qint64(ends[int(last)]) + 1;
+    }
+    start = qBound<qint64>(0, start, size);
+    end = qBound<qint64>(start, end, size);
+    QByteArray bytes(int(end - start), Qt::Uninitialized);
+    if (end > start) {
+        const unsigned char *p = file.map(start, end - start);
+        if (!p || !MappedGuard::run([&] { std::memcpy(bytes.data(), p, size_t(bytes.size())); }))
+            bytes.clear();
+    }
+    m_loadedLower = lower;
+    m_loadedUpper = upper;
+    m_restoringScroll = true;
+    m_textView->setFirstLineNumber(lower);
+    m_textView->setPlainText(toDocumentText(bytes));
+    m_textView->setLineFilter(getFilterPattern());
+    QScrollBar *bar = m_textView->verticalScrollBar();
+    bar->setValue(qRound(m_scrollRatio * bar->maximum()));
+    m_restoringScroll = false;
+    findInLoadedText();
+}
+
+void EditorPanel::onVScrollSliderReleased()
+{
+    QScrollBar *bar = m_textView->verticalScrollBar();
+    m_scrollRatio = bar->maximum() > 0 ? double(bar->value()) / bar->maximum() : 0.0;
+}
+
+void EditorPanel::onSpanSliderDragged()
+{
+    onFileSpanSliderChanged(m_slider->lowerValue(), m_slider->upperValue());
+}
+
+void EditorPanel::onSpanUpBtnClicked()
+{
+    // Half a span at a time, so the lines seen last stay in view.
+    const int span = m_slider->upperValue() - m_slider->lowerValue();
+    const int step = qMax(1, span / 2);
+    const int lower = qMax(m_slider->minimum(), m_slider->lowerValue() - step);
+    m_slider->setSpan(lower, lower + span);
+}
+
+void EditorPanel::onSpanDownBtnClicked()
+{
+    const int span = m_slider->upperValue() - m_slider->lowerValue();
+    const int step = qMax(1, span / 2);
+    const int upper = qMin(m_slider->maximum(), m_slider->upperValue() + step);
+    m_slider->setSpan(upper - span, upper);
+}
+
+void EditorPanel::onSpanSliderAnnotationsUpdated()
+{
+    m_slider->update();
 }
 
 void EditorPanel::onWatchedFileChanged(const QString &path)
 {
-    if (path == m_filePath)
+    if (path == m_filePath && m_mode == Viewer)
         m_statusLabel->setText(
             tr("<font color='darkorange'>File modified on disk! Reload required!</font>"));
+}
+
+void EditorPanel::onCTRL_F_Pressed()
+{
+    m_searchField->setFocus();
+    const QTextCursor cursor = m_textView->textCursor();
+    if (cursor.hasSelection())
+        m_searchField->setText(cursor.selectedText());
+    m_searchField->selectAll();
+}
+
+void EditorPanel::onCTRL_U_Pressed()
+{
+    if (!isVisible())
+        return;
+    setFocus();
+    m_textView->verticalScrollBar()->triggerAction(QAbstractSlider::SliderPageStepSub);
+}
+
+void EditorPanel::onCTRL_D_Pressed()
+{
+    if (!isVisible())
+        return;
+    setFocus();
+    m_textView->verticalScrollBar()->triggerAction(QAbstractSlider::SliderPageStepAdd);
+}
+
+void EditorPanel::on_Slash_Pressed()
+{
+    if (m_searchField->hasFocus())
+        m_searchField->insert(QStringLiteral("/"));
+    else
+        onNextBtnClicked();
+}
+
+void EditorPanel::on_Question_Pressed()
+{
+    if (m_searchField->hasFocus())
+        m_searchField->insert(QStringLiteral("?"));
+    else
+        onPrevBtnClicked();
+}
+
+void EditorPanel::on_J_Pressed(int extra)
+{
+    if (m_searchField->hasFocus())
+        m_searchField->insert(QStringLiteral("j"));
+    else
+        TextPanel::on_J_Pressed(extra);
+}
+
+void EditorPanel::on_K_Pressed(int extra)
+{
+    if (m_searchField->hasFocus())
+        m_searchField->insert(QStringLiteral("k"));
+    else
+        TextPanel::on_K_Pressed(extra);
 }

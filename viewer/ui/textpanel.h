@@ -3,6 +3,9 @@
 #include <QDateTime>
 #include <QWidget>
 
+class Editor;
+class QAction;
+class QHBoxLayout;
 class QLabel;
 class QLineEdit;
 class QPlainTextEdit;
@@ -20,10 +23,13 @@ class TextPanel : public QWidget
 public:
     enum FilterButton { MatchFilter = 0, ErrorFilter = 1, WarningFilter = 2 };
 
-    explicit TextPanel(QWidget *parent = nullptr);
+    // The editor keeps at most maxBlockCount lines.
+    explicit TextPanel(QWidget *parent = nullptr, int maxBlockCount = 4000);
 
     QLineEdit *searchField() const { return m_searchField; }
-    QPlainTextEdit *textView() const { return m_textView; }
+    QPlainTextEdit *textView() const;
+    Editor *editor() const { return m_textView; }
+    QLabel *counterLabel() const { return m_counterLabel; }
     QToolButton *toggleButton(int index) const;
     QToolBar *toolBar() const { return m_toolBar; }
 
@@ -40,16 +46,26 @@ public slots:
     // J and K scroll by one line plus the given extra count.
     virtual void on_J_Pressed(int extra);
     virtual void on_K_Pressed(int extra);
+    virtual void onNextBtnClicked();
+    virtual void onPrevBtnClicked();
 
 protected:
+    virtual void onSearchReturnPressed();
     void findMatch(bool backwards);
     void setStartTime(const QDateTime &time) { m_startTime = time; }
 
     QToolBar *m_toolBar;
     QLineEdit *m_searchField;
     QLabel *m_counterLabel;
-    QPlainTextEdit *m_textView;
+    Editor *m_textView;
     QToolButton *m_filterButtons[3];
+    // Toolbar anchors that subclasses insert their controls before.
+    QAction *m_firstFilterAction;
+    QAction *m_findLabelAction;
+    QAction *m_nextAction;
+    QAction *m_prevAction;
+    // Holds the editor; panels add widgets beside it.
+    QHBoxLayout *m_bodyLayout;
 
 private:
     QDateTime m_startTime;
