@@ -1,0 +1,776 @@
+// End to end under a flood: 40 load-generator clients stream into the built-in monitor of the
+// real main window (offscreen) and the clock stops when every line is in the monitor's output
+// file. The same load against a window-less monitor host whose texts only go to a file is
+// the baseline of the same run. Every line is checked afterwards, and a 10 ms timer on the
+// GUI thread records how long the event loop was kept from running during the flood.
+#include "loadgen.h"
+#include "monitor/core/vrxmonhost.h"
+#include "monitor/ui/monitorpanel.h"
+#include "resources/initresources.h"
+#include "shell/core/startup.h"
+#include "shell/ui/mainwindow.h"
+#include "shell/ui/metatypes.h"
+#include "util/ui/notify.h"
+#include "viewer/ui/editor.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QEvent>
+#include <QEventLoop>
+#include <QFile>
+#include <QSpinBox>
+#include <QTemporaryDir>
+#include <QTimer>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr int kClients = 40;
+constexpr int kMinLength = 60;
+constexpr int kMaxLength = 120;
+constexpr unsigned kSeed = 7;
+// The panel's own defaults; the baseline host gets the same, so both outputs hold the same
+// texts.
+constexpr quint32 kTraceLevel = 0x7fffffff;
+constexpr quint32 kTimestamp = 1;
+constexpr quint32 kDeviceMask = 0x7fffffff;
+
+constexpr double kTargetRate = 100000.0;
+constexpr double kTargetStallMs = 100.0;
+
+// With --breakdown: where the GUI thread's time goes, by receiver class and event kind. Only
+// top-level deliveries are timed, so nested ones count with the event that caused them. The
+// clock reads cost a little, which is why the plain run goes without.
+class Profile
+{
+public:
+    struct Entry
+    {
+        uint64_t count = 0;
+        int64_t ns = 0;
+        int64_t longestNs = 0;
+    };
+    struct Window // between two ticks of the stall timer
+    {
+        uint64_t texts = 0;   // texts delivered to the monitor host
+        int64_t textNs = 0;
+        uint64_t flushes = 0; // queued calls to the editor: its flushes and scroll-bar updates
+        int64_t flushNs = 0;
+        int64_t otherNs = 0;
+    };
+
+    bool enabled = false;
+    bool running = false;
+    QElapsedTimer clock;
+    std::map<std::pair<const QMetaObject *, int>, Entry> entries;
+    Window current;
+    Window atWorstStall;
+    int depth = 0;
+    uint64_t flushChars = 0; // set by the flush under way
+    int64_t longestFlushNs = 0;
+    uint64_t longestFlushChars = 0;
+
+    void reset()
+    {
+        entries.clear();
+        current = Window();
+        atWorstStall = Window();
+        flushChars = 0;
+        longestFlushNs = 0;
+        longestFlushChars = 0;
+        clock.start();
+    }
+    void record(QObject *receiver, QEvent::Type type, int64_t ns)
+    {
+        const QMetaObject *meta = receiver->metaObject();
+        Entry &e = entries[{meta, int(type)}];
+        ++e.count;
+        e.ns += ns;
+        e.longestNs = std::max(e.longestNs, ns);
+        if (type == QEvent::MetaCall && std::strcmp(meta->className(), "VrxMonHost") == 0) {
+            ++current.texts;
+            current.textNs += ns;
+        } else if (type == QEvent::MetaCall && std::strcmp(meta->className(), "Editor") == 0) {
+            ++current.flushes;
+            current.flushNs += ns;
+            if (ns > longestFlushNs) {
+                longestFlushNs = ns;
+                longestFlushChars = flushChars;
+            }
+            flushChars = 0;
+        } else if (type != QEvent::Timer) {
+            current.otherNs += ns;
+        }
+    }
+    void print(double seconds) const
+    {
+        std::vector<std::pair<std::pair<const QMetaObject *, int>, Entry>> sorted(
+            entries.begin(), entries.end());
+        std::sort(sorted.begin(), sorted.end(),
+                  [](const auto &a, const auto &b) { return a.second.ns > b.second.ns; });
+        int64_t all = 0;
+        for (const auto &item : sorted)
+            all += item.second.ns;
+        std::printf("  GUI thread busy %.0f ms of %.0f ms; top receivers:\n", all / 1e6,
+                    seconds * 1e3);
+        for (std::size_t i = 0; i < sorted.size() && i < 8; ++i) {
+            const auto &item = sorted[i];
+            std::printf("    %-22s %-9s %8llu x %8.1f ms total, longest %6.1f ms\n",
+                        item.first.first->className(),
+                        item.first.second == QEvent::MetaCall ? "queued"
+                                                              : qPrintable(QString::asprintf(
+                                                                    "event %d", item.first.second)),
+                        static_cast<unsigned long long>(item.second.count), item.second.ns / 1e6,
+                        item.second.longestNs / 1e6);
+        }
+        std::printf("  worst stall: %llu texts delivered in %.1f ms, %llu queued editor calls in "
+                    "%.1f ms, other events %.1f ms\n",
+                    static_cast<unsigned long long>(atWorstStall.texts), atWorstStall.textNs / 1e6,
+                    static_cast<unsigned long long>(atWorstStall.flushes),
+                    atWorstStall.flushNs / 1e6, atWorstStall.otherNs / 1e6);
+        if (longestFlushNs > 0)
+            std::printf("  longest queued editor call %.1f ms (a flush of %llu characters)\n",
+                        longestFlushNs / 1e6, static_cast<unsigned long long>(longestFlushChars));
+    }
+};
+
+Profile g_profile;
+thread_local bool t_guiThread = false;
+
+class BenchApplication : public QApplication
+{
+public:
+    using QApplication::QApplication;
+    bool notify(QObject *receiver, QEvent *event) override
+    {
+        // Other threads deliver their events through here too; only the GUI thread counts.
+        if (!g_profile.running || g_profile.depth > 0 || !t_guiThread)
+            return QApplication::notify(receiver, event);
+        const QEvent::Type type = event->type();
+        ++g_profile.depth;
+        const int64_t start = g_profile.clock.nsecsElapsed();
+        const bool result = QApplication::notify(receiver, event);
+        const int64_t ns = g_profile.clock.nsecsElapsed() - start;
+        --g_profile.depth;
+        g_profile.record(receiver, type, ns); // the receiver is alive: it just took the event
+        return result;
+    }
+};
+
+// What the load generator will send, with line feeds taken out: a line the server splits
+// shows its pieces on lines of their own, so only the bytes in between can be compared.
+struct Expected
+{
+    int lines = 0;
+    std::vector<std::string> streams;
+    std::vector<std::string> prompts; // the short form, up to and with '>'
+    uint64_t totalBytes = 0;
+};
+
+Expected makeExpected(int lines)
+{
+    Expected e;
+    e.lines = lines;
+    e.streams.resize(kClients);
+    for (int c = 0; c < kClients; ++c) {
+        std::string &s = e.streams[std::size_t(c)];
+        s.reserve(std::size_t(lines) * (kMaxLength + kMinLength) / 2);
+        for (int n = 0; n < lines; ++n) {
+            const std::string line = VrxLoadGen::makeLine(kSeed, c, n, kMinLength, kMaxLength);
+            s.append(line, 0, line.size() - 1);
+        }
+        e.totalBytes += s.size();
+        // The identity VrxLoadGen::run gives client c, as the monitor shows it.
+        char prompt[128];
+        std::snprintf(prompt, sizeof prompt, "0x%X/LoadGen@0x%X/%d/LOAD%d>", 0xA0u + unsigned(c),
+                      0x1000u + unsigned(c), c, c);
+        e.prompts.emplace_back(prompt);
+    }
+    return e;
+}
+
+// Takes the output file apart as it grows: every line that starts with a client's prompt
+// carries that client's next bytes. Server texts (settings, CONNECTED, ...) are skipped.
+class OutputReader
+{
+public:
+    explicit OutputReader(const Expected &e)
+        : m_e(e), m_rebuilt(kClients), m_segmentEnds(kClients)
+    {
+        for (std::string &s : m_rebuilt)
+            s.reserve(e.streams.front().size());
+    }
+
+    void feed(const char *data, std::size_t n)
+    {
+        m_carry.append(data, n);
+        std::size_t from = 0;
+        for (;;) {
+            const void *nl = std::memchr(m_carry.data() + from, '\n', m_carry.size() - from);
+            if (!nl)
+                break;
+            const std::size_t end = std::size_t(static_cast<const char *>(nl) - m_carry.data());
+            takeLine(m_carry.data() + from, end - from);
+            from = end + 1;
+        }
+        m_carry.erase(0, from);
+    }
+
+    uint64_t clientBytes() const { return m_clientBytes; }
+    uint64_t clientLines() const { return m_clientLines; }
+    uint64_t otherLines() const { return m_otherLines; }
+    const std::string &rebuilt(int c) const { return m_rebuilt[std::size_t(c)]; }
+    const std::vector<uint32_t> &segmentEnds(int c) const { return m_segmentEnds[std::size_t(c)]; }
+
+private:
+    int promptClient(const char *line, std::size_t length) const
+    {
+        if (length < 2 || line[0] != '0' || line[1] != 'x')
+            return -1;
+        static const char tag[] = "/LOAD";
+        const std::string_view head(line, std::min<std::size_t>(length, 96));
+        const std::size_t at = head.find(tag);
+        if (at == std::string_view::npos)
+            return -1;
+        int client = 0;
+        std::size_t i = at + sizeof tag - 1;
+        const std::size_t digits = i;
+        while (i < head.size() && head[i] >= '0' && head[i] <= '9' && client < 1000)
+            client = client * 10 + (head[i++] - '0');
+        if (i == digits || client >= kClients)
+            return -1;
+        const std::string &prompt = m_e.prompts[std::size_t(client)];
+        if (length < prompt.size() || std::memcmp(line, prompt.data(), prompt.size()) != 0)
+            return -1;
+        return client;
+    }
+
+    void takeLine(const char *line, std::size_t length)
+    {
+        const int c = promptClient(line, length);
+        if (c < 0) {
+            ++m_otherLines;
+            return;
+        }
+        ++m_clientLines;
+        std::string &out = m_rebuilt[std::size_t(c)];
+        const std::string &expected = m_e.streams[std::size_t(c)];
+        const char *rest = line + m_e.prompts[std::size_t(c)].size();
+        std::size_t restLength = length - m_e.prompts[std::size_t(c)].size();
+        // A piece of two bytes or more gets the prompt with its space, a one-byte piece the
+        // prompt alone. A leading space is kept as the client's byte only where the text
+        // continues the client's stream with it and not without it; text that matches
+        // neither way (something got lost before) is taken as coming after the space.
+        if (restLength > 0 && rest[0] == ' ') {
+            const std::size_t at = out.size();
+            auto continues = [&](const char *from, std::size_t n) {
+                return at <= expected.size() && n <= expected.size() - at &&
+                       std::memcmp(expected.data() + at, from, n) == 0;
+            };
+            if (!continues(rest, restLength) || continues(rest + 1, restLength - 1)) {
+                ++rest;
+                --restLength;
+            }
+        }
+        out.append(rest, restLength);
+        m_clientBytes += restLength;
+        m_segmentEnds[std::size_t(c)].push_back(uint32_t(out.size()));
+    }
+
+    const Expected &m_e;
+    std::string m_carry;
+    std::vector<std::string> m_rebuilt;
+    std::vector<std::vector<uint32_t>> m_segmentEnds;
+    uint64_t m_clientBytes = 0;
+    uint64_t m_clientLines = 0;
+    uint64_t m_otherLines = 0;
+};
+
+// Follows the output file from a thread of its own, so reading it costs the GUI thread
+// nothing; notes the moment the file holds as many client bytes as were sent.
+class FileWatch
+{
+public:
+    FileWatch(const Expected &e, const QString &path)
+        : m_e(e), m_path(QFile::encodeName(path).toStdString()), m_reader(e)
+    {
+    }
+    ~FileWatch() { stop(); }
+
+    void start()
+    {
+        m_thread = std::thread([this] { loop(); });
+    }
+    void stop()
+    {
+        m_stop = true;
+        if (m_thread.joinable())
+            m_thread.join();
+    }
+
+    bool complete() const { return m_complete.load(); }
+    Clock::time_point completedAt() const { return m_completedAt; }
+    uint64_t fileBytes() const { return m_fileBytes.load(); }
+    uint64_t clientBytes() const { return m_clientBytesSeen.load(); }
+    // Only once stopped.
+    const OutputReader &reader() const { return m_reader; }
+
+private:
+    void loop()
+    {
+        int fd = -1;
+        std::vector<char> buffer(1 << 20);
+        while (!m_stop) {
+            if (fd < 0)
+                fd = open(m_path.c_str(), O_RDONLY | O_CLOEXEC);
+            bool grew = false;
+            if (fd >= 0) {
+                ssize_t n;
+                while ((n = read(fd, buffer.data(), buffer.size())) > 0) {
+                    m_reader.feed(buffer.data(), std::size_t(n));
+                    m_fileBytes += uint64_t(n);
+                    grew = true;
+                }
+            }
+            if (grew) {
+                m_clientBytesSeen = m_reader.clientBytes();
+                if (m_reader.clientBytes() >= m_e.totalBytes) {
+                    m_completedAt = Clock::now();
+                    m_complete = true;
+                    break;
+                }
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        }
+        if (fd >= 0)
+            close(fd);
+    }
+
+    const Expected &m_e;
+    std::string m_path;
+    OutputReader m_reader;
+    std::thread m_thread;
+    std::atomic<bool> m_stop{false};
+    std::atomic<bool> m_complete{false};
+    Clock::time_point m_completedAt;
+    std::atomic<uint64_t> m_fileBytes{0};
+    std::atomic<uint64_t> m_clientBytesSeen{0};
+};
+
+struct Verdict
+{
+    uint64_t intact = 0;    // lines found whole, in order, ending where a shown line ends
+    uint64_t lost = 0;      // lines not found so
+    uint64_t extraBytes = 0; // client bytes no generated line accounts for (doubles, garbage)
+    uint64_t lineEnds = 0;  // generated line ends that fall on the end of a shown line
+};
+
+Verdict verify(const Expected &e, const OutputReader &r)
+{
+    Verdict v;
+    for (int c = 0; c < kClients; ++c) {
+        const std::string_view got(r.rebuilt(c));
+        const std::vector<uint32_t> &ends = r.segmentEnds(c);
+        auto endsAt = [&](std::size_t pos) {
+            return std::binary_search(ends.begin(), ends.end(), uint32_t(pos));
+        };
+        std::size_t p = 0;
+        for (int n = 0; n < e.lines; ++n) {
+            std::string line = VrxLoadGen::makeLine(kSeed, c, n, kMinLength, kMaxLength);
+            line.pop_back();
+            if (got.compare(p, line.size(), line) == 0) {
+                p += line.size();
+                if (endsAt(p)) {
+                    ++v.intact;
+                    ++v.lineEnds;
+                } else {
+                    ++v.lost; // glued to what follows: not the line that was sent
+                }
+                continue;
+            }
+            // Out of step: look a little ahead, so one damaged line does not count every
+            // later one as lost.
+            const std::size_t found = got.substr(p, 1 << 16).find(line);
+            if (found != std::string_view::npos) {
+                v.extraBytes += found;
+                p += found + line.size();
+                if (endsAt(p)) {
+                    ++v.intact;
+                    ++v.lineEnds;
+                    continue;
+                }
+            }
+            ++v.lost;
+        }
+        v.extraBytes += got.size() - p;
+    }
+    return v;
+}
+
+// Lateness of a 10 ms timer on the GUI thread: how long the event loop could not turn.
+class StallMeter
+{
+public:
+    StallMeter()
+    {
+        m_timer.setTimerType(Qt::PreciseTimer);
+        m_timer.setInterval(kIntervalMs);
+        QObject::connect(&m_timer, &QTimer::timeout, [this] {
+            const qint64 now = m_clock.nsecsElapsed();
+            const qint64 late = now - m_previous - kIntervalMs * 1000000LL;
+            if (m_armed && late > m_worstNs) {
+                m_worstNs = late;
+                g_profile.atWorstStall = g_profile.current;
+            }
+            g_profile.current = Profile::Window();
+            m_previous = now;
+            m_armed = true;
+        });
+    }
+    void start()
+    {
+        m_worstNs = 0;
+        m_armed = false;
+        m_clock.start();
+        m_timer.start();
+    }
+    double stop()
+    {
+        m_timer.stop();
+        return double(m_worstNs) / 1e6;
+    }
+
+private:
+    static constexpr int kIntervalMs = 10;
+    QTimer m_timer;
+    QElapsedTimer m_clock;
+    qint64 m_previous = 0;
+    qint64 m_worstNs = 0;
+    bool m_armed = false;
+};
+
+// Runs the event loop until the condition holds or the time is up; true when it held.
+bool waitUntil(const std::function<bool()> &done, int timeoutMs)
+{
+    if (done())
+        return true;
+    QEventLoop loop;
+    QTimer poll;
+    QElapsedTimer clock;
+    clock.start();
+    bool held = false;
+    QObject::connect(&poll, &QTimer::timeout, [&] {
+        held = done();
+        if (held || clock.elapsed() > timeoutMs)
+            loop.quit();
+    });
+    poll.start(10);
+    loop.exec();
+    return held;
+}
+
+bool fileContains(const QString &path, const QByteArray &needle)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) && file.readAll().contains(needle);
+}
+
+struct Flood
+{
+    bool completed = false;
+    double seconds = 0;      // start of sending until the file held every line
+    double ackSeconds = 0;   // start of sending until the server had acknowledged everything
+    double stallMs = 0;
+    double fileShareAtAck = 0; // client bytes in the file when the last acknowledgement came
+    bool loadOk = false;
+    uint64_t linesSent = 0;
+    uint64_t fileBytes = 0;
+    uint64_t clientLines = 0;
+    uint64_t otherLines = 0;
+    Verdict verdict;
+    double linesPerSecond() const { return completed && seconds > 0 ? linesSent / seconds : 0; }
+};
+
+// One flood against whatever listens on the port and writes to path; the GUI thread keeps
+// running its event loop all the while.
+Flood flood(const Expected &e, uint16_t port, const QString &path)
+{
+    Flood f;
+    FileWatch watch(e, path);
+    watch.start();
+    StallMeter stall;
+
+    VrxLoadGen::Options o;
+    o.port = port;
+    o.clients = kClients;
+    o.lines = e.lines;
+    o.minLength = kMinLength;
+    o.maxLength = kMaxLength;
+    o.seed = kSeed;
+    VrxLoadGen::Result load;
+    Clock::time_point loadEnd;
+    std::atomic<bool> loadDone{false};
+    std::atomic<uint64_t> clientBytesAtAck{0};
+
+    if (g_profile.enabled) {
+        g_profile.reset();
+        g_profile.running = true;
+    }
+    stall.start();
+    std::thread sender([&] {
+        load = VrxLoadGen::run(o);
+        loadEnd = Clock::now();
+        clientBytesAtAck = watch.clientBytes();
+        loadDone = true;
+    });
+    // Once the sender is done, a file that stops growing for ten seconds will not finish.
+    uint64_t lastBytes = 0;
+    Clock::time_point lastGrowth = Clock::now();
+    waitUntil(
+        [&] {
+            if (watch.complete())
+                return true;
+            const uint64_t bytes = watch.fileBytes();
+            if (bytes != lastBytes) {
+                lastBytes = bytes;
+                lastGrowth = Clock::now();
+            }
+            return loadDone.load() && Clock::now() - lastGrowth > std::chrono::seconds(10);
+        },
+        15 * 60 * 1000);
+    f.stallMs = stall.stop();
+    g_profile.running = false;
+    sender.join();
+    // The file may still be growing when the sender gave up or the wait ran out.
+    if (!watch.complete())
+        waitUntil([&] { return watch.complete(); }, 2000);
+    watch.stop();
+
+    const Clock::time_point sendStart =
+        loadEnd - std::chrono::duration_cast<Clock::duration>(
+                      std::chrono::duration<double>(load.seconds));
+    f.loadOk = load.ok;
+    f.linesSent = load.lines;
+    f.ackSeconds = load.seconds;
+    f.completed = watch.complete();
+    f.seconds = std::chrono::duration<double>(
+                    (f.completed ? watch.completedAt() : Clock::now()) - sendStart)
+                    .count();
+    f.fileShareAtAck = e.totalBytes ? double(clientBytesAtAck) / double(e.totalBytes) : 0;
+    f.fileBytes = watch.fileBytes();
+    f.clientLines = watch.reader().clientLines();
+    f.otherLines = watch.reader().otherLines();
+    f.verdict = verify(e, watch.reader());
+    if (g_profile.enabled)
+        g_profile.print(f.seconds);
+    if (!load.ok) {
+        for (std::size_t i = 0; i < load.clients.size(); ++i) {
+            if (!load.clients[i].ok) {
+                std::printf("  load client %zu: %s\n", i, load.clients[i].error.c_str());
+                break;
+            }
+        }
+    }
+    return f;
+}
+
+void printFlood(const char *name, const Flood &f, const Expected &e)
+{
+    const uint64_t total = uint64_t(kClients) * uint64_t(e.lines);
+    std::printf("%-8s %s %.2f s to the file (%.0f lines/s), server acknowledged all after %.2f s "
+                "(%.0f lines/s) with %.0f%% in the file; longest stall %.0f ms\n",
+                name, f.completed ? "complete" : "INCOMPLETE", f.seconds, f.linesPerSecond(),
+                f.ackSeconds, f.ackSeconds > 0 ? f.linesSent / f.ackSeconds : 0.0,
+                100.0 * f.fileShareAtAck, f.stallMs);
+    std::printf("%-8s file %.1f MB, %llu client lines (%llu split pieces), %llu other lines; "
+                "intact %llu/%llu, line ends %llu, lost %llu, extra bytes %llu%s\n",
+                "", double(f.fileBytes) / 1e6, static_cast<unsigned long long>(f.clientLines),
+                static_cast<unsigned long long>(f.clientLines > total ? f.clientLines - total : 0),
+                static_cast<unsigned long long>(f.otherLines),
+                static_cast<unsigned long long>(f.verdict.intact),
+                static_cast<unsigned long long>(total),
+                static_cast<unsigned long long>(f.verdict.lineEnds),
+                static_cast<unsigned long long>(f.verdict.lost),
+                static_cast<unsigned long long>(f.verdict.extraBytes),
+                f.loadOk ? "" : ", LOAD GENERATOR FAILED");
+}
+
+// The window-less side: the host's texts go straight into a file, nothing else.
+Flood runBaseline(const Expected &e, const QString &directory)
+{
+    const QString path = directory + QStringLiteral("/baseline.okv");
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+        std::fprintf(stderr, "baseline: cannot write %s\n", qPrintable(path));
+        return Flood();
+    }
+    VrxMonHost host;
+    QObject::connect(&host, &VrxMonHost::MessageAvailable, &file,
+                     [&file](const QString &text) { file.write(text.toUtf8()); });
+    // Written in QFile's buffer; pushed out often enough that the watcher sees it at once.
+    QTimer flusher;
+    QObject::connect(&flusher, &QTimer::timeout, &file, [&file] { file.flush(); });
+    flusher.start(5);
+
+    const uint16_t port = VrxLoadGen::firstBindablePort(50000);
+    host.start(1, QStringLiteral("127.0.0.1"), port, kTraceLevel, kTimestamp, kDeviceMask);
+    if (!waitUntil([&] { return fileContains(path, "VRX Monitor started!"); }, 10000)) {
+        std::fprintf(stderr, "baseline: monitor host not listening on %u\n", port);
+        return Flood();
+    }
+    Flood f = flood(e, port, path);
+    return f;
+}
+
+// The real window: the main window as the application builds it, its monitor moved to a
+// free port and started the way the start button does.
+Flood runWindow(const Expected &e)
+{
+    auto window = std::make_unique<MainWindow>();
+    window->applyStartupLayout();
+    MonitorPanel *panel = window->monitorPanel();
+    // Let the window come up (and the start-up option run) before the flood starts.
+    waitUntil([] { return false; }, 300);
+    if (panel->isMonitoring()) {
+        panel->stopMonitoring();
+        waitUntil([panel] { return !panel->isMonitoring(); }, 10000);
+    }
+    panel->kindBox()->setCurrentIndex(MonitorPanel::BuiltIn);
+    panel->traceLevelBox()->setValue(int(kTraceLevel));
+    panel->timestampBox()->setValue(int(kTimestamp));
+    panel->deviceMaskBox()->setValue(int(kDeviceMask));
+
+    const uint16_t port = VrxLoadGen::firstBindablePort(50000);
+    panel->setPort(port);
+    panel->startMonitoring();
+    const QString path = panel->filePath();
+    if (!waitUntil([&] { return fileContains(path, "VRX Monitor started!"); }, 10000)) {
+        std::fprintf(stderr, "window: monitor not listening on %u (output %s)\n", port,
+                     qPrintable(path));
+        return Flood();
+    }
+
+    // How the texts reach the file: one append per flush of the editor.
+    uint64_t flushes = 0, flushedChars = 0;
+    const QMetaObject::Connection counting = QObject::connect(panel->editor(), &Editor::newTextAvailable, panel,
+                     [&](const QString &, const QString &text) {
+                         ++flushes;
+                         flushedChars += uint64_t(text.size());
+                         g_profile.flushChars = uint64_t(text.size());
+                     });
+    Flood f = flood(e, port, path);
+    QObject::disconnect(counting);
+    std::printf("window   output %s: %llu flushes of %.0f characters on average\n",
+                qPrintable(QDir(MonitorPanel::outputDirectory()).relativeFilePath(path)),
+                static_cast<unsigned long long>(flushes),
+                flushes ? double(flushedChars) / double(flushes) : 0.0);
+
+    panel->stopMonitoring();
+    waitUntil([panel] { return !panel->isMonitoring(); }, 10000);
+    return f;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    // A home of its own, so the window's settings and output files touch nothing of the user.
+    QTemporaryDir home(QDir::tempPath() + QStringLiteral("/vrxassist-flood-XXXXXX"));
+    if (!home.isValid()) {
+        std::fprintf(stderr, "cannot create a temporary home\n");
+        return 1;
+    }
+    const QString homePath = home.path();
+    for (const char *sub : {".config", ".local/share", ".cache", "runtime"})
+        QDir(homePath).mkpath(QString::fromLatin1(sub));
+    QFile::setPermissions(homePath + QStringLiteral("/runtime"),
+                          QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    qputenv("HOME", homePath.toLocal8Bit());
+    qputenv("XDG_CONFIG_HOME", (homePath + QStringLiteral("/.config")).toLocal8Bit());
+    qputenv("XDG_DATA_HOME", (homePath + QStringLiteral("/.local/share")).toLocal8Bit());
+    qputenv("XDG_CACHE_HOME", (homePath + QStringLiteral("/.cache")).toLocal8Bit());
+    qputenv("XDG_RUNTIME_DIR", (homePath + QStringLiteral("/runtime")).toLocal8Bit());
+
+    BenchApplication app(argc, argv);
+    t_guiThread = true;
+    initResources();
+    QApplication::setEffectEnabled(Qt::UI_AnimateCombo, false);
+    registerMetaTypes();
+    setApplicationIdentity();
+    // A message box would wait for a person; say what it was and go on.
+    Notify::setHook([](Notify::Kind, const QString &title, const QString &text) {
+        std::fprintf(stderr, "message box: %s: %s\n", qPrintable(title), qPrintable(text));
+        return QMessageBox::No;
+    });
+
+    int lines = 25000;
+    for (int i = 1; i < argc; ++i) {
+        if (std::strcmp(argv[i], "--breakdown") == 0)
+            g_profile.enabled = true;
+        else
+            lines = std::max(1, std::atoi(argv[i]));
+    }
+    const uint64_t total = uint64_t(kClients) * uint64_t(lines);
+    const Expected expected = makeExpected(lines);
+    std::printf("bench_monitor_flood: %d clients x %d lines of %d-%d bytes (%.1f MB) into the "
+                "main window's monitor (%s), against a monitor host writing to a file\n",
+                kClients, lines, kMinLength, kMaxLength,
+                double(expected.totalBytes + total) / 1e6, qPrintable(QApplication::platformName()));
+    std::fflush(stdout);
+
+    const Flood base = runBaseline(expected, homePath);
+    printFlood("baseline", base, expected);
+    std::fflush(stdout);
+    const Flood win = runWindow(expected);
+    printFlood("window", win, expected);
+
+    const double ratio = base.linesPerSecond() > 0 ? win.linesPerSecond() / base.linesPerSecond() : 0;
+    const bool rateOk = win.completed && win.linesPerSecond() >= kTargetRate;
+    const bool lossOk = win.completed && win.verdict.lost == 0 && win.verdict.extraBytes == 0 &&
+                        win.verdict.intact == total;
+    const bool stallOk = win.stallMs <= kTargetStallMs;
+    if (!base.completed || base.verdict.lost || base.verdict.extraBytes)
+        std::printf("note: the baseline itself did not deliver every line intact\n");
+    if (!rateOk)
+        std::printf("FAILED rate: %.0f lines/s, target at least %.0f\n", win.linesPerSecond(),
+                    kTargetRate);
+    if (!lossOk)
+        std::printf("FAILED loss: %llu lines lost, %llu extra bytes%s\n",
+                    static_cast<unsigned long long>(win.verdict.lost),
+                    static_cast<unsigned long long>(win.verdict.extraBytes),
+                    win.completed ? "" : ", output incomplete");
+    if (!stallOk)
+        std::printf("FAILED stall: longest %.0f ms, target at most %.0f ms\n", win.stallMs,
+                    kTargetStallMs);
+    auto verdict = [](bool ok) { return ok ? "PASS" : "FAIL"; };
+    std::printf("bench_monitor_flood: %llu lines, window %.2f s (%.0f lines/s), baseline %.2f s, "
+                "ratio %.2f, lost %llu, longest stall %.0f ms, targets: rate %s, loss %s, "
+                "stall %s\n",
+                static_cast<unsigned long long>(total), win.seconds, win.linesPerSecond(),
+                base.seconds, ratio, static_cast<unsigned long long>(win.verdict.lost),
+                win.stallMs, verdict(rateOk), verdict(lossOk), verdict(stallOk));
+    return rateOk && lossOk && stallOk ? 0 : 1;
+}
