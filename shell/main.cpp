@@ -1,7 +1,7 @@
 #include "shell/core/startup.h"
 #include "shell/ui/mainwindow.h"
 #include "shell/ui/metatypes.h"
-#include "shell/ui/resources.h"
+#include "resources/initresources.h"
 
 #include <QApplication>
 

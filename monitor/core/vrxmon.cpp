@@ -49,6 +49,15 @@ VrxMon::~VrxMon()
         close(m_wakeFd);
 }
 
+void VrxMon::requestStop()
+{
+    m_stopAsked.store(true);
+    if (m_wakeFd >= 0) {
+        const quint64 one = 1;
+        [[maybe_unused]] const ssize_t n = write(m_wakeFd, &one, sizeof one);
+    }
+}
+
 void VrxMon::requestShutdown()
 {
     m_shutdown.store(true);
@@ -70,7 +79,13 @@ QVector<quint64> VrxMon::clientDeviceNumbers() const
 
 void VrxMon::emitMessage(const QString &text)
 {
+    // A message that comes while a client's line is unfinished gets a line of its own, and
+    // the rest of that line is shown with its prompt again, as after another client's text.
+    if (!m_atLineStart)
+        emit MessageAvailable(QStringLiteral("\n"));
     emit MessageAvailable(QString::fromLatin1(serverTimestamp()) + m_monitorPrompt + text);
+    m_atLineStart = text.endsWith(QLatin1Char('\n'));
+    m_lastShownFd = -1;
 }
 
 QString VrxMon::errorText() const { return QString::fromLocal8Bit(std::strerror(errno)); }
@@ -235,7 +250,7 @@ void VrxMon::runTcpServer(quint32 port)
     close(epfd);
     if (!m_stopped) {
         // Leaving for a shutdown or a failed wait: release every socket still held.
-        if (m_shutdown.load())
+        if (m_shutdown.load() || m_stopAsked.load())
             stopServer();
         else {
             for (quint32 i = 0; i < m_clientCount.load(); ++i)
@@ -248,6 +263,10 @@ void VrxMon::runTcpServer(quint32 port)
             std::memset(m_clients, 0, sizeof m_clients);
             m_clientCount.store(0);
         }
+    }
+    if (m_stopAsked.exchange(false) && m_wakeFd >= 0) {
+        quint64 count = 0; // drained, or the next start would wake at once
+        [[maybe_unused]] const ssize_t n = read(m_wakeFd, &count, sizeof count);
     }
     emit finished();
 }

@@ -50,6 +50,8 @@ public:
     // Thread-safe: ends the loop (and any wait for the plot side) for good; used by owners
     // that shut down. Unlike the stop flag it is never cleared by a new start.
     void requestShutdown();
+    // Thread-safe: ends the running loop (or the next start) as the stop command would.
+    void requestStop();
 
     // Device numbers of the registered clients in table order; safe from any thread, so
     // owners and tests can see the table without stopping the loop.
@@ -81,7 +83,10 @@ private:
     void executeCommand(int index);
     void stopServer();
     void showPiece(int index, const char *data, std::size_t length, bool ended);
-    bool stopRequested() const { return m_stop.load() || m_shutdown.load(); }
+    bool stopRequested() const
+    {
+        return m_stop.load() || m_shutdown.load() || m_stopAsked.load();
+    }
 
     // Server fields.
     std::atomic<bool> m_stop{false};
@@ -103,5 +108,7 @@ private:
     int m_wakeFd = -1;
     mutable QMutex m_tableMutex; // taken only when the table changes shape, never per line
     std::atomic<bool> m_shutdown{false};
+    // A stop asked from another thread; unlike a shutdown the server can start again.
+    std::atomic<bool> m_stopAsked{false};
     std::atomic<quint64> m_linesShown{0};
 };

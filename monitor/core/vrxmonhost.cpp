@@ -28,6 +28,53 @@ VrxMonHost::~VrxMonHost()
     m_thread->quit();
     m_thread->wait();
     delete m_server;
+    // What the threads sent last is still handed on.
+    deliverCollected();
+}
+
+void VrxMonHost::setCoalescing(bool coalesce)
+{
+    if (coalesce == m_coalesce)
+        return;
+    m_coalesce = coalesce;
+    disconnect(m_server, &VrxMon::MessageAvailable, this, nullptr);
+    if (coalesce)
+        connect(m_server, &VrxMon::MessageAvailable, this,
+                [this](const QString &text) { collect(text); }, Qt::DirectConnection);
+    else
+        connect(m_server, &VrxMon::MessageAvailable, this, &VrxMonHost::MessageAvailable);
+}
+
+void VrxMonHost::collect(const QString &text)
+{
+    {
+        QMutexLocker lock(&m_collectMutex);
+        m_collected += text;
+        if (m_deliveryQueued)
+            return;
+        m_deliveryQueued = true;
+    }
+    QMetaObject::invokeMethod(this, &VrxMonHost::deliverCollected, Qt::QueuedConnection);
+}
+
+void VrxMonHost::deliverCollected()
+{
+    QString batch;
+    {
+        QMutexLocker lock(&m_collectMutex);
+        batch.swap(m_collected);
+        m_deliveryQueued = false;
+    }
+    if (!batch.isEmpty())
+        emit MessageAvailable(batch);
+}
+
+void VrxMonHost::post(const QString &text)
+{
+    if (m_coalesce)
+        collect(text); // behind what the threads sent before
+    else
+        emit MessageAvailable(text);
 }
 
 void VrxMonHost::start(quint32 type, const QString &pipeName, quint32 port, quint32 traceLevel,
@@ -64,7 +111,12 @@ void VrxMonHost::runTerminator(bool restartAfter)
     m_terminator = new ServerTerminator(quint16(m_port));
     m_terminator->moveToThread(m_terminatorThread);
     connect(m_terminatorThread, &QThread::started, m_terminator, &ServerTerminator::run);
-    connect(m_terminator, &ServerTerminator::MessageAvailable, this, &VrxMonHost::MessageAvailable);
+    if (m_coalesce)
+        connect(m_terminator, &ServerTerminator::MessageAvailable, this,
+                [this](const QString &text) { collect(text); }, Qt::DirectConnection);
+    else
+        connect(m_terminator, &ServerTerminator::MessageAvailable, this,
+                &VrxMonHost::MessageAvailable);
     connect(m_terminator, &ServerTerminator::done, this, &VrxMonHost::onTerminatorDone);
     m_terminatorThread->start();
 }
@@ -78,16 +130,20 @@ void VrxMonHost::onTerminatorDone(bool ok)
     delete m_terminatorThread;
     m_terminatorThread = nullptr;
     if (!m_restartAfterTerminator) {
+        // No listener to talk to yet (a stop right after the start) or one that did not
+        // take the command: end the loop directly.
+        if (!ok && m_thread->isRunning())
+            m_server->requestStop();
         emit stopFinished(ok);
         return;
     }
     if (ok) {
-        emit MessageAvailable(QStringLiteral("closed!\n"));
+        post(QStringLiteral("closed!\n"));
         // The server is idle between starts, so its settings can be read from here.
         emit StartVrxMon(m_type, m_pipeName, m_port, m_server->traceLevel(),
                          m_server->timestampSetting(), m_server->deviceMask());
     } else {
-        emit MessageAvailable(QStringLiteral("\nERROR: Unable to stop or takeover existing "
+        post(QStringLiteral("\nERROR: Unable to stop or takeover existing "
                                              "listener! Possible cause: Command not recognized!\n\n"));
     }
     emit takeOverFinished(ok);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QMutex>
 #include <QObject>
 #include <QString>
 
@@ -25,6 +26,11 @@ public:
     // command. False when no server runs.
     bool stop();
 
+    // A busy server emits far more texts than one event each can carry to the interface
+    // thread: coalesced, the texts of all threads are gathered in order and handed on as one
+    // MessageAvailable per turn of this object's event loop. Set before the first start.
+    void setCoalescing(bool coalesce);
+
     VrxMon *server() const { return m_server; }
     QThread *serverThread() const { return m_thread; }
 
@@ -41,6 +47,10 @@ public slots:
     void onTakeOverServer();
 
 private:
+    // Thread-safe: queues a text for the next coalesced delivery.
+    void collect(const QString &text);
+    void deliverCollected();
+    void post(const QString &text);
     void runTerminator(bool restartAfter);
     void onTerminatorDone(bool ok);
 
@@ -52,4 +62,8 @@ private:
     QString m_pipeName;
     quint32 m_port = 55555;
     bool m_restartAfterTerminator = false;
+    bool m_coalesce = false;
+    QMutex m_collectMutex;
+    QString m_collected;
+    bool m_deliveryQueued = false;
 };

@@ -1,5 +1,7 @@
 #include "plot/ui/qtvilo.h"
 
+#include "monitor/core/remotememprocessed.h"
+
 #include "plot/ui/qtviloplotitemsmodel.h"
 
 #include <QHeaderView>
@@ -84,4 +86,7 @@ void QtVilo::onVirtualPlotItemConnected(const QString &ItemParameters)
         m_clearOnFirstVirtualPlot = false;
     }
     m_model->AppendRows(QStringList{ItemParameters}, true);
+    // Nothing reads the client's memory yet: the request is done as soon as it is listed,
+    // and the waiting client may go on.
+    RemoteMemProcessed.release();
 }

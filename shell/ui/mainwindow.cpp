@@ -1,5 +1,7 @@
 #include "shell/ui/mainwindow.h"
 
+#include "monitor/core/vrxmon.h"
+#include "monitor/core/vrxmonhost.h"
 #include "monitor/ui/monitorpanel.h"
 #include "plot/ui/qtvilo.h"
 #include "plot/ui/qtviloplotitemsmodel.h"
@@ -11,6 +13,7 @@
 #include "updater/ui/updaterpanel.h"
 #include "util/ui/fsexplorerwidget.h"
 #include "util/ui/notify.h"
+#include "viewer/ui/editor.h"
 #include "viewer/ui/editorpanel.h"
 
 #include <QAction>
@@ -65,6 +68,8 @@ MainWindow::MainWindow(QWidget *parent)
                                    QCoreApplication::applicationVersion()));
     retranslateUi();
     updateRecentFileActions();
+    // Autostart or Last Used, once the window is up.
+    QTimer::singleShot(0, m_monitorPanel, &MonitorPanel::applyStartupOption);
 }
 
 MainWindow::~MainWindow()
@@ -340,6 +345,10 @@ void MainWindow::connectSignals()
     connect(m_monitorPanel->serverThread(), &QThread::finished, this,
             &MainWindow::VrxMonThreadChanged);
     connect(m_monitorPanel, &MonitorPanel::FileLoaded, this, &MainWindow::onMonitorFileLoaded);
+    VrxMon *server = m_monitorPanel->editor()->vrxMonHost()->server();
+    connect(server, &VrxMon::firstClientConnected, m_plotList, &QtVilo::clearOnFirstVirtualPlot);
+    connect(server, &VrxMon::VirtualPlotItemConnected, m_plotList,
+            &QtVilo::onVirtualPlotItemConnected);
     // A floating panel is its own window, out of reach of the window-wide shortcuts.
     connect(m_monitorDock, &QDockWidget::topLevelChanged, m_monitorPanel,
             &TextPanel::enableShortcuts);

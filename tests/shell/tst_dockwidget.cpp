@@ -1,6 +1,6 @@
 #include "shell/ui/bluetitlebar.h"
 #include "shell/ui/dockwidget.h"
-#include "shell/ui/resources.h"
+#include "resources/initresources.h"
 #include "shell/ui/sizehintsdialog.h"
 #include "testenv.h"
 

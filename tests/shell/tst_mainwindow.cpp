@@ -6,7 +6,7 @@
 #include "shell/ui/dockwidget.h"
 #include "shell/ui/mainwindow.h"
 #include "shell/ui/metatypes.h"
-#include "shell/ui/resources.h"
+#include "resources/initresources.h"
 #include "testenv.h"
 #include "updater/ui/tasktreeview.h"
 #include "updater/ui/treemodel.h"

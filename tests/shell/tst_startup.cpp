@@ -1,5 +1,5 @@
 #include "shell/ui/metatypes.h"
-#include "shell/ui/resources.h"
+#include "resources/initresources.h"
 #include "testenv.h"
 
 #include <QFile>

@@ -19,6 +19,7 @@ VrxMonHost *Editor::vrxMonHost()
 {
     if (!m_host) {
         m_host = new VrxMonHost(this);
+        m_host->setCoalescing(true);
         connect(m_host, &VrxMonHost::MessageAvailable, this, &Editor::appendNoNewline);
     }
     return m_host;

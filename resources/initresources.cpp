@@ -1,4 +1,4 @@
-#include "shell/ui/resources.h"
+#include "resources/initresources.h"
 
 #include <QtGlobal>
 

@@ -1,0 +1,241 @@
+#include "testenv.h"
+
+#include "loadgen.h"
+#include "monitor/core/remotememprocessed.h"
+#include "monitor/core/vrxmon.h"
+#include "monitor/core/vrxmonhost.h"
+#include "monitor/ui/monitorpanel.h"
+#include "resources/initresources.h"
+#include "viewer/ui/editor.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QComboBox>
+#include <QDir>
+#include <QFile>
+#include <QLabel>
+#include <QProcess>
+#include <QSettings>
+#include <QSpinBox>
+#include <QTextBlock>
+#include <QThread>
+#include <QToolButton>
+#include <QtTest>
+
+namespace {
+
+quint16 g_nextPort = 50610;
+quint16 nextPort()
+{
+    const quint16 port = VrxLoadGen::firstBindablePort(g_nextPort);
+    g_nextPort = port + 1;
+    return port;
+}
+
+QString readAll(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? QString::fromLocal8Bit(file.readAll()) : QString();
+}
+
+// Stops the panel's server and waits for its thread, so the next case starts clean.
+void stop(MonitorPanel &panel)
+{
+    if (panel.serverThread()->isRunning()) {
+        panel.stopMonitoring();
+        QTRY_VERIFY2_WITH_TIMEOUT(!panel.serverThread()->isRunning(),
+                                  qPrintable(panel.editor()->toPlainText().right(600)), 20000);
+    }
+}
+
+} // namespace
+
+class TstMonitorPanel : public QObject
+{
+    Q_OBJECT
+private slots:
+    void initTestCase() { initResources(); }
+
+    void init()
+    {
+        QSettings().clear();
+        QDir(MonitorPanel::outputDirectory()).removeRecursively();
+    }
+
+    void settingsStartWithTheirDefaultsAndAreStoredOnStart()
+    {
+        MonitorPanel panel(QStringLiteral("vrxupdater"));
+        QCOMPARE(panel.logCacheBox()->value(), 20);
+        QCOMPARE(panel.traceLevelBox()->value(), 0x7fffffff);
+        QCOMPARE(panel.timestampBox()->value(), 1);
+        QCOMPARE(panel.deviceMaskBox()->value(), 0x7fffffff);
+        QCOMPARE(panel.kindBox()->currentText(), QStringLiteral("Built-in"));
+        QCOMPARE(panel.startupBox()->currentText(), QStringLiteral("Last Used"));
+        QCOMPARE(panel.textSizeBox()->value(), 8);
+        QCOMPARE(panel.editor()->maximumBlockCount(), 10000);
+
+        panel.setPort(nextPort());
+        panel.traceLevelBox()->setValue(0x1f);
+        panel.startMonitoring();
+        QTRY_VERIFY(panel.startButton()->isChecked());
+        QVERIFY(panel.busyIndicator()->isVisible() || !panel.isVisible());
+        QSettings settings;
+        settings.beginGroup(QStringLiteral("VRXMonitorLastUsedState"));
+        QCOMPARE(settings.value(QStringLiteral("MonitorTraceLevel")).toInt(), 0x1f);
+        QCOMPARE(settings.value(QStringLiteral("LastUsedMonitor")).toString(),
+                 QStringLiteral("Built-in"));
+        QCOMPARE(settings.value(QStringLiteral("LastUsedState")).toBool(), true);
+        stop(panel);
+        QTRY_VERIFY(!panel.startButton()->isChecked());
+        QCOMPARE(settings.value(QStringLiteral("LastUsedState")).toBool(), false);
+
+        // Last Used restarts what ran when the program was left.
+        settings.setValue(QStringLiteral("LastUsedState"), true);
+        panel.applyStartupOption();
+        QTRY_VERIFY(panel.serverThread()->isRunning());
+        stop(panel);
+    }
+
+    void copiedTemplateIsTrimmed()
+    {
+        MonitorPanel panel(QStringLiteral("vrxupdater"));
+        panel.onCopyTemplateBtnClicked();
+        const QString text = QApplication::clipboard()->text();
+        QVERIFY(text.startsWith(QStringLiteral("//Command format: RunCmd( CommandCode,")));
+        QVERIFY(text.endsWith(QStringLiteral("1);")));
+        QVERIFY(text.contains(QStringLiteral("\"RunCmd( 1, Triggered_Streaming_Record, %p, %d, "
+                                             "int16, %d);\\n\"")));
+    }
+
+    void missingExternalToolFallsBackToTheBuiltInMonitor()
+    {
+        if (QFile::exists(QStringLiteral("/usr/bin/vrxupdater")) ||
+            QFile::exists(QStringLiteral("./vrxupdater")))
+            QSKIP("a vrxupdater is installed here; the fallback cannot be shown");
+        MonitorPanel panel(QStringLiteral("vrxupdater"));
+        panel.setPort(nextPort());
+        panel.kindBox()->setCurrentIndex(MonitorPanel::External);
+        panel.startMonitoring();
+        const QString expected = QStringLiteral(
+            "ERROR: No local or installed external application \"vrxupdater\" found!\n"
+            "WARN : Using built-in monitor...\n"
+            "NOTE : Using built-in monitor...\n");
+        QTRY_VERIFY(panel.editor()->toPlainText().startsWith(expected));
+        QTRY_VERIFY(panel.editor()->toPlainText().contains(QStringLiteral("NOTE : ")));
+        QVERIFY(panel.serverThread()->isRunning());
+        QCOMPARE(panel.childProcess()->state(), QProcess::NotRunning);
+        stop(panel);
+        // The whole output is also in the run's file.
+        QTRY_VERIFY(readAll(panel.filePath()).startsWith(expected));
+    }
+
+    void demoAndLoadClientsEndUpWholeInTheOutputFile()
+    {
+        // 25 old output files with a cache of 20: starting keeps the 20 newest.
+        const QString directory = MonitorPanel::outputDirectory();
+        QVERIFY(QDir().mkpath(directory));
+        const QDateTime base = QDateTime::currentDateTime().addDays(-1);
+        for (int i = 0; i < 25; ++i) {
+            QFile old(directory + QStringLiteral("old%1.okv").arg(i, 2, 10, QLatin1Char('0')));
+            QVERIFY(old.open(QIODevice::WriteOnly));
+            old.write("x\n");
+            old.flush(); // a later write would touch the time again
+            QVERIFY(old.setFileTime(base.addSecs(i * 60), QFileDevice::FileModificationTime));
+        }
+
+        MonitorPanel panel(QStringLiteral("vrxupdater"));
+        panel.resize(900, 600);
+        panel.show();
+        const quint16 port = nextPort();
+        panel.setPort(port);
+        // The test is the plot side: every real-time request is served at once.
+        VrxMon *server = panel.editor()->vrxMonHost()->server();
+        connect(server, &VrxMon::VirtualPlotItemConnected, this,
+                [] { RemoteMemProcessed.release(); });
+        panel.startMonitoring();
+        QTRY_VERIFY(panel.editor()->toPlainText().contains(QStringLiteral("NOTE : ")));
+        QTRY_VERIFY(panel.serverThread()->isRunning());
+
+        const QStringList kept = QDir(directory).entryList({QStringLiteral("old*.okv")});
+        QCOMPARE(kept.size(), 20);
+        QVERIFY(!kept.contains(QStringLiteral("old04.okv")));
+        QVERIFY(kept.contains(QStringLiteral("old05.okv")));
+
+        QProcess demo;
+        demo.start(QStringLiteral(VRXDEMO_PATH),
+                   {QStringLiteral("--port"), QString::number(port), QStringLiteral("--iterations"),
+                    QStringLiteral("30"), QStringLiteral("--interval-ms"), QStringLiteral("0"),
+                    QStringLiteral("--samples"), QStringLiteral("64")});
+        VrxLoadGen::Options o;
+        o.port = port;
+        o.clients = 4;
+        o.lines = 3000;
+        const VrxLoadGen::Result r = runLoad(o);
+        QVERIFY(r.ok);
+        // Its plot requests are served on this thread: wait in the event loop.
+        QTRY_VERIFY_WITH_TIMEOUT(demo.state() == QProcess::NotRunning, 60000);
+        QCOMPARE(demo.exitCode(), 0);
+
+        // Four load clients and the demo have gone.
+        const QString path = panel.filePath();
+        QTRY_VERIFY_WITH_TIMEOUT(readAll(path).count(QStringLiteral("DISCONNECTED!")) == 5, 30000);
+        const QString log = readAll(path);
+        for (int n = 0; n < 30; ++n)
+            QVERIFY2(log.contains(QStringLiteral("/PCIe> NOTE : record %1: filling 64 samples\n")
+                                      .arg(n)),
+                     qPrintable(QString::number(n)));
+        QCOMPARE(log.count(QStringLiteral("/PCIe> ERROR: simulated overrun")), 1);
+
+        // Each load client's bytes, prompts taken off, are exactly what it sent. A piece
+        // without a prompt continues the client shown last; line ends are compared apart.
+        QVector<QString> streams(o.clients);
+        int current = -1;
+        for (const QString &line : log.split(QLatin1Char('\n'))) {
+            QString text = line;
+            const int at = line.indexOf(QLatin1String("/LoadGen@0x"));
+            if (at >= 0) {
+                const int gt = line.indexOf(QLatin1Char('>'), at);
+                const int slash = line.lastIndexOf(QLatin1String("/LOAD"), gt);
+                current = line.midRef(slash + 5, gt - slash - 5).toInt();
+                text = line.mid(gt + (gt + 1 < line.size() && line.at(gt + 1) == ' ' ? 2 : 1));
+            } else if (current < 0 || line.contains(QLatin1String("/PCIe>")) ||
+                       line.startsWith(QLatin1Char('['))) {
+                current = -1; // another client or a message of the monitor
+                continue;
+            }
+            if (current >= 0)
+                streams[current] += text;
+        }
+        for (int i = 0; i < o.clients; ++i) {
+            QString expected;
+            for (int n = 0; n < o.lines; ++n)
+                expected += QString::fromStdString(
+                    VrxLoadGen::makeLine(o.seed, i, n, o.minLength, o.maxLength));
+            expected.remove(QLatin1Char('\n'));
+            QCOMPARE(streams[i].size(), expected.size());
+            QVERIFY2(streams[i] == expected, qPrintable(QStringLiteral("client %1").arg(i)));
+        }
+
+        // The editor shows the newest lines of the file, at most its block limit.
+        QTRY_VERIFY(panel.editor()->toPlainText().endsWith(log.right(2000)));
+        QVERIFY(panel.editor()->blockCount() <= 10000);
+        stop(panel);
+    }
+
+private:
+    // The load generator blocks until every acknowledgement is in; the server's texts reach
+    // the panel through this thread's event loop, so it keeps running meanwhile.
+    static VrxLoadGen::Result runLoad(const VrxLoadGen::Options &o)
+    {
+        VrxLoadGen::Result result;
+        QThread *worker = QThread::create([&] { result = VrxLoadGen::run(o); });
+        worker->start();
+        while (!worker->wait(10))
+            QCoreApplication::processEvents();
+        delete worker;
+        return result;
+    }
+};
+
+QTEST_MAIN(TstMonitorPanel)
+#include "tst_monitorpanel.moc"
