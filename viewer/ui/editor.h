@@ -65,6 +65,10 @@ public:
     void shutdownServer();
     // Takes the text that waits for the next flush, leaving nothing to flush.
     QString takePending();
+    // Empties the view and drops what was still waiting to be shown.
+    void clearShown();
+    // Whether appended text still waits to be shown.
+    bool hasBacklog() const { return !m_backlog.isEmpty(); }
     // While paused the view keeps its range and appended texts only reach the file.
     void setFollowing(bool follow);
     bool isFollowing() const { return m_following; }
@@ -93,6 +97,7 @@ private:
     void updateLineNumberAreaWidth();
     void updateLineNumberArea(const QRect &rect, int dy);
     void showAtEnd(const QString &text);
+    void showSlices();
     void applyLineFilter(int fromBlock);
 
     QWidget *m_lineNumberArea;
@@ -112,5 +117,9 @@ private:
     bool m_following = true;
     // While not following: the newest lines as they would be shown, restored on resume.
     QString m_tail;
+    // Text waiting to be shown, at most the block limit's worth of lines; shown a slice at a
+    // time so that a flood never holds the event loop for long.
+    QString m_backlog;
+    QTimer *m_showTimer = nullptr;
     QRegularExpression m_lineFilter;
 };

@@ -5,7 +5,9 @@
 #include "monitor/core/vrxmonhost.h"
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QScrollBar>
+#include <QTimer>
 #include <QTextBlock>
 #include <QThread>
 
@@ -82,16 +84,24 @@ void Editor::setFollowing(bool follow)
     if (!follow) {
         // Everything arriving from now on is kept here, so resuming shows exactly the
         // newest lines, whatever range the view showed meanwhile.
-        m_tail = toPlainText();
+        m_tail = toPlainText() + m_backlog;
+        m_backlog.clear();
         return;
     }
     flushPending();
     const int cut = tailStart(m_tail, maximumBlockCount());
     setPlainText(cut >= 0 ? m_tail.mid(cut) : m_tail);
+    clearShown();
+    m_backlog = cut >= 0 ? m_tail.mid(cut) : m_tail;
     m_tail.clear();
     m_tail.squeeze();
-    applyLineFilter(0);
-    verticalScrollBar()->setValue(verticalScrollBar()->maximum());
+    showSlices();
+}
+
+void Editor::clearShown()
+{
+    clear();
+    m_backlog.clear();
 }
 
 void Editor::setLineFilter(const QString &pattern)
@@ -152,23 +162,55 @@ void Editor::flushPending()
 
 void Editor::showAtEnd(const QString &text)
 {
+    m_backlog += text;
+    const int keep = maximumBlockCount();
+    const int cut = tailStart(m_backlog, keep);
+    if (cut >= 0) {
+        // The waiting text alone fills the view: what is shown now would be pushed out
+        // anyway, and showing only the newest lines keeps the view without a gap.
+        m_backlog.remove(0, cut);
+        clear();
+    }
+    if (!m_showTimer) {
+        m_showTimer = new QTimer(this);
+        m_showTimer->setSingleShot(true);
+        m_showTimer->setInterval(0);
+        connect(m_showTimer, &QTimer::timeout, this, &Editor::showSlices);
+    }
+    if (!m_showTimer->isActive())
+        m_showTimer->start();
+}
+
+void Editor::showSlices()
+{
+    // Laying out and colouring costs some microseconds per line: slices of a few hundred
+    // lines, and back to the event loop after a few milliseconds.
+    constexpr int kSliceLines = 250;
+    constexpr qint64 kBudgetNs = 10 * 1000 * 1000;
+    QElapsedTimer spent;
+    spent.start();
     QScrollBar *bar = verticalScrollBar();
     const bool atBottom = bar->value() >= bar->maximum();
-    const int keep = maximumBlockCount();
-    // Only the newest blocks survive the block limit: when the text alone fills the view,
-    // the rest would be laid out and thrown away at once.
-    const int cut = tailStart(text, keep);
-    if (cut >= 0) {
-        setPlainText(text.mid(cut));
-        applyLineFilter(0);
-    } else {
+    while (!m_backlog.isEmpty() && spent.nsecsElapsed() < kBudgetNs) {
+        int end = m_backlog.size();
+        int lines = 0;
+        for (int i = 0; i < m_backlog.size(); ++i) {
+            if (m_backlog.at(i) == QLatin1Char('\n') && ++lines == kSliceLines) {
+                end = i + 1;
+                break;
+            }
+        }
+        const int blocksBefore = blockCount();
         QTextCursor cursor(document());
         cursor.movePosition(QTextCursor::End);
-        cursor.insertText(text);
+        cursor.insertText(end == m_backlog.size() ? m_backlog : m_backlog.left(end));
+        m_backlog.remove(0, end);
         // The old last block may have been continued; older blocks may have been dropped.
         if (!m_lineFilter.pattern().isEmpty())
-            applyLineFilter(qMax(0, blockCount() - 1 - int(text.count(QLatin1Char('\n')))));
+            applyLineFilter(qMax(0, qMin(blocksBefore - 1, blockCount() - 1 - lines)));
     }
-    if (atBottom || cut >= 0)
+    if (atBottom)
         bar->setValue(bar->maximum());
+    if (!m_backlog.isEmpty())
+        m_showTimer->start();
 }

@@ -346,7 +346,7 @@ void EditorPanel::startLogFile(const QString &path)
 {
     // What is still queued belongs to the old file.
     m_textView->flushPending();
-    m_textView->clear();
+    m_textView->clearShown();
     m_textView->setLogFilePath(path);
     m_previousPath = m_filePath;
     m_filePath = path;
