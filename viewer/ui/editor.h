@@ -50,7 +50,7 @@ public:
 
     // --- Live output (the monitor's console) ---
     // Path of the log file every appended text goes to; empty keeps texts in the view only.
-    void setLogFilePath(const QString &path) { m_logFilePath = path; }
+    void setLogFilePath(const QString &path);
     QString logFilePath() const { return m_logFilePath; }
     // Creates the monitor server and its thread on first use. The host is the owner side of
     // the server: StartVrxMon, the takeover and finished() ending the thread; its texts come
@@ -121,5 +121,10 @@ private:
     // time so that a flood never holds the event loop for long.
     QString m_backlog;
     QTimer *m_showTimer = nullptr;
+    // Whether the view sticks to the newest line: it does until the user scrolls away, and
+    // again once the user scrolls back to the end.
+    bool m_stickToBottom = true;
+    bool m_tailScrolling = false;
+    bool m_scrollingToBottom = false;
     QRegularExpression m_lineFilter;
 };

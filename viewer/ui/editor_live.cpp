@@ -61,6 +61,29 @@ int tailStart(const QString &text, int keep)
 
 } // namespace
 
+void Editor::setLogFilePath(const QString &path)
+{
+    m_logFilePath = path;
+    if (m_tailScrolling)
+        return;
+    m_tailScrolling = true;
+    // The range grows with every slice and whenever the view is resized or shown again;
+    // a view that sticks to the end follows all of these.
+    QScrollBar *bar = verticalScrollBar();
+    connect(bar, &QScrollBar::valueChanged, this, [this, bar](int value) {
+        if (!m_scrollingToBottom)
+            m_stickToBottom = value >= bar->maximum();
+    });
+    connect(bar, &QScrollBar::rangeChanged, this, [this, bar](int, int maximum) {
+        if (!m_stickToBottom || bar->value() == maximum)
+            return;
+        const bool outer = m_scrollingToBottom;
+        m_scrollingToBottom = true;
+        bar->setValue(maximum);
+        m_scrollingToBottom = outer;
+    });
+}
+
 void Editor::shutdownServer()
 {
     delete m_host;
@@ -190,7 +213,9 @@ void Editor::showSlices()
     QElapsedTimer spent;
     spent.start();
     QScrollBar *bar = verticalScrollBar();
-    const bool atBottom = bar->value() >= bar->maximum();
+    const bool atBottom = m_stickToBottom || bar->value() >= bar->maximum();
+    // Trimming old blocks moves the scroll value too; only the user's moves count.
+    m_scrollingToBottom = true;
     while (!m_backlog.isEmpty() && spent.nsecsElapsed() < kBudgetNs) {
         int end = m_backlog.size();
         int lines = 0;
@@ -211,6 +236,7 @@ void Editor::showSlices()
     }
     if (atBottom)
         bar->setValue(bar->maximum());
+    m_scrollingToBottom = false;
     if (!m_backlog.isEmpty())
         m_showTimer->start();
 }

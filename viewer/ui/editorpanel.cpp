@@ -547,6 +547,7 @@ void EditorPanel::onFileIndexed(const QString &FilePath, const qint32 &LineCount
         m_slider->setSpan(lower, qMin(LineCount, lower + m_textView->maximumBlockCount()));
     }
     m_settingSpan = false;
+    updateSliderToolTip();
     const int lower = m_slider->lowerValue(), upper = m_slider->upperValue();
     // Reload only when the range is new or the last load stopped short of it.
     if (first || lower != m_loadedLower || upper != m_loadedUpper || m_loadedToEnd)
@@ -578,18 +579,20 @@ void EditorPanel::followTail(qint32 lines)
     m_settingSpan = false;
     m_loadedLower = m_slider->lowerValue();
     m_loadedUpper = m_slider->upperValue();
+    updateSliderToolTip();
+}
+
+void EditorPanel::updateSliderToolTip()
+{
     m_slider->setToolTip(QStringLiteral("Offset: %1\nSpan: %2\nMax: %3")
-                             .arg(m_loadedLower)
-                             .arg(m_loadedUpper - m_loadedLower)
+                             .arg(m_slider->lowerValue())
+                             .arg(m_slider->upperValue() - m_slider->lowerValue())
                              .arg(m_slider->maximum()));
 }
 
 void EditorPanel::onFileSpanSliderChanged(int lower, int upper)
 {
-    m_slider->setToolTip(QStringLiteral("Offset: %1\nSpan: %2\nMax: %3")
-                             .arg(lower)
-                             .arg(upper - lower)
-                             .arg(m_slider->maximum()));
+    updateSliderToolTip();
     if (m_mode == Live && !m_settingSpan && !m_slider->isDragging()) {
         // Back at the end: follow the newest lines again; anywhere else: hold still.
         const bool atEnd = upper >= m_slider->maximum();

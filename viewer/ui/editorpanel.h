@@ -101,6 +101,7 @@ private:
     void loadRange(int lower, int upper);
     void requestFilters();
     void updateCounter();
+    void updateSliderToolTip();
     void setNavigation(const QVector<qint32> &positions, int length);
     void findInLoadedText();
     void moveToMatch(int step);
