@@ -103,8 +103,11 @@ void VrxMonHost::onTakeOverServer()
 
 void VrxMonHost::runTerminator(bool restartAfter)
 {
-    if (m_terminatorThread)
-        return; // one terminator at a time
+    if (m_terminatorThread) {
+        // One terminator at a time; a stop asked meanwhile runs once this one is done.
+        m_stopPending = m_stopPending || !restartAfter;
+        return;
+    }
     m_restartAfterTerminator = restartAfter;
     m_terminatorThread = new QThread(this);
     m_terminatorThread->setObjectName(QStringLiteral("ServerTerminatorThread"));
@@ -129,6 +132,13 @@ void VrxMonHost::onTerminatorDone(bool ok)
     m_terminator = nullptr;
     delete m_terminatorThread;
     m_terminatorThread = nullptr;
+    if (m_stopPending) {
+        m_stopPending = false;
+        if (m_thread->isRunning()) {
+            runTerminator(false);
+            return;
+        }
+    }
     if (!m_restartAfterTerminator) {
         // No listener to talk to yet (a stop right after the start) or one that did not
         // take the command: end the loop directly.
@@ -143,8 +153,8 @@ void VrxMonHost::onTerminatorDone(bool ok)
         emit StartVrxMon(m_type, m_pipeName, m_port, m_server->traceLevel(),
                          m_server->timestampSetting(), m_server->deviceMask());
     } else {
-        post(QStringLiteral("\nERROR: Unable to stop or takeover existing "
-                                             "listener! Possible cause: Command not recognized!\n\n"));
+        post(QStringLiteral("\nERROR: Unable to stop or takeover existing listener! Possible "
+                            "cause: Command not recognized!\n\n"));
     }
     emit takeOverFinished(ok);
 }

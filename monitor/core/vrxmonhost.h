@@ -62,6 +62,7 @@ private:
     QString m_pipeName;
     quint32 m_port = 55555;
     bool m_restartAfterTerminator = false;
+    bool m_stopPending = false;
     bool m_coalesce = false;
     QMutex m_collectMutex;
     QString m_collected;

@@ -512,8 +512,11 @@ void EditorPanel::onCriticalFilterFinished()
 {
     const QVector<qint32> &positions = m_engine->criticalBuffers().acceptPending();
     m_textView->setLineFilter(getFilterPattern());
-    // With only the critical filters on, next and previous walk the error and warning marks.
-    if (m_filterButtons[MatchFilter]->isChecked())
+    // With only the critical filters on, next and previous walk the error and warning marks;
+    // a result that arrives after they were switched off changes nothing.
+    if (m_filterButtons[MatchFilter]->isChecked() ||
+        (!m_filterButtons[ErrorFilter]->isChecked() &&
+         !m_filterButtons[WarningFilter]->isChecked()))
         return;
     {
         const FileIndex &index = m_engine->index();
@@ -633,8 +636,13 @@ void EditorPanel::loadRange(int lower, int upper)
             start = lower < known ? ends[lower] + 1 : size;
         const qint64 last = qint64(lower) + qMin(blocks, qMax(0, upper - lower));
         m_loadedToEnd = last >= known;
-        if (!m_loadedToEnd)
-            end = qint64(ends[int(last)]) + 1;
+        // The last line's end is left out: with it the editor would hold one block more
+        // than its limit and drop the first line.
+        if (!m_loadedToEnd) {
+            const bool crlf = last > 0 && index.crlfCounts.value(int(last)) !=
+                                              index.crlfCounts.value(int(last) - 1);
+            end = qint64(ends[int(last)]) - (crlf ? 1 : 0);
+        }
     }
     start = qBound<qint64>(0, start, size);
     end = qBound<qint64>(start, end, size);
