@@ -5,6 +5,7 @@
 
 #include "monitor/core/vrxmon.h"
 #include "monitor/core/vrxmonhost.h"
+#include "loadgen.h"
 #include "vrxclient.h"
 
 #include <QSignalSpy>
@@ -15,6 +16,15 @@
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
+
+// The next loopback port from `next` on that binds now (outgoing connections may borrow a port
+// of the monitor's range); each test program starts from a range of its own.
+inline quint16 nextBindablePort(quint16 &next)
+{
+    const quint16 port = VrxLoadGen::firstBindablePort(next);
+    next = port + 1;
+    return port;
+}
 
 class RecordingHost
 {

@@ -1,7 +1,7 @@
 #include "testenv.h"
 
-#include "loadgen.h"
 #include "monitor/core/remotememprocessed.h"
+#include "monitortesthelpers.h"
 #include "monitor/core/vrxmon.h"
 #include "monitor/core/vrxmonhost.h"
 #include "monitor/ui/monitorpanel.h"
@@ -24,12 +24,10 @@
 
 namespace {
 
-quint16 g_nextPort = 50610;
+quint16 g_nextPort = 50610; // a range of this test's own
 quint16 nextPort()
 {
-    const quint16 port = VrxLoadGen::firstBindablePort(g_nextPort);
-    g_nextPort = port + 1;
-    return port;
+    return nextBindablePort(g_nextPort);
 }
 
 QString readAll(const QString &path)

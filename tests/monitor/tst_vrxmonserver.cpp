@@ -21,12 +21,9 @@
 namespace {
 // Ports of this test only, so that parallel test programs never meet.
 quint16 g_nextPort = 50110;
-// Outgoing connections may borrow a port of this range, so only one that binds is handed out.
 quint16 nextPort()
 {
-    const quint16 port = VrxLoadGen::firstBindablePort(g_nextPort);
-    g_nextPort = port + 1;
-    return port;
+    return nextBindablePort(g_nextPort);
 }
 
 // What the monitor reads from /proc/<pid>/cmdline: the program as it was started.
