@@ -151,8 +151,8 @@ private slots:
         QxtSpanSlider *slider = panel.spanSlider();
         QVERIFY2(slider->maximum() >= 10000, qPrintable(QString::number(slider->maximum())));
         QCOMPARE(slider->lowerValue(), 0);
-        QCOMPARE(slider->upperValue(), EditorPanel::MaxBlockCount);
-        QCOMPARE(panel.editor()->blockCount(), EditorPanel::MaxBlockCount);
+        QCOMPARE(slider->upperValue(), Editor::ViewerBlockCount);
+        QCOMPARE(panel.editor()->blockCount(), Editor::ViewerBlockCount);
         const QString head = panel.editor()->toPlainText();
 
         slider->setSpan(5000, 9000);

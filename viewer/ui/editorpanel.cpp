@@ -281,7 +281,8 @@ bool EditorPanel::openFile(const QString &path)
     m_textView->clear();
     m_statusLabel->setText(tr("Indexing..."));
     m_searching = !m_searchText.isEmpty();
-    emit NewFileOpened(m_searchText, path, ChunkSize, m_textView->maximumBlockCount());
+    emit NewFileOpened(m_searchText, path, ViewerEngine::ChunkSize,
+                       m_textView->maximumBlockCount());
     RecentFiles::add(path);
     // The main window rebuilds its "Recent Files" menu; found by name so that this library
     // does not depend on the shell.
@@ -378,7 +379,7 @@ void EditorPanel::onSearchRequested()
     m_searching = true;
     m_statusLabel->setText(tr("Searching..."));
     m_counterLabel->setText(QStringLiteral(" --/-- "));
-    emit StartFileSearchTask(m_searchText, m_filePath, ChunkSize,
+    emit StartFileSearchTask(m_searchText, m_filePath, ViewerEngine::ChunkSize,
                              m_textView->maximumBlockCount());
 }
 
@@ -556,7 +557,7 @@ void EditorPanel::onFileIndexed(const QString &FilePath, const qint32 &LineCount
     if (first || lower != m_loadedLower || upper != m_loadedUpper || m_loadedToEnd)
         onFileSpanSliderChanged(lower, upper);
     if (m_searching && !m_searchText.isEmpty() && first)
-        emit StartFileSearchTask(m_searchText, m_filePath, ChunkSize,
+        emit StartFileSearchTask(m_searchText, m_filePath, ViewerEngine::ChunkSize,
                                  m_textView->maximumBlockCount());
 }
 

@@ -18,8 +18,6 @@ class EditorPanel : public TextPanel
     Q_OBJECT
 public:
     enum Mode { Viewer, Live };
-    static constexpr int MaxBlockCount = 4000;
-    static constexpr qint64 ChunkSize = 512000;
 
     explicit EditorPanel(QWidget *parent = nullptr, Mode mode = Viewer);
     ~EditorPanel() override;
