@@ -9,6 +9,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/prctl.h>
 #include <unistd.h>
 
 static volatile sig_atomic_t g_stop = 0;
@@ -17,9 +18,10 @@ static void on_signal(int sig) { (void)sig; g_stop = 1; }
 static void usage(void)
 {
     fprintf(stderr, "usage: vrxdemo [--port N] [--samples N] [--rate HZ] [--iterations N] "
-                    "[--interval-ms N]\n"
+                    "[--interval-ms N] [--ramp]\n"
                     "Connects to the VRX monitor, logs lines and asks for a live sine to be "
-                    "plotted until stopped (Ctrl+C).\n");
+                    "plotted until stopped (Ctrl+C).\n"
+                    "--ramp fills record n with n * 1000 + i instead of a noisy sine.\n");
 }
 
 int main(int argc, char **argv)
@@ -27,6 +29,7 @@ int main(int argc, char **argv)
     unsigned port = 55555, samples = 4096, interval_ms = 200;
     unsigned long long rate = 1000000;
     long iterations = -1;
+    int ramp = 0;
     for (int i = 1; i < argc; ++i) {
         const char *a = argv[i];
         const char *v = i + 1 < argc ? argv[i + 1] : NULL;
@@ -35,10 +38,13 @@ int main(int argc, char **argv)
         else if (!strcmp(a, "--rate") && v) { rate = strtoull(v, NULL, 10); ++i; }
         else if (!strcmp(a, "--iterations") && v) { iterations = strtol(v, NULL, 10); ++i; }
         else if (!strcmp(a, "--interval-ms") && v) { interval_ms = (unsigned)strtoul(v, NULL, 10); ++i; }
+        else if (!strcmp(a, "--ramp")) { ramp = 1; }
         else { usage(); return a[0] == '-' && a[1] == 'h' ? 0 : 2; }
     }
     if (samples == 0)
         samples = 1;
+    /* Where only ancestors may trace (Yama), the monitor could not read the buffer. */
+    prctl(PR_SET_PTRACER, PR_SET_PTRACER_ANY, 0, 0, 0);
     signal(SIGINT, on_signal);
     signal(SIGTERM, on_signal);
 
@@ -73,7 +79,7 @@ int main(int argc, char **argv)
             seed = seed * 1103515245u + 12345u;
             const double noise = ((double)((seed >> 16) & 0x7FFF) / 32767.0 - 0.5) * 2000.0;
             const double v = 20000.0 * sin(phase + 2.0 * M_PI * cycles * i / samples) + noise;
-            buffer[i] = (int16_t)lrint(v);
+            buffer[i] = ramp ? (int16_t)((n * 1000 + (long)i) % 32768) : (int16_t)lrint(v);
         }
         phase += 0.2;
         snprintf(line, sizeof line, "INFO : record %ld ready, first sample %d", n, buffer[0]);
