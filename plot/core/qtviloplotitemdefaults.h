@@ -20,3 +20,10 @@ struct QtViloPlotItemDefaults
     bool operator!=(const QtViloPlotItemDefaults &other) const { return !(*this == other); }
 };
 Q_DECLARE_METATYPE(QtViloPlotItemDefaults)
+
+// Settings "OKAV"/"vrxassist", group "QtViloPlotItemDefaultValues", one key per member name.
+// Missing keys give the member initialisers above; an unknown format text keeps "Int16".
+// FileOffset, DataOffset and MaxPlotSize are written as 64-bit values but read back through a
+// 32-bit conversion (deliberate): values above 2147483647 do not survive.
+QtViloPlotItemDefaults loadPlotItemDefaults();
+void savePlotItemDefaults(const QtViloPlotItemDefaults &defaults);

@@ -1,0 +1,109 @@
+#include "plot/core/qtviloplotrequest.h"
+
+#include "plot/core/qtviloformats.h"
+#include "plot/core/qtviloplotitem.h"
+
+#include <QStringList>
+
+namespace {
+
+class Fields
+{
+public:
+    explicit Fields(const QString &text) : m_fields(text.split(QLatin1Char(',')))
+    {
+        for (QString &field : m_fields)
+            field = field.trimmed();
+    }
+
+    QString at(int i) const { return i < m_fields.size() ? m_fields.at(i) : QString(); }
+
+    template <typename T, typename Convert> T number(int i, T fallback, Convert convert) const
+    {
+        bool ok = false;
+        const T value = convert(at(i), &ok);
+        return ok ? value : fallback;
+    }
+
+private:
+    QStringList m_fields;
+};
+
+} // namespace
+
+QtViloPlotRequest parsePlotRequest(const QString &text, const QtViloPlotItemDefaults &defaults)
+{
+    const Fields fields(text);
+    QtViloPlotRequest request;
+
+    request.format = defaults.Format;
+    QString word = fields.at(4);
+    if (!word.isEmpty()) {
+        word[0] = word.at(0).toUpper();
+        if (QtViloFormats::indexOfDisplay(word) >= 0)
+            request.format = word;
+    }
+    request.step = fields.number<qint32>(5, defaults.Step,
+                                         [](const QString &s, bool *ok) { return s.toInt(ok); });
+    const auto toInt64 = [](const QString &s, bool *ok) { return s.toLongLong(ok); };
+    request.fileOffset = fields.number<qint64>(6, defaults.FileOffset, toInt64);
+    request.dataOffset = fields.number<qint64>(7, defaults.DataOffset, toInt64);
+    request.maxPlotSize = fields.number<qint64>(8, defaults.MaxPlotSize, toInt64);
+    request.sampleRate =
+        fields.number<double>(9, defaults.SampleRate,
+                              [](const QString &s, bool *ok) { return double(s.toULongLong(ok)); });
+    request.sampleResolution = fields.number<qint32>(
+        10, defaults.SampleResolution, [](const QString &s, bool *ok) { return s.toInt(ok); });
+    const auto toDouble = [](const QString &s, bool *ok) { return s.toDouble(ok); };
+    request.inputRange = fields.number<double>(11, defaults.InputRange, toDouble);
+    request.gain = fields.number<double>(12, defaults.Gain, toDouble);
+    request.byteSize = fields.number<quint64>(
+        13, 0, [](const QString &s, bool *ok) { return s.toULongLong(ok, 10); });
+
+    request.variableName = fields.at(2);
+    const QString address = fields.at(3);
+    request.name = request.variableName + QLatin1Char('@') + address;
+    if (request.variableName.isEmpty() || address.isEmpty()) {
+        request.message =
+            QStringLiteral("The plot request names no variable or no address: ") + text;
+        return request;
+    }
+    QString hex = address;
+    if (hex.startsWith(QLatin1String("0x"), Qt::CaseInsensitive))
+        hex.remove(0, 2);
+    bool ok = false;
+    request.baseAddress = hex.isEmpty() ? 0 : hex.toULongLong(&ok, 16);
+    // toULongLong takes a sign and a second "0x"; an address has neither.
+    if (!ok || hex.startsWith(QLatin1Char('-')) || hex.startsWith(QLatin1Char('+')) ||
+        hex.startsWith(QLatin1String("0x"), Qt::CaseInsensitive)) {
+        request.baseAddress = 0;
+        request.message = QStringLiteral("The plot request's address is not a number: ") + address;
+        return request;
+    }
+    request.processId = fields.at(0).toLongLong(&ok, 10);
+    if (!ok || request.processId <= 0) {
+        request.processId = 0;
+        request.message =
+            QStringLiteral("The plot request's process id is not a number: ") + fields.at(0);
+        return request;
+    }
+    request.ok = true;
+    return request;
+}
+
+void applyPlotRequest(const QtViloPlotRequest &request, QtViloPlotItem &item)
+{
+    item.setName(request.name);
+    item.setFormat(request.format);
+    item.step = request.step;
+    item.fileOffset = request.fileOffset;
+    item.dataOffset = request.dataOffset;
+    item.maxPlotSize = request.maxPlotSize;
+    item.sampleRate = request.sampleRate;
+    item.sampleResolution = request.sampleResolution;
+    item.inputRange = request.inputRange;
+    item.gain = request.gain;
+    item.processId = request.processId;
+    item.baseAddress = request.baseAddress;
+    item.memorySize = request.byteSize;
+}
