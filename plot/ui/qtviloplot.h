@@ -1,0 +1,96 @@
+#pragma once
+
+#include <QColor>
+#include <QHash>
+#include <QList>
+#include <QReadWriteLock>
+#include <QRectF>
+#include <qwt_plot.h>
+
+class QtViloPlotCurve;
+class QtViloPlotItem;
+class QwtPlotGrid;
+class QwtPlotMagnifier;
+class QwtPlotPanner;
+class QwtPlotZoomer;
+
+// The signal plot: one curve per visible plot item with data, drawn by pixel column.
+//
+// Mouse: left drag zooms into a rectangle, right click or the back button zooms out one
+// step, Ctrl + right click returns to the full view, the middle button pans, the wheel
+// magnifies. While the user has not changed the view, new data rescales the axes and becomes
+// the new zoom base.
+//
+// Every change of the visible rectangle (zoom, pan, magnifier, resize, new data) increments a
+// 64-bit serial and announces the rectangle with it; level-of-detail workers tag their replies
+// with that serial, and a reply with an old one is dropped.
+class QtViloPlot : public QwtPlot
+{
+    Q_OBJECT
+
+public:
+    // Why the rectangle of interest was announced; passed as its tag.
+    enum RectReason : quint32 { ViewChanged = 0, DataChanged = 1, Resized = 2 };
+
+    explicit QtViloPlot(QWidget *parent = nullptr);
+    ~QtViloPlot() override;
+
+    // The list panel calls this after every change of its list. Curves of items no longer in
+    // the list (they are deleted later), hidden or without data are dropped at once.
+    void setItems(const QList<QtViloPlotItem *> &items);
+    // The items' data were replaced (`serial` is the request that read them): refreshes the
+    // curves, rescales unless the user changed the view, and replots before returning.
+    void dataUpdated(const quint64 &serial);
+
+    QList<QtViloPlotCurve *> curves() const { return m_curves; }
+    QtViloPlotCurve *curveOf(const QtViloPlotItem *item) const;
+    // The colour an item's curve has as long as the item stays in the list.
+    QColor colourOf(const QtViloPlotItem *item) const { return m_colours.value(item); }
+
+    quint64 serial() const;
+    quint64 dataSerial() const { return m_dataSerial; }
+    // The visible rectangle in plot coordinates: x in samples, y in values.
+    QRectF rectOfInterest() const;
+    bool userChangedView() const { return m_userView; }
+
+    void setLegendVisible(bool visible);
+    QwtPlotZoomer *zoomer() const { return m_zoomer; }
+
+signals:
+    void RectOfInterestChanged(QtViloPlot *plot, const QRectF &rect, const quint64 &serial,
+                               const quint32 &tag);
+    void PovSettingsChanged(QtViloPlot *plot, const bool &persistence, const bool &maxProfile,
+                            const bool &minProfile);
+    void updateLodWeedData(QtViloPlot *plot);
+
+public slots:
+    // A level-of-detail reply: replots unless `serial` is no longer the current one; returns
+    // whether it did.
+    bool onLodDataUpdated(const quint32 &curveCount, const quint64 &serial, const quint32 &tag);
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    void syncCurves();
+    void rescaleIfFree();
+    void onScaleChanged();
+    void announceRect(quint32 reason);
+    QColor nextColour();
+
+    QList<QtViloPlotItem *> m_items;
+    QList<QtViloPlotCurve *> m_curves;
+    QHash<const QtViloPlotItem *, QColor> m_colours;
+
+    QwtPlotGrid *m_grid = nullptr;
+    QwtPlotZoomer *m_zoomer = nullptr;
+    QwtPlotPanner *m_panner = nullptr;
+    QwtPlotMagnifier *m_magnifier = nullptr;
+    bool m_userView = false;
+    bool m_rescaling = false;
+    bool m_viewChangePending = false;
+
+    mutable QReadWriteLock m_serialLock;
+    quint64 m_serial = 0;
+    quint64 m_dataSerial = 0;
+};

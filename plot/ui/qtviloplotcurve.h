@@ -1,0 +1,33 @@
+#pragma once
+
+#include <qwt_plot_curve.h>
+
+class QtViloPlotItem;
+class QtViloSeriesDataBase;
+
+// The curve of one plot item. It draws from the item's samples by pixel column (see
+// QtViloColumnReducer), so the cost of a replot follows the canvas width, not the sample
+// count. Styles other than plain lines, fitting and brushes fall back to QwtPlotCurve.
+class QtViloPlotCurve : public QwtPlotCurve
+{
+public:
+    enum { Rtti = QwtPlotItem::Rtti_PlotUserItem + 0x5601 };
+
+    explicit QtViloPlotCurve(QtViloPlotItem *item);
+
+    int rtti() const override { return Rtti; }
+    QtViloPlotItem *item() const { return m_item; }
+    // Null only when the item's type index is unknown.
+    const QtViloSeriesDataBase *seriesData() const;
+
+    // After the item's data or format changed: new series data when the type changed, and
+    // the bounding rectangle and legend brought up to date.
+    void refresh();
+
+protected:
+    void drawSeries(QPainter *painter, const QwtScaleMap &xMap, const QwtScaleMap &yMap,
+                    const QRectF &canvasRect, int from, int to) const override;
+
+private:
+    QtViloPlotItem *m_item;
+};

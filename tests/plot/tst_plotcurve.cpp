@@ -1,0 +1,467 @@
+#include "testenv.h"
+
+#include "plot/core/qtvilocolumnreducer.h"
+#include "plot/core/qtviloformats.h"
+#include "plot/core/qtviloplotitem.h"
+#include "plot/ui/qtviloplot.h"
+#include "plot/ui/qtviloplotcurve.h"
+#include "plot/ui/qtviloseriesdata.h"
+
+#include <QImage>
+#include <QPainter>
+#include <QRandomGenerator>
+#include <QSignalSpy>
+#include <QtTest>
+#include <qwt_painter.h>
+#include <qwt_plot_curve.h>
+#include <qwt_plot_renderer.h>
+#include <qwt_plot_zoomer.h>
+#include <qwt_scale_map.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <memory>
+#include <set>
+#include <typeinfo>
+
+using namespace QtViloColumnReducer;
+
+namespace {
+
+enum Shape { Random, Flat, Spiky, Walk, WithNan };
+
+QVector<double> makeSignal(Shape shape, int n, double lo, double hi, quint32 seed)
+{
+    QRandomGenerator rng(seed);
+    QVector<double> v(n);
+    const double mid = (lo + hi) / 2;
+    double walk = mid;
+    for (int i = 0; i < n; ++i) {
+        const double r = rng.generateDouble();
+        switch (shape) {
+        case Random:
+        case WithNan:
+            v[i] = lo + r * (hi - lo);
+            break;
+        case Flat: // a constant with one-step noise, as a quiet input gives
+            v[i] = std::floor(mid) + (rng.bounded(8) == 0 ? 1 : 0);
+            break;
+        case Spiky:
+            v[i] = rng.bounded(200) == 0 ? lo + r * (hi - lo) : mid + r * (hi - lo) / 50;
+            break;
+        case Walk:
+            walk = qBound(lo, walk + (r - 0.5) * (hi - lo) / 40, hi);
+            v[i] = walk;
+            break;
+        }
+    }
+    if (shape == WithNan) {
+        for (int i = 0; i < n; i += 1 + int(rng.bounded(40)))
+            v[i] = std::nan("");
+        v[0] = std::nan(""); // also at both ends and in a run
+        v[n - 1] = std::nan("");
+        for (int i = n / 2; i < n / 2 + 300 && i < n; ++i)
+            v[i] = std::nan("");
+    }
+    return v;
+}
+
+// The samples as raw bytes of T, one byte into the array so that nothing may assume
+// alignment; `stored` gets the values as T holds them.
+template <typename T> QByteArray bytesOf(const QVector<double> &values, QVector<double> &stored)
+{
+    QByteArray bytes(1, '\0');
+    stored.clear();
+    for (double v : values) {
+        const T value = T(v);
+        bytes.append(reinterpret_cast<const char *>(&value), sizeof value);
+        stored.append(double(value));
+    }
+    return bytes;
+}
+
+QByteArray bytesAs(int type, const QVector<double> &values, QVector<double> &stored)
+{
+    using Maker = QByteArray (*)(const QVector<double> &, QVector<double> &);
+    static const Maker makers[] = {&bytesOf<qint8>,   &bytesOf<qint16>, &bytesOf<qint32>,
+                                   &bytesOf<qint64>,  &bytesOf<float>,  &bytesOf<double>,
+                                   &bytesOf<double>,  &bytesOf<quint8>, &bytesOf<quint16>,
+                                   &bytesOf<quint32>, &bytesOf<quint64>};
+    return makers[type](values, stored);
+}
+
+// What the curve would draw without reduction: every valid sample, rounded as Qwt rounds.
+QVector<QPointF> everySample(const QVector<double> &stored, const Params &p)
+{
+    QVector<QPointF> points;
+    for (qint64 i = p.from; i <= p.to; ++i) {
+        if (!std::isnan(stored[i]))
+            points.append(QPointF(qRound(p.x(double(i))), qRound(p.y(stored[i]))));
+    }
+    return points;
+}
+
+QImage render(const QVector<QPointF> &points, const QSize &size, Qt::PenCapStyle cap)
+{
+    QImage image(size, QImage::Format_RGB32);
+    image.fill(Qt::white);
+    QPainter painter(&image);
+    QPen pen(Qt::black, 0);
+    pen.setCapStyle(cap);
+    painter.setPen(pen);
+    painter.drawPolyline(points.constData(), points.size());
+    return image;
+}
+
+QString firstDifference(const QImage &a, const QImage &b)
+{
+    for (int y = 0; y < a.height(); ++y) {
+        for (int x = 0; x < a.width(); ++x) {
+            if (a.pixel(x, y) != b.pixel(x, y))
+                return QStringLiteral("first differing pixel (%1, %2)").arg(x).arg(y);
+        }
+    }
+    return QString();
+}
+
+void setSamples(QtViloPlotItem &item, const QVector<double> &values)
+{
+    QWriteLocker locker(&item.dataLock());
+    QVector<double> stored;
+    item.buffer() = bytesAs(item.typeIndex(), values, stored).mid(1);
+    item.setData(item.buffer().constData());
+    item.setSampleCount(values.size());
+    const auto range = std::minmax_element(stored.cbegin(), stored.cend());
+    item.setValueRange(*range.first, *range.second);
+}
+
+// The samples' rectangle of all `items`, as autoscaling has to show it.
+QRectF extent(const QList<QtViloPlotItem *> &items)
+{
+    QRectF rect;
+    for (QtViloPlotItem *item : items)
+        rect |= QRectF(0, item->minValue(), item->sampleCount() - 1,
+                       item->maxValue() - item->minValue());
+    return rect;
+}
+
+} // namespace
+
+class TestPlotCurve : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void reducedDrawsEverySamplesPixels_data();
+    void reducedDrawsEverySamplesPixels();
+    void typeIndexDispatch();
+    void linearMapIsQwtsMap();
+    void curveDrawsAsStockCurve_data();
+    void curveDrawsAsStockCurve();
+    void plotFollowsItemsAndSerials();
+};
+
+void TestPlotCurve::reducedDrawsEverySamplesPixels_data()
+{
+    QTest::addColumn<int>("type");
+    QTest::addColumn<int>("shape");
+    QTest::addColumn<int>("count");
+    QTest::addColumn<QSize>("size");
+    // Shown sample range as fractions of the count, and the drawn index range inside it.
+    QTest::addColumn<QRectF>("view");   // x: first shown, width: shown span; y/height: values
+    QTest::addColumn<QPointF>("range"); // from, to as fractions
+
+    const QRectF full(0, 0, 1, 1);
+    const QPointF all(0, 1);
+    QTest::newRow("int16 random, many per column")
+        << 1 << int(Random) << 60000 << QSize(257, 120) << full << all;
+    QTest::newRow("int16 fewer samples than columns")
+        << 1 << int(Walk) << 90 << QSize(400, 100) << full << all;
+    QTest::newRow("int16 about one per column")
+        << 1 << int(Random) << 310 << QSize(300, 90) << full << all;
+    QTest::newRow("int8 flat") << 0 << int(Flat) << 20000 << QSize(200, 60) << full << all;
+    QTest::newRow("int32 spiky, non-integer factor")
+        << 2 << int(Spiky) << 7919 << QSize(233, 150) << full << all;
+    QTest::newRow("uint16 walk, zoomed and shifted")
+        << 8 << int(Walk) << 50000 << QSize(300, 140) << QRectF(0.3127, 0, 0.3011, 1)
+        << QPointF(0.3, 0.62);
+    QTest::newRow("uint64 near the top of its range")
+        << 10 << int(Walk) << 30000 << QSize(180, 200) << full << all;
+    QTest::newRow("int64 random, values beyond the device")
+        << 3 << int(Random) << 12000 << QSize(150, 100) << QRectF(0, 0.3, 1, 0.4) << all;
+    QTest::newRow("float with NaN") << 4 << int(WithNan) << 20000 << QSize(211, 130) << full << all;
+    QTest::newRow("double walk, zoomed into values")
+        << 5 << int(Walk) << 40000 << QSize(260, 110) << QRectF(0.2, 0.45, 0.5, 0.1) << all;
+    QTest::newRow("ascii spiky") << 6 << int(Spiky) << 25000 << QSize(199, 99) << full << all;
+    QTest::newRow("uint8 random") << 7 << int(Random) << 5000 << QSize(120, 80) << full << all;
+    QTest::newRow("uint32 walk, range inside the data")
+        << 9 << int(Walk) << 30000 << QSize(240, 120) << QRectF(0.1, 0, 0.8, 1)
+        << QPointF(0.2, 0.7);
+}
+
+void TestPlotCurve::reducedDrawsEverySamplesPixels()
+{
+    QFETCH(int, type);
+    QFETCH(int, shape);
+    QFETCH(int, count);
+    QFETCH(QSize, size);
+    QFETCH(QRectF, view);
+    QFETCH(QPointF, range);
+
+    double lo = 0;
+    double hi = 0;
+    switch (type) {
+    case 0:
+        lo = -128;
+        hi = 127;
+        break;
+    case 7:
+        lo = 0;
+        hi = 255;
+        break;
+    case 8:
+        lo = 0;
+        hi = 65535;
+        break;
+    case 9:
+        lo = 0;
+        hi = 4e9;
+        break;
+    case 10:
+        lo = 1.8e19;
+        hi = 1.84e19;
+        break;
+    case 3:
+        lo = -9e18;
+        hi = 9e18;
+        break;
+    default:
+        lo = -32768;
+        hi = 32767;
+        break;
+    }
+    for (quint32 seed = 1; seed <= 4; ++seed) {
+        const QVector<double> values = makeSignal(Shape(shape), count, lo, hi, seed * 7919 + 3);
+        QVector<double> stored;
+        const QByteArray bytes = bytesAs(type, values, stored);
+        const char *data = bytes.constData() + 1;
+
+        Params p;
+        p.from = qint64(range.x() * (count - 1));
+        p.to = qint64(range.y() * (count - 1));
+        // As Qwt maps a canvas: x from the first to the last shown sample, y turned over.
+        const double s1 = view.x() * (count - 1) + 0.37 * seed;
+        const double s2 = s1 + view.width() * (count - 1);
+        p.x = LinearMap{0.5 * seed, s1, (size.width() - 1.0) / (s2 - s1)};
+        const double v1 = lo + view.y() * (hi - lo);
+        const double v2 = v1 + view.height() * (hi - lo);
+        p.y = LinearMap{size.height() - 1.0, v1, (0.0 - (size.height() - 1.0)) / (v2 - v1)};
+        p.clipTop = -1;
+        p.clipBottom = size.height() + 1;
+
+        QVector<QPointF> reduced;
+        QVERIFY(reduceByType(type, data, p, reduced));
+        const QVector<QPointF> reference = everySample(stored, p);
+        for (Qt::PenCapStyle cap : {Qt::SquareCap, Qt::FlatCap}) {
+            const QImage expected = render(reference, size, cap);
+            const QImage actual = render(reduced, size, cap);
+            QVERIFY2(expected == actual, qPrintable(QStringLiteral("seed %1 cap %2: %3")
+                                                        .arg(seed)
+                                                        .arg(int(cap))
+                                                        .arg(firstDifference(expected, actual))));
+        }
+
+        // A few points per column: five at most, the range's ends a little more.
+        QMap<int, int> perColumn;
+        for (const QPointF &point : reduced)
+            ++perColumn[int(point.x())];
+        const int firstColumn = perColumn.firstKey();
+        const int lastColumn = perColumn.lastKey();
+        for (auto it = perColumn.cbegin(); it != perColumn.cend(); ++it) {
+            const int limit = (it.key() == firstColumn || it.key() == lastColumn) ? 9 : 5;
+            QVERIFY2(
+                it.value() <= limit,
+                qPrintable(QStringLiteral("%1 points in column %2").arg(it.value()).arg(it.key())));
+        }
+        QVERIFY(reduced.size() <= qMin(reference.size(), 5 * perColumn.size() + 8));
+    }
+}
+
+void TestPlotCurve::typeIndexDispatch()
+{
+    // Ascii items run Double's code: the very same instance.
+    QVERIFY(reducerFor(QtViloFormats::AsciiType) == reducerFor(QtViloFormats::DoubleType));
+    std::set<ReduceFunction> distinct;
+    for (int type = 0; type < QtViloFormats::TypeCount; ++type) {
+        QVERIFY(reducerFor(type));
+        distinct.insert(reducerFor(type));
+    }
+    QCOMPARE(int(distinct.size()), 10);
+    QVERIFY(!reducerFor(11));
+    QVERIFY(!reducerFor(-1));
+
+    const short samples[] = {1, 2, 3};
+    Params p;
+    p.to = 2;
+    QVector<QPointF> out{QPointF(1, 1)};
+    QVERIFY(!reduceByType(11, samples, p, out));
+    QVERIFY(out.isEmpty());
+
+    QtViloPlotItem item(QStringLiteral("a"), false, QtViloPlotItemDefaults());
+    QVERIFY(item.setFormat(QStringLiteral("Ascii")));
+    std::unique_ptr<QtViloSeriesDataBase> ascii(createQtViloSeriesData(&item));
+    QVERIFY(item.setFormat(QStringLiteral("Double")));
+    std::unique_ptr<QtViloSeriesDataBase> dbl(createQtViloSeriesData(&item));
+    QVERIFY(dynamic_cast<QtViloSeriesData<double> *>(ascii.get()));
+    QCOMPARE(typeid(*ascii), typeid(*dbl));
+}
+
+void TestPlotCurve::linearMapIsQwtsMap()
+{
+    QRandomGenerator rng(11);
+    for (int round = 0; round < 200; ++round) {
+        QwtScaleMap map;
+        const double s1 = (rng.generateDouble() - 0.3) * 1e6;
+        map.setScaleInterval(s1, s1 + (rng.generateDouble() + 1e-6) * 1e7);
+        const double p1 = rng.generateDouble() * 500;
+        map.setPaintInterval(round % 2 ? p1 : p1 + 300, round % 2 ? p1 + 300 : p1);
+        LinearMap mine;
+        QVERIFY(QtViloSeriesDataBase::linearMap(map, mine));
+        for (int k = 0; k < 50; ++k) {
+            const double s = (rng.generateDouble() - 0.5) * 4e7;
+            QCOMPARE(qRound(mine(s)), qRound(map.transform(s)));
+            QVERIFY(mine(s) == map.transform(s)); // bit for bit, not fuzzily
+        }
+    }
+}
+
+void TestPlotCurve::curveDrawsAsStockCurve_data()
+{
+    QTest::addColumn<QRectF>("zoom"); // fractions of the full view; empty: autoscaled
+    QTest::newRow("autoscaled") << QRectF();
+    QTest::newRow("zoomed into the middle") << QRectF(0.31, 0.2, 0.27, 0.5);
+}
+
+void TestPlotCurve::curveDrawsAsStockCurve()
+{
+    QFETCH(QRectF, zoom);
+    // Stock Qwt draws raster polylines in pieces of seven points; the reference is one polyline.
+    QwtPainter::setPolylineSplitting(false);
+
+    QtViloPlotItem item(QStringLiteral("signal"), false, QtViloPlotItemDefaults());
+    QVERIFY(item.setFormat(QStringLiteral("Int16")));
+    const QVector<double> values = makeSignal(Walk, 30000, -20000, 20000, 5);
+    setSamples(item, values);
+
+    QtViloPlot plot;
+    plot.resize(700, 420);
+    plot.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&plot));
+    plot.setItems({&item});
+    QCOMPARE(plot.curves().size(), 1);
+    QtViloPlotCurve *curve = plot.curves().first();
+    if (!zoom.isEmpty()) {
+        const QRectF base = plot.rectOfInterest();
+        plot.zoomer()->zoom(QRectF(base.x() + zoom.x() * base.width(),
+                                   base.y() + zoom.y() * base.height(), zoom.width() * base.width(),
+                                   zoom.height() * base.height()));
+    }
+    plot.replot();
+    const QImage mine = plot.canvas()->grab().toImage();
+
+    // The same samples in a stock curve, drawn unfiltered and unclipped as one polyline.
+    QVector<QPointF> samples;
+    for (int i = 0; i < values.size(); ++i)
+        samples.append(QPointF(i, double(qint16(values[i]))));
+    QwtPlotCurve stock;
+    stock.setPaintAttribute(QwtPlotCurve::FilterPoints, false);
+    stock.setPaintAttribute(QwtPlotCurve::ClipPolygons, false);
+    stock.setPen(curve->pen());
+    stock.setSamples(samples);
+    stock.setZ(curve->z());
+    curve->hide();
+    stock.attach(&plot);
+    plot.replot();
+    const QImage theirs = plot.canvas()->grab().toImage();
+    stock.detach();
+    QwtPainter::setPolylineSplitting(true);
+
+    QVERIFY2(mine == theirs, qPrintable(firstDifference(mine, theirs)));
+    // And the curve did draw: the two images are not both blank canvases.
+    int curvePixels = 0;
+    for (int y = 0; y < mine.height(); ++y) {
+        for (int x = 0; x < mine.width(); ++x)
+            curvePixels += mine.pixelColor(x, y) == curve->pen().color();
+    }
+    QVERIFY(curvePixels > 1000);
+}
+
+void TestPlotCurve::plotFollowsItemsAndSerials()
+{
+    QtViloPlotItem a(QStringLiteral("a.bin"), false, QtViloPlotItemDefaults());
+    QtViloPlotItem b(QStringLiteral("b.bin"), false, QtViloPlotItemDefaults());
+    QtViloPlotItem empty(QStringLiteral("empty.bin"), false, QtViloPlotItemDefaults());
+    QtViloPlotItem hidden(QStringLiteral("hidden.bin"), false, QtViloPlotItemDefaults());
+    setSamples(a, makeSignal(Walk, 1000, -100, 100, 1));
+    setSamples(b, makeSignal(Random, 500, 0, 50, 2));
+    setSamples(hidden, makeSignal(Random, 500, 0, 50, 3));
+    hidden.visible = false;
+
+    QtViloPlot plot;
+    QCOMPARE(plot.windowTitle(), QStringLiteral("Signal Plot"));
+    QCOMPARE(plot.axisTitle(QwtPlot::xBottom).text(), QStringLiteral("Samples"));
+    QCOMPARE(plot.axisTitle(QwtPlot::yLeft).text(), QStringLiteral("Amplitude"));
+    QSignalSpy rects(&plot, &QtViloPlot::RectOfInterestChanged);
+
+    plot.setItems({&a, &b, &empty, &hidden});
+    QCOMPARE(plot.curves().size(), 2);
+    QCOMPARE(plot.curveOf(&a)->title().text(), QStringLiteral("a.bin"));
+    QVERIFY(!plot.curveOf(&empty) && !plot.curveOf(&hidden));
+    const QColor colourA = plot.colourOf(&a);
+    QVERIFY(colourA.isValid() && colourA != plot.colourOf(&b));
+    QCOMPARE(plot.curveOf(&a)->pen().color(), colourA);
+    QCOMPARE(rects.count(), 1);
+    QCOMPARE(rects.last().at(2).value<quint64>(), plot.serial());
+    QCOMPARE(rects.last().at(3).value<quint32>(), quint32(QtViloPlot::DataChanged));
+    QVERIFY(plot.rectOfInterest().contains(extent({&a, &b})));
+
+    // A removed item loses its curve at once; the others keep their colours.
+    plot.setItems({&a, &empty});
+    QCOMPARE(plot.curves().size(), 1);
+    QVERIFY(!plot.curveOf(&b));
+    QCOMPARE(plot.colourOf(&a), colourA);
+
+    // New data: a new serial, curves for items that now have data, autoscaled extents.
+    setSamples(empty, makeSignal(Random, 4000, 500, 900, 4));
+    const quint64 before = plot.serial();
+    plot.dataUpdated(42);
+    QCOMPARE(plot.dataSerial(), quint64(42));
+    QCOMPARE(plot.serial(), before + 1);
+    QVERIFY(plot.curveOf(&empty));
+    QVERIFY(plot.rectOfInterest().contains(extent({&a, &empty})));
+
+    // Level-of-detail replies with an old serial are dropped.
+    QVERIFY(!plot.onLodDataUpdated(1, plot.serial() - 1, 0));
+    QVERIFY(plot.onLodDataUpdated(1, plot.serial(), 0));
+
+    // Zooming is a view change of its own; while zoomed, new data keeps the view.
+    const QRectF zoomed(100, 0, 200, 300);
+    plot.zoomer()->zoom(zoomed);
+    QVERIFY(plot.userChangedView());
+    QTRY_COMPARE(rects.last().at(3).value<quint32>(), quint32(QtViloPlot::ViewChanged));
+    QCOMPARE(rects.last().at(2).value<quint64>(), plot.serial());
+    const QRectF view = plot.rectOfInterest();
+    setSamples(a, makeSignal(Walk, 9000, -1000, 1000, 6));
+    plot.dataUpdated(43);
+    QCOMPARE(plot.rectOfInterest(), view);
+
+    // Back at the zoom base the plot follows the data again.
+    plot.zoomer()->zoom(0);
+    QVERIFY(!plot.userChangedView());
+    plot.dataUpdated(44);
+    QVERIFY(plot.rectOfInterest().contains(extent({&a, &empty})));
+}
+
+QTEST_MAIN(TestPlotCurve)
+#include "tst_plotcurve.moc"
