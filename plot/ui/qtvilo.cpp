@@ -1,27 +1,71 @@
 #include "plot/ui/qtvilo.h"
 
-#include "monitor/core/remotememprocessed.h"
-
+#include "plot/core/qtviloformats.h"
+#include "plot/core/qtviloplotitem.h"
+#include "plot/ui/qtviloplot.h"
+#include "plot/ui/qtviloplotitemdefaultsdialog.h"
 #include "plot/ui/qtviloplotitemsmodel.h"
 
+#include <QApplication>
+#include <QClipboard>
+#include <QComboBox>
+#include <QFileInfo>
+#include <QHBoxLayout>
 #include <QHeaderView>
+#include <QMenu>
+#include <QSettings>
+#include <QSpinBox>
+#include <QStyledItemDelegate>
 #include <QTableView>
+#include <QToolButton>
 #include <QVBoxLayout>
 
 #include <qwt_plot.h>
 #include <qwt_plot_grid.h>
 
 namespace {
-// Children of the list until a dock takes them, hidden so they do not paint inside it.
-QwtPlot *makePlotView(QWidget *owner, const QString &title, const QString &xTitle,
-                      const QString &yTitle)
+const QString GeneralGroup = QStringLiteral("QtViloGeneralSettings");
+const QString QuickLinkGroup = QStringLiteral("QtViloQuickLinkSettings");
+
+// Offers a fixed list of texts for a column (the formats, the DSP choices).
+class ChoiceDelegate : public QStyledItemDelegate
+{
+public:
+    ChoiceDelegate(const QStringList &choices, QObject *parent)
+        : QStyledItemDelegate(parent), m_choices(choices)
+    {
+    }
+    QWidget *createEditor(QWidget *parent, const QStyleOptionViewItem &,
+                          const QModelIndex &) const override
+    {
+        auto *box = new QComboBox(parent);
+        box->addItems(m_choices);
+        return box;
+    }
+    void setEditorData(QWidget *editor, const QModelIndex &index) const override
+    {
+        auto *box = static_cast<QComboBox *>(editor);
+        box->setCurrentIndex(qMax(0, box->findText(index.data(Qt::DisplayRole).toString())));
+    }
+    void setModelData(QWidget *editor, QAbstractItemModel *model,
+                      const QModelIndex &index) const override
+    {
+        model->setData(index, static_cast<QComboBox *>(editor)->currentText(), Qt::EditRole);
+    }
+
+private:
+    QStringList m_choices;
+};
+
+QwtPlot *makeDspPlot(QWidget *owner)
 {
     auto *plot = new QwtPlot(owner);
     plot->hide();
-    plot->setObjectName(title);
+    plot->setObjectName(QStringLiteral("DSP Plot"));
+    plot->setWindowTitle(QObject::tr("DSP Plot"));
     plot->setCanvasBackground(Qt::white);
-    plot->setAxisTitle(QwtPlot::xBottom, xTitle);
-    plot->setAxisTitle(QwtPlot::yLeft, yTitle);
+    plot->setAxisTitle(QwtPlot::xBottom, QObject::tr("Frequency"));
+    plot->setAxisTitle(QwtPlot::yLeft, QObject::tr("Magnitude"));
     auto *grid = new QwtPlotGrid;
     grid->setMajorPen(QColor(0xd0, 0xd5, 0xdb), 0, Qt::DotLine);
     grid->attach(plot);
@@ -31,35 +75,211 @@ QwtPlot *makePlotView(QWidget *owner, const QString &title, const QString &xTitl
 } // namespace
 
 QtVilo::QtVilo(QWidget *parent)
-    : QWidget(parent), m_model(new QtViloPlotItemsModel(this)), m_itemsView(new QTableView(this))
+    : QWidget(parent), m_model(new QtViloPlotItemsModel(this)), m_itemsView(new QTableView(this)),
+      m_signalPlot(new QtViloPlot(this)), m_dspPlot(makeDspPlot(this))
 {
     setWindowTitle(tr("Plot Items List"));
+    // Children of the list until a dock takes them, hidden so they do not paint inside it.
+    m_signalPlot->hide();
+
     m_itemsView->setModel(m_model);
     m_itemsView->horizontalHeader()->setStretchLastSection(true);
     m_itemsView->setSelectionBehavior(QAbstractItemView::SelectRows);
     m_itemsView->verticalHeader()->hide();
+    m_itemsView->setContextMenuPolicy(Qt::CustomContextMenu);
+    m_itemsView->setDragDropMode(QAbstractItemView::DragDrop);
+    m_itemsView->setDefaultDropAction(Qt::CopyAction);
+    m_itemsView->setDragEnabled(true);
+    m_itemsView->setAcceptDrops(true);
+    m_itemsView->setDropIndicatorShown(true);
+    m_itemsView->setItemDelegateForColumn(
+        QtViloPlotItemsModel::FormatColumn,
+        new ChoiceDelegate(QtViloFormats::displayTexts(), m_itemsView));
+    m_itemsView->setItemDelegateForColumn(
+        QtViloPlotItemsModel::DspColumn,
+        new ChoiceDelegate({QStringLiteral("None"), QStringLiteral("Select DSP")}, m_itemsView));
+
+    auto *bar = new QWidget(this);
+    buildToolBar(bar);
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(bar);
     layout->addWidget(m_itemsView);
 
-    m_plots[0] = makePlotView(this, tr("Signal Plot"), tr("Samples"), tr("Amplitude"));
-    m_plots[1] = makePlotView(this, tr("DSP Plot"), tr("Frequency"), tr("Magnitude"));
+    loadSettings();
+
+    connect(m_itemsView, &QWidget::customContextMenuRequested, this,
+            &QtVilo::onContextMenuRequested);
+    connect(m_model, &QtViloPlotItemsModel::PlotItemsChanged, this, &QtVilo::onPlotItemsChanged);
+    connect(m_model, &QtViloPlotItemsModel::PlotDataUpdated, this, &QtVilo::onPlotDataUpdated);
+    connect(m_model, &QAbstractItemModel::modelReset, this, [this] {
+        m_itemsView->resizeColumnToContents(QtViloPlotItemsModel::FilePathColumn);
+    });
+}
+
+void QtVilo::buildToolBar(QWidget *bar)
+{
+    auto *row = new QHBoxLayout(bar);
+    row->setContentsMargins(2, 2, 2, 2);
+    row->setSpacing(2);
+    auto addButton = [&](const QString &icon, const QString &tip) {
+        auto *button = new QToolButton(bar);
+        button->setIcon(QIcon(icon));
+        button->setToolTip(tip);
+        button->setAutoRaise(true);
+        row->addWidget(button);
+        return button;
+    };
+    QToolButton *replot = addButton(QStringLiteral("://Images/replot.png"),
+                                    tr("Replot all items.\nTo see changes in data"));
+    connect(replot, &QToolButton::clicked, this, [this] { keyOperation(0); });
+    QToolButton *clear = addButton(QStringLiteral("://Images/clearlist.png"),
+                                   tr("Remove all plot items from list"));
+    connect(clear, &QToolButton::clicked, this, [this] { keyOperation(2); });
+
+    m_memMapBtn = addButton(QStringLiteral("://Images/memmap.png"),
+                            tr("Use memory mapped files for increased read speed.\nThis will "
+                               "lock the file and is only suitable to use if file is static"));
+    m_memMapBtn->setCheckable(true);
+    connect(m_memMapBtn, &QToolButton::toggled, this, [this](bool on) {
+        m_model->setMemoryMapped(on);
+        saveSettings();
+    });
+
+    QToolButton *defaults = addButton(QStringLiteral("://Images/settings.png"),
+                                      tr("Default values of new plot items"));
+    connect(defaults, &QToolButton::clicked, this, &QtVilo::onDefaultsBtnClicked);
+
+    QToolButton *links = addButton(QStringLiteral("://Images/link.png"),
+                                   tr("Quick links: an edit in one row goes to every row"));
+    links->setPopupMode(QToolButton::InstantPopup);
+    m_quickLinkMenu = new QMenu(links);
+    m_linkIncrement = m_quickLinkMenu->addAction(tr("Link Increment"));
+    m_linkValue = m_quickLinkMenu->addAction(tr("Link Value"));
+    m_quickLinkMenu->addSeparator();
+    const QList<QPair<QString, int>> parameters = {
+        {tr("Visibility"), QtViloPlotItemsModel::VisibilityColumn},
+        {tr("Sample Format"), QtViloPlotItemsModel::FormatColumn},
+        {tr("Step Increment"), QtViloPlotItemsModel::StepColumn},
+        {tr("Byte Offset"), QtViloPlotItemsModel::ByteOffsetColumn},
+        {tr("Data Offset"), QtViloPlotItemsModel::SampleOffsetColumn},
+        {tr("Max Plot Size"), QtViloPlotItemsModel::MaxPlotSizeColumn},
+        {tr("Sample Rate"), QtViloPlotItemsModel::SampleRateColumn},
+        {tr("Sample Resolution"), QtViloPlotItemsModel::ResolutionColumn},
+        {tr("Input Range"), QtViloPlotItemsModel::InputRangeColumn},
+        {tr("Gain"), QtViloPlotItemsModel::GainColumn}};
+    for (const auto &parameter : parameters)
+        m_columnLinks << qMakePair(m_quickLinkMenu->addAction(parameter.first), parameter.second);
+    for (QAction *action : m_quickLinkMenu->actions()) {
+        action->setCheckable(true);
+        connect(action, &QAction::toggled, this, &QtVilo::onQuickLinkToggled);
+    }
+    links->setMenu(m_quickLinkMenu);
+
+    m_targetPlotCnt = new QSpinBox(bar);
+    m_targetPlotCnt->setRange(0, 999);
+    m_targetPlotCnt->setSpecialValueText(tr("All"));
+    m_targetPlotCnt->setPrefix(tr("Plots: "));
+    m_targetPlotCnt->setToolTip(
+        tr("Set target plot count.\nTo prevent plotting two many\nitems by accidence"));
+    connect(m_targetPlotCnt, QOverload<int>::of(&QSpinBox::valueChanged), this, [this](int n) {
+        m_model->setTargetPlotCount(n);
+        saveSettings();
+    });
+    row->addWidget(m_targetPlotCnt);
+    row->addStretch(1);
+}
+
+namespace {
+// Settings keys of the quick-link toggles, in the order of the panel's link menu.
+const char *const QuickLinkKeys[] = {"QuickLinkIncre",       "QuickLinkValue",
+                                     "QuickLinkVis",         "QuickLinkRes",
+                                     "QuickLinkStepIncr",    "QuickLinkByteOffset",
+                                     "QuickLinkSampleOffset", "QuickLinkReadSize",
+                                     "QuickLinkSampleRate",  "QuickLinkSampleResolution",
+                                     "QuickLinkInputRange",  "QuickLinkGain"};
+} // namespace
+
+void QtVilo::loadSettings()
+{
+    QSettings settings;
+    settings.beginGroup(GeneralGroup);
+    const bool mapped = settings.value(QStringLiteral("MemMapBtnState"), false).toBool();
+    const int target = settings.value(QStringLiteral("TargetPlotCnt"), 0).toInt();
+    settings.endGroup();
+    {
+        const QSignalBlocker blockMap(m_memMapBtn);
+        const QSignalBlocker blockCount(m_targetPlotCnt);
+        m_memMapBtn->setChecked(mapped);
+        m_targetPlotCnt->setValue(target);
+    }
+    m_model->setMemoryMapped(mapped);
+    m_model->setTargetPlotCount(target);
+
+    settings.beginGroup(QuickLinkGroup);
+    const QList<QAction *> actions = m_quickLinkMenu->actions();
+    int key = 0;
+    for (QAction *action : actions) {
+        if (action->isSeparator())
+            continue;
+        const QSignalBlocker block(action);
+        action->setChecked(settings.value(QLatin1String(QuickLinkKeys[key++]), false).toBool());
+    }
+    settings.endGroup();
+    onQuickLinkToggled();
+}
+
+void QtVilo::saveSettings() const
+{
+    QSettings settings;
+    settings.beginGroup(GeneralGroup);
+    settings.setValue(QStringLiteral("MemMapBtnState"), m_memMapBtn->isChecked());
+    settings.setValue(QStringLiteral("TargetPlotCnt"), m_targetPlotCnt->value());
+    settings.endGroup();
+    settings.beginGroup(QuickLinkGroup);
+    int key = 0;
+    for (QAction *action : m_quickLinkMenu->actions()) {
+        if (!action->isSeparator())
+            settings.setValue(QLatin1String(QuickLinkKeys[key++]), action->isChecked());
+    }
+    settings.endGroup();
+}
+
+void QtVilo::onQuickLinkToggled()
+{
+    // Value and increment are two ways of one link, so only one of them is on.
+    auto *source = qobject_cast<QAction *>(sender());
+    if (source == m_linkIncrement && m_linkIncrement->isChecked())
+        m_linkValue->setChecked(false);
+    else if (source == m_linkValue && m_linkValue->isChecked())
+        m_linkIncrement->setChecked(false);
+    QSet<int> columns;
+    for (const auto &link : qAsConst(m_columnLinks)) {
+        if (link.first->isChecked())
+            columns.insert(link.second);
+    }
+    const auto mode = m_linkValue->isChecked()       ? QtViloPlotItemsModel::LinkMode::Value
+                      : m_linkIncrement->isChecked() ? QtViloPlotItemsModel::LinkMode::Increment
+                                                     : QtViloPlotItemsModel::LinkMode::Off;
+    m_model->setLinks(columns, mode);
+    if (source)
+        saveSettings();
 }
 
 QwtPlot *QtVilo::plotView(int index) const
 {
-    return m_plots[index == 0 ? 0 : 1];
+    return index == 0 ? static_cast<QwtPlot *>(m_signalPlot) : m_dspPlot;
 }
 
 void QtVilo::keyOperation(int which)
 {
     switch (which) {
     case 0:
-        for (QwtPlot *plot : m_plots)
-            plot->replot();
+        m_model->replot();
         break;
     case 1:
-        m_itemsView->selectAll();
+        toggleSelectedVisibility();
         break;
     case 2:
         m_model->removeAllRows();
@@ -67,6 +287,106 @@ void QtVilo::keyOperation(int which)
     default:
         break;
     }
+}
+
+QList<int> QtVilo::selectedRows() const
+{
+    QList<int> rows;
+    for (const QModelIndex &index : m_itemsView->selectionModel()->selectedRows())
+        rows << index.row();
+    std::sort(rows.begin(), rows.end());
+    return rows;
+}
+
+void QtVilo::toggleSelectedVisibility()
+{
+    for (int row : selectedRows()) {
+        const QModelIndex index = m_model->index(row, QtViloPlotItemsModel::VisibilityColumn);
+        const bool visible = index.data(Qt::CheckStateRole).toInt() == Qt::Checked;
+        m_model->setData(index, visible ? Qt::Unchecked : Qt::Checked, Qt::CheckStateRole);
+    }
+}
+
+void QtVilo::removeSelectedRows()
+{
+    const QList<int> rows = selectedRows();
+    for (auto it = rows.crbegin(); it != rows.crend(); ++it)
+        m_model->removeRows(*it, 1);
+}
+
+void QtVilo::replicateItems(bool selectedOnly)
+{
+    QList<QtViloPlotItem *> items;
+    if (selectedOnly) {
+        for (int row : selectedRows())
+            items << m_model->item(row);
+    } else {
+        for (QtViloPlotItem *item : m_model->items()) {
+            if (item->visible)
+                items << item;
+        }
+    }
+    for (QtViloPlotItem *item : items)
+        emit m_model->ReplicateToBinFile(item, !selectedOnly);
+}
+
+void QtVilo::copyPaths(bool foldersOnly)
+{
+    QStringList paths;
+    for (int row : selectedRows()) {
+        if (m_model->isMemoryItem(row))
+            continue;
+        const QFileInfo info(m_model->filePath(row));
+        const QString path = foldersOnly ? info.absolutePath() : info.absoluteFilePath();
+        if (!paths.contains(path))
+            paths << path;
+    }
+    QApplication::clipboard()->setText(paths.join(QLatin1Char('\n')));
+}
+
+void QtVilo::onContextMenuRequested(const QPoint &pos)
+{
+    // A right click on a row that is not selected acts on that row alone.
+    const QModelIndex clicked = m_itemsView->indexAt(pos);
+    if (clicked.isValid() && !m_itemsView->selectionModel()->isRowSelected(clicked.row(), {}))
+        m_itemsView->selectRow(clicked.row());
+    const bool hasSelection = !selectedRows().isEmpty();
+    QMenu menu(this);
+    menu.addAction(tr("Replicate Plot to binary file"), this, [this] { replicateItems(false); })
+        ->setEnabled(m_model->rowCount() > 0);
+    menu.addAction(tr("Replicate Item to binary file"), this, [this] { replicateItems(true); })
+        ->setEnabled(hasSelection);
+    menu.addSeparator();
+    menu.addAction(tr("Clear List"), this, [this] { m_model->removeAllRows(); });
+    menu.addAction(tr("Remove Selected From List"), this, &QtVilo::removeSelectedRows)
+        ->setEnabled(hasSelection);
+    menu.addSeparator();
+    menu.addAction(tr("Copy Folder Path(s)"), this, [this] { copyPaths(true); })
+        ->setEnabled(hasSelection);
+    menu.addAction(tr("Copy Full Path(s)"), this, [this] { copyPaths(false); })
+        ->setEnabled(hasSelection);
+    menu.exec(m_itemsView->viewport()->mapToGlobal(pos));
+}
+
+void QtVilo::onDefaultsBtnClicked()
+{
+    QtViloPlotItemDefaultsDialog dialog(m_model->defaults(), this);
+    if (dialog.exec() != QDialog::Accepted)
+        return;
+    const QtViloPlotItemDefaults defaults = dialog.values();
+    savePlotItemDefaults(defaults);
+    emit m_model->PlotItemDefaultValueChanged(defaults);
+}
+
+void QtVilo::onPlotItemsChanged()
+{
+    m_signalPlot->setItems(m_model->items());
+}
+
+void QtVilo::onPlotDataUpdated(const quint64 &serial)
+{
+    m_signalPlot->setItems(m_model->items());
+    m_signalPlot->dataUpdated(serial);
 }
 
 void QtVilo::openFiles(const QStringList &paths)
@@ -86,7 +406,4 @@ void QtVilo::onVirtualPlotItemConnected(const QString &ItemParameters)
         m_clearOnFirstVirtualPlot = false;
     }
     m_model->AppendRows(QStringList{ItemParameters}, true);
-    // Nothing reads the client's memory yet: the request is done as soon as it is listed,
-    // and the waiting client may go on.
-    RemoteMemProcessed.release();
 }

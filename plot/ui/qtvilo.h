@@ -2,11 +2,17 @@
 
 #include <QWidget>
 
+class QAction;
+class QMenu;
+class QSpinBox;
 class QTableView;
+class QToolButton;
 class QwtPlot;
+class QtViloPlot;
 class QtViloPlotItemsModel;
 
-// The plot tool's list panel ("Plot Items List"); it hands out the two plot views.
+// The plot tool's list panel ("Plot Items List"): the items model in a table, the list's
+// settings and operations, and the two plot views it hands out to the main window.
 class QtVilo : public QWidget
 {
     Q_OBJECT
@@ -15,9 +21,11 @@ public:
 
     QtViloPlotItemsModel *model() const { return m_model; }
     QwtPlot *plotView(int index) const;
+    QtViloPlot *signalPlot() const { return m_signalPlot; }
     QTableView *itemsView() const { return m_itemsView; }
 
-    // The three keyboard operations the main window routes F8, F9 and F10 to.
+    // F8 reads every item again and replots, F9 toggles the visibility of the selected
+    // rows, F10 clears the list.
     void keyOperation(int which);
 
 public slots:
@@ -26,9 +34,33 @@ public slots:
     void clearOnFirstVirtualPlot();
     void onVirtualPlotItemConnected(const QString &ItemParameters);
 
+private slots:
+    void onPlotItemsChanged();
+    void onPlotDataUpdated(const quint64 &serial);
+    void onContextMenuRequested(const QPoint &pos);
+    void onDefaultsBtnClicked();
+    void onQuickLinkToggled();
+    void toggleSelectedVisibility();
+    void removeSelectedRows();
+    void replicateItems(bool selectedOnly);
+    void copyPaths(bool foldersOnly);
+
 private:
+    QList<int> selectedRows() const;
+    void buildToolBar(QWidget *bar);
+    void loadSettings();
+    void saveSettings() const;
+
     QtViloPlotItemsModel *m_model;
     QTableView *m_itemsView;
-    QwtPlot *m_plots[2];
+    QtViloPlot *m_signalPlot;
+    QwtPlot *m_dspPlot;
+    QToolButton *m_memMapBtn = nullptr;
+    QSpinBox *m_targetPlotCnt = nullptr;
+    QMenu *m_quickLinkMenu = nullptr;
+    QAction *m_linkIncrement = nullptr;
+    QAction *m_linkValue = nullptr;
+    // Parameter links by settings key, with the column each one links.
+    QList<QPair<QAction *, int>> m_columnLinks;
     bool m_clearOnFirstVirtualPlot = false;
 };

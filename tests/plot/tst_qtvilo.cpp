@@ -1,0 +1,269 @@
+#include "testenv.h"
+
+#include "monitor/core/remotememprocessed.h"
+#include "monitor/core/vrxmon.h"
+#include "monitor/core/vrxmonhost.h"
+#include "plot/core/qtviloplotitem.h"
+#include "plot/ui/qtvilo.h"
+#include "plot/ui/qtviloplotitemsmodel.h"
+#include "resources/initresources.h"
+#include "util/ui/notify.h"
+#include "loadgen.h"
+
+#include <QFile>
+#include <QIcon>
+#include <QItemSelectionModel>
+#include <QProcess>
+#include <QSettings>
+#include <QSignalSpy>
+#include <QSpinBox>
+#include <QTableView>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <csignal>
+#include <sys/ptrace.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+using Model = QtViloPlotItemsModel;
+
+QString writeInt16File(const QString &path, int count, int base = 0)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly))
+        return {};
+    QVector<qint16> samples(count);
+    for (int i = 0; i < count; ++i)
+        samples[i] = qint16(base + i);
+    file.write(reinterpret_cast<const char *>(samples.constData()), count * 2);
+    return path;
+}
+
+// Whether this process may attach to a child of its own (containers often forbid it).
+bool canTraceChildren(QString *reason)
+{
+    const pid_t child = fork();
+    if (child == 0) {
+        pause();
+        _exit(0);
+    }
+    const bool ok = ptrace(PTRACE_ATTACH, child, nullptr, nullptr) == 0;
+    if (!ok)
+        *reason = QString::fromLocal8Bit(strerror(errno));
+    else {
+        waitpid(child, nullptr, 0);
+        ptrace(PTRACE_DETACH, child, nullptr, nullptr);
+    }
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    return ok;
+}
+
+struct Warnings
+{
+    Warnings()
+    {
+        Notify::setHook([this](Notify::Kind, const QString &title, const QString &text) {
+            titles << title;
+            texts << text;
+            return QMessageBox::Ok;
+        });
+    }
+    ~Warnings() { Notify::setHook({}); }
+    QStringList titles;
+    QStringList texts;
+};
+} // namespace
+
+class TestQtVilo : public QObject
+{
+    Q_OBJECT
+private slots:
+    void initTestCase()
+    {
+        initResources();
+        QVERIFY(m_dir.isValid());
+    }
+
+    void init()
+    {
+        QSettings().clear();
+        while (RemoteMemProcessed.tryAcquire()) {
+        }
+    }
+
+    void filesAreReadAndAMissingFileIsMarked()
+    {
+        QtVilo panel;
+        Model *model = panel.model();
+        const QString path = writeInt16File(m_dir.filePath(QStringLiteral("ramp.bin")), 1000);
+        QSignalSpy updated(model, &Model::PlotDataUpdated);
+        panel.openFiles({path});
+        QTRY_COMPARE(updated.count(), 1);
+        QCOMPARE(model->rowCount(), 1);
+        QCOMPARE(model->columnCount(), 15);
+        QCOMPARE(model->index(0, Model::FormatColumn).data().toString(), QStringLiteral("Int16"));
+        QCOMPARE(model->index(0, Model::FormatColumn).data(Qt::EditRole).toInt(), 2);
+        QCOMPARE(model->index(0, Model::PlotPercentageColumn).data().toString(),
+                 QStringLiteral("100.00%"));
+        QCOMPARE(model->item(0)->sampleCount(), 1000);
+
+        // A smaller read size reads again and shows the part that is plotted.
+        QVERIFY(model->setData(model->index(0, Model::MaxPlotSizeColumn), 250));
+        QTRY_COMPARE(updated.count(), 2);
+        QCOMPARE(model->item(0)->sampleCount(), 250);
+        QCOMPARE(model->index(0, Model::PlotPercentageColumn).data().toString(),
+                 QStringLiteral("25.00%"));
+
+        QVERIFY(QFile::remove(path));
+        const QModelIndex pathIndex = model->index(0, Model::FilePathColumn);
+        QTRY_COMPARE(pathIndex.data().toString(), path + QStringLiteral(" [Not Found!]"));
+        const QImage shown = pathIndex.data(Qt::DecorationRole).value<QIcon>().pixmap(16).toImage();
+        const QImage deleted =
+            QIcon(QStringLiteral("://Images/deletedfile.png")).pixmap(16).toImage();
+        QVERIFY(!deleted.isNull());
+        QCOMPARE(shown, deleted);
+    }
+
+    void largeFilesAreRefusedInOneWarning()
+    {
+        Warnings warnings;
+        QtVilo panel;
+        const QString small = writeInt16File(m_dir.filePath(QStringLiteral("small.int16")), 8);
+        QStringList large;
+        for (const char *name : {"huge1.bin", "huge2.bin"}) {
+            QFile file(m_dir.filePath(QLatin1String(name)));
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            QVERIFY(file.resize(500000001)); // sparse: costs no disk
+            large << file.fileName();
+        }
+        panel.openFiles(QStringList{large.first(), small, large.last()});
+        QCOMPARE(panel.model()->rowCount(), 1);
+        QCOMPARE(warnings.titles, QStringList{QStringLiteral("Large File Warning!")});
+        QVERIFY(warnings.texts.first().contains(large.first()));
+        QVERIFY(warnings.texts.first().contains(large.last()));
+        QVERIFY(warnings.texts.first().contains(QStringLiteral("476.837 MB")));
+        QFile::remove(large.first());
+        QFile::remove(large.last());
+    }
+
+    void listOperationsAndLinks()
+    {
+        QtVilo panel;
+        Model *model = panel.model();
+        panel.findChild<QSpinBox *>()->setValue(2);
+        QSignalSpy updated(model, &Model::PlotDataUpdated);
+        QStringList paths;
+        for (int i = 0; i < 3; ++i)
+            paths << writeInt16File(m_dir.filePath(QStringLiteral("list%1.bin").arg(i)), 64);
+        panel.openFiles(paths);
+        QTRY_COMPARE(updated.count(), 1);
+        // Beyond the target plot count new rows start hidden.
+        QCOMPARE(model->index(2, Model::VisibilityColumn).data(Qt::CheckStateRole).toInt(),
+                 int(Qt::Unchecked));
+        QCOMPARE(QSettings().value(QStringLiteral("QtViloGeneralSettings/TargetPlotCnt")).toInt(),
+                 2);
+
+        // F9 toggles the selected rows.
+        panel.itemsView()->selectRow(0);
+        panel.keyOperation(1);
+        QCOMPARE(model->item(0)->visible, false);
+        QCOMPARE(model->item(1)->visible, true);
+
+        // A value link copies the edit, an increment link adds the same change.
+        model->setData(model->index(1, Model::StepColumn), 3);
+        model->setLinks({Model::StepColumn}, Model::LinkMode::Value);
+        model->setData(model->index(0, Model::StepColumn), 5);
+        for (int row = 0; row < 3; ++row)
+            QCOMPARE(model->item(row)->step, 5);
+        model->setLinks({}, Model::LinkMode::Off);
+        model->setData(model->index(2, Model::StepColumn), 7);
+        model->setLinks({Model::StepColumn}, Model::LinkMode::Increment);
+        model->setData(model->index(0, Model::StepColumn), 6);
+        QCOMPARE(model->item(1)->step, 6);
+        QCOMPARE(model->item(2)->step, 8);
+
+        // F10 clears the list.
+        panel.keyOperation(2);
+        QCOMPARE(model->rowCount(), 0);
+    }
+
+    void failedMemoryReadsReleaseTheClientAndWarnOnce()
+    {
+        Warnings warnings;
+        QtVilo panel;
+        // No process has this id, so the read fails at once.
+        const QString request =
+            QStringLiteral("999999999, /bin/none, Record, 0x1000, int16, 1, 0, 0, 64, 1000, 16, "
+                           "1.0, 1.0, 128");
+        for (int round = 0; round < 2; ++round) {
+            panel.onVirtualPlotItemConnected(request);
+            QTRY_COMPARE(RemoteMemProcessed.available(), 1);
+            QVERIFY(RemoteMemProcessed.tryAcquire());
+        }
+        QCOMPARE(panel.model()->rowCount(), 1);
+        QCOMPARE(warnings.titles.size(), 1);
+        QVERIFY(warnings.texts.first().contains(QStringLiteral("Could not open file! Are you sudo?")));
+    }
+
+    void demoProgramMemoryIsPlottedBeforeItGoesOn()
+    {
+        QString reason;
+        if (!canTraceChildren(&reason))
+            QSKIP(qPrintable(QStringLiteral("this machine does not allow ptrace: ") + reason));
+        Warnings warnings;
+        QtVilo panel;
+        Model *model = panel.model();
+        VrxMonHost host;
+        const quint16 port = VrxLoadGen::firstBindablePort(50810);
+        connect(host.server(), &VrxMon::firstClientConnected, &panel,
+                &QtVilo::clearOnFirstVirtualPlot);
+        connect(host.server(), &VrxMon::VirtualPlotItemConnected, &panel,
+                &QtVilo::onVirtualPlotItemConnected);
+        QString output;
+        connect(&host, &VrxMonHost::MessageAvailable, this,
+                [&output](const QString &text) { output += text; });
+        host.start(1, QStringLiteral("127.0.0.1"), port, 0, 0, 0);
+        QTRY_VERIFY2(output.contains(QStringLiteral("NOTE : VRX Monitor started!")),
+                     qPrintable(output));
+
+        // Each record n holds n * 1000 + i; a read that overlapped the refill, or came after
+        // the client went on, would see a mixed or a later record.
+        QList<QVector<qint16>> seen;
+        connect(model, &Model::PlotDataUpdated, this, [&] {
+            const QtViloPlotItem *item = model->item(0);
+            QReadLocker lock(&item->dataLock());
+            QVector<qint16> samples(int(item->sampleCount()));
+            for (int i = 0; i < samples.size(); ++i)
+                samples[i] = qint16(item->valueAt(i));
+            seen << samples;
+        });
+        QProcess demo;
+        demo.start(QStringLiteral(VRXDEMO_PATH),
+                   {QStringLiteral("--port"), QString::number(port), QStringLiteral("--iterations"),
+                    QStringLiteral("5"), QStringLiteral("--interval-ms"), QStringLiteral("0"),
+                    QStringLiteral("--samples"), QStringLiteral("4096"), QStringLiteral("--ramp")});
+        QTRY_VERIFY_WITH_TIMEOUT(demo.state() == QProcess::NotRunning, 60000);
+        QVERIFY2(demo.exitCode() == 0, demo.readAllStandardError().constData());
+        QVERIFY2(warnings.texts.isEmpty(), qPrintable(warnings.texts.join('\n')));
+        QCOMPARE(model->rowCount(), 1);
+        QVERIFY(model->isMemoryItem(0));
+        QCOMPARE(model->index(0, Model::FilePathColumn).data().toString().left(17),
+                 QStringLiteral("Demo_Sine_Record@"));
+        QCOMPARE(seen.size(), 5);
+        for (int n = 0; n < seen.size(); ++n) {
+            QCOMPARE(seen[n].size(), 4096);
+            for (int i = 0; i < 4096; i += 97)
+                QCOMPARE(int(seen[n][i]), (n * 1000 + i) % 32768);
+        }
+        host.stop();
+    }
+
+private:
+    QTemporaryDir m_dir;
+};
+
+QTEST_MAIN(TestQtVilo)
+#include "tst_qtvilo.moc"
