@@ -135,12 +135,11 @@ template <typename T> inline T maxStart()
         return std::numeric_limits<T>::lowest();
 }
 
-// The hot loop: min and max of [i0, i1] without per-sample branches. Integer types: a plain
-// select loop that GCC vectorises at -O3. Float and double: GCC does not vectorise a
+// The hot loop: min and max of [i0, i1] without per-sample branches. GCC vectorises neither a
 // floating-point select reduction without fast-math flags (which would also break the NaN
-// rule), so two 16-byte vectors of lanes are kept explicitly (minps/maxps on x86). A NaN
-// compares false and so never wins. 64-bit integers stay scalar on plain x86-64 (no 64-bit
-// vector compare before SSE4.2).
+// rule) nor one over promoted small integers, so two 16-byte vectors of lanes are kept
+// explicitly (minps/maxps, pminsw/pmaxsw on x86). A NaN compares false and so never wins.
+// 64-bit integers stay scalar on plain x86-64 (no 64-bit vector compare before SSE4.2).
 template <typename T> inline void minMax(const uchar *base, qint64 i0, qint64 i1, T &lo, T &hi)
 {
     const uchar *p = base + i0 * qint64(sizeof(T));
@@ -148,9 +147,6 @@ template <typename T> inline void minMax(const uchar *base, qint64 i0, qint64 i1
     T l = lo;
     T h = hi;
     qint64 k = 0;
-    // Integers narrower than 64 bits take the same explicit lanes: GCC leaves a select
-    // reduction over promoted small integers scalar, several times slower than packed
-    // pminsw/pmaxsw.
     if constexpr (std::is_floating_point_v<T> || sizeof(T) < 8) {
         typedef T Vec __attribute__((vector_size(16)));
         constexpr int kLanes = 16 / int(sizeof(T));
