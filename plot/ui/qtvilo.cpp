@@ -113,8 +113,11 @@ QtVilo::QtVilo(QWidget *parent)
             &QtVilo::onContextMenuRequested);
     connect(m_model, &QtViloPlotItemsModel::PlotItemsChanged, this, &QtVilo::onPlotItemsChanged);
     connect(m_model, &QtViloPlotItemsModel::PlotDataUpdated, this, &QtVilo::onPlotDataUpdated);
-    connect(m_model, &QAbstractItemModel::modelReset, this, [this] {
+    // Names come and go with the rows; the path column follows them up to a sensible width.
+    connect(m_model, &QAbstractItemModel::rowsInserted, this, [this] {
         m_itemsView->resizeColumnToContents(QtViloPlotItemsModel::FilePathColumn);
+        if (m_itemsView->columnWidth(QtViloPlotItemsModel::FilePathColumn) > 420)
+            m_itemsView->setColumnWidth(QtViloPlotItemsModel::FilePathColumn, 420);
     });
 }
 
