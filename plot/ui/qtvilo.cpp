@@ -2,6 +2,7 @@
 
 #include "plot/core/qtviloformats.h"
 #include "plot/core/qtviloplotitem.h"
+#include "plot/core/qtvilorealtime.h"
 #include "plot/ui/qtviloplot.h"
 #include "plot/ui/qtviloplotitemdefaultsdialog.h"
 #include "plot/ui/qtviloplotitemsmodel.h"
@@ -404,6 +405,10 @@ void QtVilo::clearOnFirstVirtualPlot()
 
 void QtVilo::onVirtualPlotItemConnected(const QString &ItemParameters)
 {
+    // The monitor hands over one request at a time; finding no pacing permit means the two
+    // sides went out of step (the hand-back tops it up again).
+    if (!RemoteMemPacing.tryAcquire())
+        qWarning("WARN : Real-time plot request while the previous one is still open.");
     if (m_clearOnFirstVirtualPlot) {
         m_model->removeAllRows();
         m_clearOnFirstVirtualPlot = false;

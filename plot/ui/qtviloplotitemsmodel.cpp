@@ -508,6 +508,7 @@ void QtViloPlotItemsModel::AppendRows(const QStringList &paths, const bool &isMe
     QList<QtViloPlotItem *> toRead;
     QList<QtViloPlotItem *> added;
     QStringList tooLarge;
+    QStringList refused;
     int visibleCount = 0;
     for (const QtViloPlotItem *item : m_items)
         visibleCount += item->visible ? 1 : 0;
@@ -517,7 +518,7 @@ void QtViloPlotItemsModel::AppendRows(const QStringList &paths, const bool &isMe
         if (isMemory) {
             const QtViloPlotRequest request = parsePlotRequest(text, m_defaults);
             if (!request.ok) {
-                qWarning("%s", qPrintable(tr("WARN : Plot request ignored: %1").arg(request.message)));
+                refused << request.message;
                 continue;
             }
             item = findItem(request.name, true);
@@ -565,6 +566,15 @@ void QtViloPlotItemsModel::AppendRows(const QStringList &paths, const bool &isMe
     }
     if (!toRead.isEmpty())
         requestRead(toRead, isMemory);
+    // A request that names no memory is never read; its client must still go on.
+    if (isMemory && toRead.isEmpty() && !refused.isEmpty())
+        releaseRealTimeRequest();
+    for (const QString &message : qAsConst(refused)) {
+        if (m_shownMemoryErrors.contains(message))
+            continue;
+        m_shownMemoryErrors.insert(message);
+        Notify::warning(nullptr, tr("Plot request ignored!"), message);
+    }
 }
 
 void QtViloPlotItemsModel::replot(const QList<int> &rows)

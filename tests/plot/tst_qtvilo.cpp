@@ -206,6 +206,15 @@ private slots:
         QCOMPARE(panel.model()->rowCount(), 1);
         QCOMPARE(warnings.titles.size(), 1);
         QVERIFY(warnings.texts.first().contains(QStringLiteral("Could not open file! Are you sudo?")));
+
+        // A request that names no memory adds nothing and still lets its client go on.
+        for (int round = 0; round < 2; ++round) {
+            panel.onVirtualPlotItemConnected(QStringLiteral("1234, /bin/none"));
+            QCOMPARE(RemoteMemProcessed.available(), 1);
+            QVERIFY(RemoteMemProcessed.tryAcquire());
+        }
+        QCOMPARE(panel.model()->rowCount(), 1);
+        QCOMPARE(warnings.titles.size(), 2);
     }
 
     void demoProgramMemoryIsPlottedBeforeItGoesOn()
