@@ -731,7 +731,23 @@ void QtViloPlotItemsModel::onSignalPlotEnableChanged(const bool &enabled)
 void QtViloPlotItemsModel::onReplicateToBinFileFinished(QtViloPlotItem *item,
                                                         const QString &path)
 {
-    Q_UNUSED(item)
+    // The replica joins the list as a file of its own, read with the samples' format (ASCII
+    // values were written as doubles); a live item so becomes a frozen copy beside it.
+    QString format = QStringLiteral("Double");
+    if (m_items.contains(item) && item->typeIndex() != QtViloFormats::AsciiType)
+        format = item->format();
+    QtViloPlotItem *replica = findItem(path, false);
+    if (!replica) {
+        replica = makeFileItem(path);
+        m_watcher->addPath(path);
+        beginInsertRows(QModelIndex(), m_items.size(), m_items.size());
+        m_items << replica;
+        endInsertRows();
+        emit PlotItemsChanged();
+    }
+    replica->setFormat(format);
+    refreshFileFacts(replica);
+    requestRead({replica}, true);
     emit ItemReplicated(path);
 }
 

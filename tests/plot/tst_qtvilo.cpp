@@ -190,6 +190,29 @@ private slots:
         QCOMPARE(model->rowCount(), 0);
     }
 
+    void replicaJoinsTheListWithTheSourceFormat()
+    {
+        QtVilo panel;
+        Model *model = panel.model();
+        QFile file(m_dir.filePath(QStringLiteral("wide.int32")));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        const QVector<qint32> samples = {-70000, 5, 123456, 7};
+        file.write(reinterpret_cast<const char *>(samples.constData()), 16);
+        file.close();
+        QSignalSpy updated(model, &Model::PlotDataUpdated);
+        panel.openFiles({file.fileName()});
+        QTRY_COMPARE(updated.count(), 1);
+        QSignalSpy replicated(model, &Model::ItemReplicated);
+        emit model->ReplicateToBinFile(model->item(0), false);
+        QTRY_COMPARE(replicated.count(), 1);
+        QTRY_COMPARE(updated.count(), 2);
+        QCOMPARE(model->rowCount(), 2);
+        QVERIFY(model->filePath(1).endsWith(QStringLiteral(".bin")));
+        QCOMPARE(model->index(1, Model::FormatColumn).data().toString(), QStringLiteral("Int32"));
+        QTRY_COMPARE(model->item(1)->sampleCount(), 4);
+        QCOMPARE(model->item(1)->valueAt(2), 123456.0);
+    }
+
     void failedMemoryReadsReleaseTheClientAndWarnOnce()
     {
         Warnings warnings;
