@@ -10,13 +10,10 @@
 #include "plot/core/qtvilossbmonitor.h"
 #include "util/ui/notify.h"
 
-#include <QDataStream>
 #include <QFileInfo>
 #include <QFileSystemWatcher>
 #include <QIcon>
-#include <QMimeData>
 #include <QThread>
-#include <QUrl>
 
 namespace {
 const char *const Headers[] = {
@@ -37,8 +34,6 @@ const char *const Headers[] = {
     QT_TRANSLATE_NOOP("QtViloPlotItemsModel", "DSP")};
 static_assert(sizeof(Headers) / sizeof(Headers[0]) == QtViloPlotItemsModel::ColumnCount,
               "one header per column");
-
-const QString ListMimeType = QStringLiteral("application/vnd.text.list");
 
 // Columns whose change needs the samples read again; the others only change the drawing.
 bool changesSamples(int column)
@@ -765,66 +760,4 @@ void QtViloPlotItemsModel::DSPDataUpdateResult(const quint64 &serial, QtViloPlot
     if (!m_items.contains(item) || item->serial != serial)
         return;
     item->dspDone().tryAcquire();
-}
-
-Qt::DropActions QtViloPlotItemsModel::supportedDropActions() const
-{
-    return Qt::CopyAction | Qt::MoveAction;
-}
-
-QStringList QtViloPlotItemsModel::mimeTypes() const
-{
-    return {ListMimeType, QStringLiteral("text/uri-list")};
-}
-
-QMimeData *QtViloPlotItemsModel::mimeData(const QModelIndexList &indexes) const
-{
-    QStringList paths;
-    for (const QModelIndex &index : indexes) {
-        if (index.isValid() && index.column() == FilePathColumn && !isMemoryItem(index.row()))
-            paths << filePath(index.row());
-    }
-    QByteArray encoded;
-    QDataStream stream(&encoded, QIODevice::WriteOnly);
-    for (const QString &path : paths)
-        stream << path;
-    auto *mime = new QMimeData;
-    mime->setData(ListMimeType, encoded);
-    return mime;
-}
-
-bool QtViloPlotItemsModel::canDropMimeData(const QMimeData *data, Qt::DropAction action, int row,
-                                           int column, const QModelIndex &parent) const
-{
-    Q_UNUSED(action)
-    Q_UNUSED(row)
-    Q_UNUSED(column)
-    Q_UNUSED(parent)
-    return data && (data->hasFormat(ListMimeType) || data->hasUrls());
-}
-
-bool QtViloPlotItemsModel::dropMimeData(const QMimeData *data, Qt::DropAction action, int row,
-                                        int column, const QModelIndex &parent)
-{
-    if (!canDropMimeData(data, action, row, column, parent) || action == Qt::IgnoreAction)
-        return false;
-    QStringList paths;
-    if (data->hasFormat(ListMimeType)) {
-        QDataStream stream(data->data(ListMimeType));
-        while (!stream.atEnd()) {
-            QString path;
-            stream >> path;
-            if (stream.status() != QDataStream::Ok)
-                break;
-            paths << path;
-        }
-    } else {
-        for (const QUrl &url : data->urls()) {
-            if (url.isLocalFile())
-                paths << url.toLocalFile();
-        }
-    }
-    // Rows dragged inside the list are already in it; they are read again, not doubled.
-    AppendRows(paths, false);
-    return !paths.isEmpty();
 }

@@ -13,6 +13,7 @@
 #include <QFile>
 #include <QIcon>
 #include <QItemSelectionModel>
+#include <QMimeData>
 #include <QProcess>
 #include <QSettings>
 #include <QSignalSpy>
@@ -22,6 +23,7 @@
 #include <QtTest>
 
 #include <csignal>
+#include <memory>
 #include <sys/ptrace.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -184,6 +186,19 @@ private slots:
         model->setData(model->index(0, Model::StepColumn), 6);
         QCOMPARE(model->item(1)->step, 6);
         QCOMPARE(model->item(2)->step, 8);
+
+        // Rows dragged between lists travel as paths; a row already listed is not doubled,
+        // a dropped file is added.
+        std::unique_ptr<QMimeData> rows(model->mimeData({model->index(1, Model::FilePathColumn)}));
+        QVERIFY(rows->hasFormat(QStringLiteral("application/vnd.text.list")));
+        QVERIFY(model->dropMimeData(rows.get(), Qt::CopyAction, -1, 0, {}));
+        QCOMPARE(model->rowCount(), 3);
+        QMimeData files;
+        files.setUrls({QUrl::fromLocalFile(
+            writeInt16File(m_dir.filePath(QStringLiteral("dropped.bin")), 16))});
+        QVERIFY(model->dropMimeData(&files, Qt::CopyAction, -1, 0, {}));
+        QCOMPARE(model->rowCount(), 4);
+        QCOMPARE(model->filePath(3), m_dir.filePath(QStringLiteral("dropped.bin")));
 
         // F10 clears the list.
         panel.keyOperation(2);
