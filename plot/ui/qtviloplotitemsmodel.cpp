@@ -113,6 +113,7 @@ QtViloPlotItemsModel::~QtViloPlotItemsModel()
     delete m_dspWorker;
     delete m_ssbMonitor;
     qDeleteAll(m_items);
+    qDeleteAll(m_retiring);
 }
 
 int QtViloPlotItemsModel::rowCount(const QModelIndex &parent) const
@@ -427,11 +428,26 @@ void QtViloPlotItemsModel::retire(const QList<QtViloPlotItem *> &items)
     // so they are deleted behind those requests, first on the reader's thread, then on the
     // DSP worker's.
     emit PlotItemsChanged();
+    // Until then they wait here, so the destructor can free them if the threads stop first.
+    m_retiring << items;
     QtViloDspWorker *dsp = m_dspWorker;
+    QtViloPlotItemsModel *model = this;
     QMetaObject::invokeMethod(
         m_reader,
-        [items, dsp] {
-            QMetaObject::invokeMethod(dsp, [items] { qDeleteAll(items); }, Qt::QueuedConnection);
+        [items, dsp, model] {
+            QMetaObject::invokeMethod(
+                dsp,
+                [items, model] {
+                    QMetaObject::invokeMethod(
+                        model,
+                        [items, model] {
+                            for (QtViloPlotItem *item : items)
+                                model->m_retiring.removeOne(item);
+                            qDeleteAll(items);
+                        },
+                        Qt::QueuedConnection);
+                },
+                Qt::QueuedConnection);
         },
         Qt::QueuedConnection);
 }

@@ -124,6 +124,8 @@ private:
     bool applyEdit(QtViloPlotItem *item, int column, const QVariant &value);
 
     QList<QtViloPlotItem *> m_items;
+    // Removed items on their way out behind the workers' pending requests.
+    QList<QtViloPlotItem *> m_retiring;
     QtViloPlotItemDefaults m_defaults;
     QFileSystemWatcher *m_watcher;
     QThread *m_readerThread;
