@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 #include <QVector>
 
 // The sample formats a plot item can have: display text, the word used in file suffixes and
