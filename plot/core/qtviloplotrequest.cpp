@@ -35,28 +35,28 @@ QtViloPlotRequest parsePlotRequest(const QString &text, const QtViloPlotItemDefa
 {
     const Fields fields(text);
     QtViloPlotRequest request;
-
-    request.format = defaults.Format;
+    QtViloPlotItemDefaults &values = request.values;
+    values = defaults;
     QString word = fields.at(4);
     if (!word.isEmpty()) {
         word[0] = word.at(0).toUpper();
         if (QtViloFormats::indexOfDisplay(word) >= 0)
-            request.format = word;
+            values.Format = word;
     }
-    request.step = fields.number<qint32>(5, defaults.Step,
+    values.Step = fields.number<qint32>(5, defaults.Step,
                                          [](const QString &s, bool *ok) { return s.toInt(ok); });
     const auto toInt64 = [](const QString &s, bool *ok) { return s.toLongLong(ok); };
-    request.fileOffset = fields.number<qint64>(6, defaults.FileOffset, toInt64);
-    request.dataOffset = fields.number<qint64>(7, defaults.DataOffset, toInt64);
-    request.maxPlotSize = fields.number<qint64>(8, defaults.MaxPlotSize, toInt64);
-    request.sampleRate =
+    values.FileOffset = fields.number<qint64>(6, defaults.FileOffset, toInt64);
+    values.DataOffset = fields.number<qint64>(7, defaults.DataOffset, toInt64);
+    values.MaxPlotSize = fields.number<qint64>(8, defaults.MaxPlotSize, toInt64);
+    values.SampleRate =
         fields.number<double>(9, defaults.SampleRate,
                               [](const QString &s, bool *ok) { return double(s.toULongLong(ok)); });
-    request.sampleResolution = fields.number<qint32>(
+    values.SampleResolution = fields.number<qint32>(
         10, defaults.SampleResolution, [](const QString &s, bool *ok) { return s.toInt(ok); });
     const auto toDouble = [](const QString &s, bool *ok) { return s.toDouble(ok); };
-    request.inputRange = fields.number<double>(11, defaults.InputRange, toDouble);
-    request.gain = fields.number<double>(12, defaults.Gain, toDouble);
+    values.InputRange = fields.number<double>(11, defaults.InputRange, toDouble);
+    values.Gain = fields.number<double>(12, defaults.Gain, toDouble);
     request.byteSize = fields.number<quint64>(
         13, 0, [](const QString &s, bool *ok) { return s.toULongLong(ok, 10); });
 
@@ -94,15 +94,15 @@ QtViloPlotRequest parsePlotRequest(const QString &text, const QtViloPlotItemDefa
 void applyPlotRequest(const QtViloPlotRequest &request, QtViloPlotItem &item)
 {
     item.setName(request.name);
-    item.setFormat(request.format);
-    item.step = request.step;
-    item.fileOffset = request.fileOffset;
-    item.dataOffset = request.dataOffset;
-    item.maxPlotSize = request.maxPlotSize;
-    item.sampleRate = request.sampleRate;
-    item.sampleResolution = request.sampleResolution;
-    item.inputRange = request.inputRange;
-    item.gain = request.gain;
+    item.setFormat(request.values.Format);
+    item.step = request.values.Step;
+    item.fileOffset = request.values.FileOffset;
+    item.dataOffset = request.values.DataOffset;
+    item.maxPlotSize = request.values.MaxPlotSize;
+    item.sampleRate = request.values.SampleRate;
+    item.sampleResolution = request.values.SampleResolution;
+    item.inputRange = request.values.InputRange;
+    item.gain = request.values.Gain;
     item.processId = request.processId;
     item.baseAddress = request.baseAddress;
     item.memorySize = request.byteSize;

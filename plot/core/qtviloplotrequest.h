@@ -21,15 +21,9 @@ struct QtViloPlotRequest
     quint64 baseAddress = 0;
     QString name; // variable name + "@" + the address field as written
 
-    QString format; // display text: the format word with its first letter upper-cased
-    qint32 step = 1;
-    qint64 fileOffset = 0;
-    qint64 dataOffset = 0;
-    qint64 maxPlotSize = 0;
-    double sampleRate = 1.0;
-    qint32 sampleResolution = 16;
-    double inputRange = 1.0;
-    double gain = 1.0;
+    // The read parameters: the defaults with every field the request gives; the format is the
+    // format word with its first letter upper-cased.
+    QtViloPlotItemDefaults values;
     quint64 byteSize = 0;
 };
 

@@ -84,10 +84,11 @@ QString fieldsOf(const QtViloPlotRequest &r)
 {
     QString text;
     QTextStream(&text) << r.processId << ' ' << Qt::hex << r.baseAddress << Qt::dec << ' ' << r.name
-                       << ' ' << r.format << ' ' << r.step << ' ' << r.fileOffset << ' '
-                       << r.dataOffset << ' ' << r.maxPlotSize << ' ' << qint64(r.sampleRate) << ' '
-                       << r.sampleResolution << ' ' << r.inputRange << ' ' << r.gain << ' '
-                       << r.byteSize;
+                       << ' ' << r.values.Format << ' ' << r.values.Step << ' '
+                       << r.values.FileOffset << ' ' << r.values.DataOffset << ' '
+                       << r.values.MaxPlotSize << ' ' << qint64(r.values.SampleRate) << ' '
+                       << r.values.SampleResolution << ' ' << r.values.InputRange << ' '
+                       << r.values.Gain << ' ' << r.byteSize;
     return text;
 }
 
@@ -365,7 +366,7 @@ private slots:
         for (const QtViloFormats::Format &f : QtViloFormats::all()) {
             const QtViloPlotRequest r =
                 parsePlotRequest(QStringLiteral("1,p,v,10,") + f.suffix, RequestDefaults);
-            QCOMPARE(r.format,
+            QCOMPARE(r.values.Format,
                      f.display == QStringLiteral("Ascii") ? QStringLiteral("Int32") : f.display);
         }
         QtViloPlotItem item(QStringLiteral("text"), true, RequestDefaults);
