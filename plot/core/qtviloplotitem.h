@@ -5,6 +5,7 @@
 #include <QAtomicInt>
 #include <QByteArray>
 #include <QDateTime>
+#include <QHash>
 #include <QReadWriteLock>
 #include <QSemaphore>
 #include <QString>
@@ -111,6 +112,17 @@ public:
     // Set by another thread to stop long work on this item (removal, a newer request).
     QAtomicInt abort;
 
+    // DSP results: one buffer of doubles (little endian, no header) per DSP plot index,
+    // written by the DSP worker and read by the DSP plot, both under dspLock().
+    QReadWriteLock &dspLock() const { return m_dspLock; }
+    QHash<qint32, QByteArray> &dspResults() { return m_dspResults; }
+    const QHash<qint32, QByteArray> &dspResults() const { return m_dspResults; }
+    // Set by another thread to stop a running transform; the worker clears it at each start.
+    QAtomicInteger<quint8> dspAbort{0};
+    // Cleared when a transform starts, set when its result is complete: the DSP plot shows
+    // no half-written result.
+    QAtomicInteger<quint8> dspComplete{0};
+
 private:
     QString m_source;
     QString m_name;
@@ -130,6 +142,9 @@ private:
     QVector<double> m_values;
     QFile *m_mappedFile = nullptr;
     uchar *m_mapping = nullptr;
+
+    mutable QReadWriteLock m_dspLock;
+    QHash<qint32, QByteArray> m_dspResults;
 
     QSemaphore m_readRequested{0};
     QSemaphore m_readDone{0};

@@ -36,7 +36,7 @@ QColor colourCandidate(int n)
 
 } // namespace
 
-QtViloPlot::QtViloPlot(QWidget *parent) : QwtPlot(parent)
+QtViloPlot::QtViloPlot(QWidget *parent, Source source) : QwtPlot(parent), m_source(source)
 {
     setObjectName(QStringLiteral("QtViloSignalPlot"));
     setWindowTitle(tr("Signal Plot"));
@@ -121,6 +121,26 @@ QRectF QtViloPlot::rectOfInterest() const
     return QRectF(x.lowerBound(), y.lowerBound(), x.range(), y.range()).normalized();
 }
 
+void QtViloPlot::setSelectedCurve(QtViloPlotCurve *curve)
+{
+    if (curve && !m_curves.contains(curve))
+        curve = nullptr;
+    if (curve == m_selected)
+        return;
+    m_selected = curve;
+    emit SelectedCurveChanged(curve);
+}
+
+void QtViloPlot::setPlottingEnabled(bool enabled)
+{
+    if (enabled == m_plottingEnabled)
+        return;
+    m_plottingEnabled = enabled;
+    syncCurves();
+    replot();
+    announceRect(DataChanged);
+}
+
 void QtViloPlot::setLegendVisible(bool visible)
 {
     if (visible && !legend())
@@ -174,7 +194,7 @@ void QtViloPlot::syncCurves()
     QList<QtViloPlotCurve *> kept;
     for (QtViloPlotCurve *curve : qAsConst(m_curves)) {
         QtViloPlotItem *item = curve->item();
-        if (m_items.contains(item) && item->visible && hasData(item)) {
+        if (m_plottingEnabled && m_items.contains(item) && item->visible && hasData(item)) {
             kept.append(curve);
         } else {
             curve->detach();
@@ -190,7 +210,7 @@ void QtViloPlot::syncCurves()
                 curve = c;
         }
         if (!curve) {
-            if (!item->visible || !hasData(item))
+            if (!m_plottingEnabled || !item->visible || !hasData(item))
                 continue;
             curve = new QtViloPlotCurve(item);
             if (!m_colours.contains(item))
@@ -202,6 +222,14 @@ void QtViloPlot::syncCurves()
         curve->setZ(20.0 + i);
         m_curves.append(curve);
     }
+    QtViloPlotCurve *selected = m_curves.contains(m_selected) ? m_selected : nullptr;
+    if (!selected && !m_curves.isEmpty())
+        selected = m_curves.first();
+    if (selected != m_selected) {
+        m_selected = selected;
+        emit SelectedCurveChanged(selected);
+    }
+    emit CurvesChanged();
 }
 
 void QtViloPlot::rescaleIfFree()

@@ -32,7 +32,11 @@ public:
     // Why the rectangle of interest was announced; passed as its tag.
     enum RectReason : quint32 { ViewChanged = 0, DataChanged = 1, Resized = 2 };
 
-    explicit QtViloPlot(QWidget *parent = nullptr);
+    // What the curves show: the items' samples (the signal plot) or their DSP results of
+    // DSP plot index 0 (the DSP plot).
+    enum Source { SignalSource, DspSource };
+
+    explicit QtViloPlot(QWidget *parent = nullptr, Source source = SignalSource);
     ~QtViloPlot() override;
 
     // The list panel calls this after every change of its list. Curves of items no longer in
@@ -53,6 +57,17 @@ public:
     QRectF rectOfInterest() const;
     bool userChangedView() const { return m_userView; }
 
+    Source source() const { return m_source; }
+    // The DSP plot index whose results a DSP plot shows.
+    static constexpr qint32 DspIndex = 0;
+
+    // The curve the auxiliary axes, markers and weeding start from; null when none.
+    QtViloPlotCurve *selectedCurve() const { return m_selected; }
+    void setSelectedCurve(QtViloPlotCurve *curve);
+    // A disabled plot shows no curves and asks for no reduction.
+    bool plottingEnabled() const { return m_plottingEnabled; }
+    void setPlottingEnabled(bool enabled);
+
     void setLegendVisible(bool visible);
     QwtPlotZoomer *zoomer() const { return m_zoomer; }
 
@@ -62,6 +77,10 @@ signals:
     void PovSettingsChanged(QtViloPlot *plot, const bool &persistence, const bool &maxProfile,
                             const bool &minProfile);
     void updateLodWeedData(QtViloPlot *plot);
+    // The selected curve changed, or was dropped (null).
+    void SelectedCurveChanged(QtViloPlotCurve *curve);
+    // Curves were added or dropped (after setItems or new data).
+    void CurvesChanged();
 
 public slots:
     // A level-of-detail reply: replots unless `serial` is no longer the current one; returns
@@ -78,6 +97,9 @@ private:
     void announceRect(quint32 reason);
     QColor nextColour();
 
+    Source m_source;
+    QtViloPlotCurve *m_selected = nullptr;
+    bool m_plottingEnabled = true;
     QList<QtViloPlotItem *> m_items;
     QList<QtViloPlotCurve *> m_curves;
     QHash<const QtViloPlotItem *, QColor> m_colours;

@@ -24,10 +24,25 @@ public:
     // the bounding rectangle and legend brought up to date.
     void refresh();
 
+    // Physical units of one step along each axis, set by the plot's unit selectors: the
+    // time (or, on a DSP plot after an FFT, frequency) per sample index and the amplitude
+    // per code. The auxiliary axes of the selected curve are scaled by them.
+    void setScaleFactors(double timeFactor, double amplitudeFactor)
+    {
+        m_timeFactor = timeFactor;
+        m_amplitudeFactor = amplitudeFactor;
+    }
+    double timeFactor() const { return m_timeFactor; }
+    double amplitudeFactor() const { return m_amplitudeFactor; }
+    // Points the curve has: samples on the signal plot, result values on the DSP plot.
+    quint64 pointCount() const { return quint64(dataSize()); }
+
 protected:
     void drawSeries(QPainter *painter, const QwtScaleMap &xMap, const QwtScaleMap &yMap,
                     const QRectF &canvasRect, int from, int to) const override;
 
 private:
     QtViloPlotItem *m_item;
+    double m_timeFactor = 1.0;
+    double m_amplitudeFactor = 1.0;
 };
