@@ -141,6 +141,22 @@ void QtViloPlot::setPlottingEnabled(bool enabled)
     announceRect(DataChanged);
 }
 
+void QtViloPlot::setPovSettings(bool persistence, bool maxProfile, bool minProfile)
+{
+    m_persistence = persistence;
+    m_maxProfile = maxProfile;
+    m_minProfile = minProfile;
+    emit PovSettingsChanged(this, m_persistence, m_maxProfile, m_minProfile);
+}
+
+void QtViloPlot::resetZoom()
+{
+    m_userView = false;
+    rescaleIfFree();
+    replot();
+    announceRect(ViewChanged);
+}
+
 void QtViloPlot::setLegendVisible(bool visible)
 {
     if (visible && !legend())

@@ -68,6 +68,12 @@ public:
     bool plottingEnabled() const { return m_plottingEnabled; }
     void setPlottingEnabled(bool enabled);
 
+    // Persistence of earlier traces and the max/min profile overlay; announced to the
+    // level-of-detail workers and profilers.
+    void setPovSettings(bool persistence, bool maxProfile, bool minProfile);
+    // Back to the full view of all curves (the zoom base), as if the user never zoomed.
+    void resetZoom();
+
     void setLegendVisible(bool visible);
     QwtPlotZoomer *zoomer() const { return m_zoomer; }
 
@@ -100,6 +106,9 @@ private:
     Source m_source;
     QtViloPlotCurve *m_selected = nullptr;
     bool m_plottingEnabled = true;
+    bool m_persistence = false;
+    bool m_maxProfile = false;
+    bool m_minProfile = false;
     QList<QtViloPlotItem *> m_items;
     QList<QtViloPlotCurve *> m_curves;
     QHash<const QtViloPlotItem *, QColor> m_colours;

@@ -381,9 +381,15 @@ void QtViloPlotItemsModel::UpdateFileData(const QModelIndex topLeft,
     QList<QtViloPlotItem *> items;
     for (int row = topLeft.row(); row <= bottomRight.row() && row < m_items.size(); ++row)
         items << m_items.at(row);
-    if (reread)
-        requestRead(items, false);
-    else if (topLeft.column() <= DspColumn && bottomRight.column() >= SampleRateColumn)
+    if (reread) {
+        requestRead(items, false); // the DSP follows each read
+        return;
+    }
+    if (topLeft.column() <= DspColumn && bottomRight.column() >= DspColumn) {
+        for (QtViloPlotItem *item : qAsConst(items))
+            requestDsp(item);
+    }
+    if (topLeft.column() <= DspColumn && bottomRight.column() >= SampleRateColumn)
         emit PlotItemsChanged();
 }
 
@@ -565,6 +571,8 @@ void QtViloPlotItemsModel::AppendRows(const QStringList &paths, const bool &isMe
                 item->visible = false;
             visibleCount += item->visible ? 1 : 0;
         }
+        for (QtViloPlotItem *item : added)
+            item->dspRequested().release(); // the one unit the DSP worker takes and gives back
         beginInsertRows(QModelIndex(), m_items.size(), m_items.size() + added.size() - 1);
         m_items << added;
         endInsertRows();
@@ -652,10 +660,7 @@ void QtViloPlotItemsModel::FileDataUpdateResult(const quint64 &serial, QtViloPlo
                                           : QtViloPlotItem::FileState::Normal;
     }
     emitRowChanged(item, FilePathColumn, DateModifiedColumn);
-    if (item->dsp != QLatin1String("None")) {
-        item->dspRequested().release();
-        emit requestDSP(serial, item, item->dsp, row);
-    }
+    requestDsp(item);
     finishRead(item);
 }
 
@@ -750,6 +755,7 @@ void QtViloPlotItemsModel::onReplicateToBinFileFinished(QtViloPlotItem *item,
     QtViloPlotItem *replica = findItem(path, false);
     if (!replica) {
         replica = makeFileItem(path);
+        replica->dspRequested().release();
         m_watcher->addPath(path);
         beginInsertRows(QModelIndex(), m_items.size(), m_items.size());
         m_items << replica;
@@ -772,8 +778,41 @@ void QtViloPlotItemsModel::onReplicationError(QtViloPlotItem *item, const QStrin
 void QtViloPlotItemsModel::DSPDataUpdateResult(const quint64 &serial, QtViloPlotItem *item,
                                                const qint32 &row)
 {
-    Q_UNUSED(row)
     if (!m_items.contains(item) || item->serial != serial)
         return;
     item->dspDone().tryAcquire();
+    emit DspDataUpdated(serial, item, row);
+}
+
+QString QtViloPlotItemsModel::effectiveDspRequest(const QtViloPlotItem *item) const
+{
+    const QString &own = item->dsp;
+    if (!own.isEmpty() && own != QLatin1String("None") && own != QLatin1String("Select DSP"))
+        return own;
+    if (m_dspPlotRequest.isEmpty() || m_dspPlotRequest == QLatin1String("None"))
+        return QString();
+    return m_dspPlotRequest;
+}
+
+void QtViloPlotItemsModel::setDspPlotRequest(const QString &request)
+{
+    if (request == m_dspPlotRequest)
+        return;
+    m_dspPlotRequest = request;
+    for (QtViloPlotItem *item : qAsConst(m_items))
+        requestDsp(item);
+}
+
+void QtViloPlotItemsModel::requestDsp(QtViloPlotItem *item)
+{
+    const QString request = effectiveDspRequest(item);
+    item->dspAbort.storeRelease(1); // a running transform of an older request is of no use
+    if (request.isEmpty()) {
+        QWriteLocker locker(&item->dspLock());
+        item->dspResults().remove(DspPlotIndex);
+        item->dspComplete.storeRelease(0);
+        emit DspDataUpdated(item->serial, item, DspPlotIndex);
+        return;
+    }
+    emit requestDSP(item->serial, item, request, DspPlotIndex);
 }

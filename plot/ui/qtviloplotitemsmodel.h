@@ -81,6 +81,15 @@ public:
     void replot(const QList<int> &rows = {});
     void removeAllRows();
 
+    // The DSP plot index of the one DSP plot.
+    static constexpr qint32 DspPlotIndex = 0;
+    // The DSP plot's request text ("FFT dBFS;Hann", or "None"): every item whose own DSP
+    // column says "None" is transformed by it, now and after each new read.
+    QString dspPlotRequest() const { return m_dspPlotRequest; }
+    void setDspPlotRequest(const QString &request);
+    // The request an item's DSP results of the DSP plot come from; empty for none.
+    QString effectiveDspRequest(const QtViloPlotItem *item) const;
+
 signals:
     void itemChanged(const quint64 &serial, QtViloPlotItem *item, const QString &key,
                      const bool &mapped, const bool &dropCache, const qint32 &row,
@@ -95,6 +104,8 @@ signals:
     void PlotItemsChanged();
     // Every read of one batch has come back; the plots replot before a client is let go.
     void PlotDataUpdated(const quint64 &serial);
+    // The DSP result of `item` for DSP plot index `index` is complete.
+    void DspDataUpdated(const quint64 &serial, QtViloPlotItem *item, const qint32 &index);
     // A replica of an item was written.
     void ItemReplicated(const QString &path);
 
@@ -119,6 +130,7 @@ private:
     void completeBatch(quint64 serial, bool hadMemory);
     void releaseRealTimeRequest();
     void retire(const QList<QtViloPlotItem *> &items);
+    void requestDsp(QtViloPlotItem *item);
     void refreshFileFacts(QtViloPlotItem *item) const;
     void emitRowChanged(QtViloPlotItem *item, int firstColumn, int lastColumn);
     bool applyEdit(QtViloPlotItem *item, int column, const QVariant &value);
@@ -142,6 +154,7 @@ private:
     // Read failures of memory items already shown: a client that keeps asking for a broken
     // range gets one box, not one per request.
     QSet<QString> m_shownMemoryErrors;
+    QString m_dspPlotRequest = QStringLiteral("None");
     bool m_memoryMapped = false;
     bool m_signalPlotEnabled = true;
     int m_targetPlotCount = 0;
