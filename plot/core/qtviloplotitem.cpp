@@ -59,6 +59,7 @@ void QtViloPlotItem::setMapping(QFile *file, uchar *mapping)
 void QtViloPlotItem::clearData()
 {
     m_data = nullptr;
+    ++m_dataGeneration;
     m_sampleCount = 0;
     m_buffer.clear();
     m_values.clear();

@@ -85,7 +85,14 @@ public:
     // The sample at index i as a double (i < sampleCount()).
     double valueAt(qint64 i) const;
 
-    void setData(const void *data) { m_data = data; }
+    // Changes whenever the samples are replaced or dropped; level-of-detail lists built for
+    // one generation mean nothing for another.
+    quint64 dataGeneration() const { return m_dataGeneration; }
+    void setData(const void *data)
+    {
+        m_data = data;
+        ++m_dataGeneration;
+    }
     void setSampleCount(qint64 count) { m_sampleCount = count; }
     void setTotalSampleCount(qint64 count) { m_totalSampleCount = count; }
     void setVisibleFraction(double fraction) { m_visibleFraction = fraction; }
@@ -133,6 +140,7 @@ private:
 
     mutable QReadWriteLock m_dataLock;
     const void *m_data = nullptr;
+    quint64 m_dataGeneration = 0;
     qint64 m_sampleCount = 0;
     qint64 m_totalSampleCount = -1;
     double m_visibleFraction = 0;

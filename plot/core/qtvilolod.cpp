@@ -1,0 +1,488 @@
+#include "plot/core/qtvilolod.h"
+
+#include "plot/core/qtviloformats.h"
+#include "plot/core/qtviloplotitem.h"
+
+#include <QReadLocker>
+#include <QWriteLocker>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <type_traits>
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
+namespace {
+
+template <typename T> inline T load(const uchar *base, qint64 i)
+{
+    T v;
+    memcpy(&v, base + i * qint64(sizeof(T)), sizeof(T));
+    return v;
+}
+
+// Small integers compare exactly against integer thresholds in their own width, which
+// vectorises; wide integers and floating types compare as doubles, as the rule is stated.
+template <typename T>
+using CompareType =
+    std::conditional_t<std::is_integral_v<T> && (sizeof(T) < 8), T, double>;
+
+// x >= t, or never (on = 0): branch-free so the block loops vectorise.
+template <typename C> struct AtLeast
+{
+    C t;
+    uchar on;
+};
+template <typename C> struct AtMost
+{
+    C t;
+    uchar on;
+};
+
+template <typename C> AtLeast<C> atLeast(double bound)
+{
+    if constexpr (std::is_floating_point_v<C>) {
+        return {C(bound), uchar(bound == bound)};
+    } else {
+        const double lowest = double(std::numeric_limits<C>::lowest());
+        const double highest = double(std::numeric_limits<C>::max());
+        if (!(bound == bound) || bound > highest)
+            return {std::numeric_limits<C>::lowest(), 0};
+        if (bound <= lowest)
+            return {std::numeric_limits<C>::lowest(), 1};
+        return {C(std::ceil(bound)), 1};
+    }
+}
+
+template <typename C> AtMost<C> atMost(double bound)
+{
+    if constexpr (std::is_floating_point_v<C>) {
+        return {C(bound), uchar(bound == bound)};
+    } else {
+        const double lowest = double(std::numeric_limits<C>::lowest());
+        const double highest = double(std::numeric_limits<C>::max());
+        if (!(bound == bound) || bound < lowest)
+            return {std::numeric_limits<C>::max(), 0};
+        if (bound >= highest)
+            return {std::numeric_limits<C>::max(), 1};
+        return {C(std::floor(bound)), 1};
+    }
+}
+
+// 0x00/0xff bytes to bits.
+inline quint64 packBytes(const uchar *bytes, int n)
+{
+#ifdef __SSE2__
+    if (n == 64) {
+        quint64 bits = 0;
+        for (int k = 0; k < 4; ++k) {
+            const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i *>(bytes + 16 * k));
+            bits |= quint64(quint32(_mm_movemask_epi8(v))) << (16 * k);
+        }
+        return bits;
+    }
+#endif
+    quint64 bits = 0;
+    for (int k = 0; k < n; ++k)
+        bits |= quint64(bytes[k] & 1) << k;
+    return bits;
+}
+
+template <typename T> class Scanner
+{
+public:
+    using C = CompareType<T>;
+
+    Scanner(const void *data, const QtViloLod::ScanParams &p)
+        : m_base(static_cast<const uchar *>(data)), m_p(p), m_geLo(atLeast<C>(p.lo)),
+          m_leHi(atMost<C>(p.hi)), m_geHi(atLeast<C>(p.hi)), m_leLo(atMost<C>(p.lo))
+    {
+    }
+
+    bool run(const QAtomicInteger<quint8> *abort, QtViloKeptListBuilder &out) const
+    {
+        const qint64 n = m_p.count;
+        if (m_p.first >= m_p.last)
+            return true;
+        if (n == 1) {
+            // One sample has no neighbour on either side: only the band counts.
+            if (inBand(0))
+                out.add(0);
+            return true;
+        }
+        if (m_p.first == 0) {
+            const double v = value(0), next = value(1);
+            if (inBand(0) || (v >= m_p.hi && next <= m_p.hi) || (v <= m_p.lo && next >= m_p.lo))
+                out.add(0);
+        }
+        const qint64 end = qMin(m_p.last, n - 1);
+        for (qint64 b = qMax<qint64>(m_p.first, 1); b < end; b += 64) {
+            if (abort && abort->loadRelaxed())
+                return false;
+            const int m = int(qMin<qint64>(64, end - b));
+            out.addBlock(b, block(b, m));
+        }
+        if (m_p.last == n) {
+            const double v = value(n - 1), prev = value(n - 2);
+            if (inBand(n - 1) || (v >= m_p.hi && prev <= m_p.hi) ||
+                (v <= m_p.lo && prev >= m_p.lo))
+                out.add(n - 1);
+        }
+        return true;
+    }
+
+private:
+    double value(qint64 i) const { return double(load<T>(m_base, i)); }
+    bool inBand(qint64 i) const
+    {
+        const double v = value(i);
+        return m_p.lo <= v && v <= m_p.hi;
+    }
+
+    // Class bits of sample i: 1 in band, 2 at or above hi, 4 at or below lo.
+    int classOf(qint64 i) const
+    {
+        const double v = value(i);
+        return int(m_p.lo <= v && v <= m_p.hi) | (int(v >= m_p.hi) << 1) |
+               (int(v <= m_p.lo) << 2);
+    }
+
+    // Keep mask of the m interior samples b … b + m - 1 (their neighbours exist).
+    quint64 block(qint64 b, int m) const
+    {
+        alignas(16) uchar in[64], gh[64], ll[64];
+        const uchar *src = m_base + b * qint64(sizeof(T));
+        const C geLo = m_geLo.t, leHi = m_leHi.t, geHi = m_geHi.t, leLo = m_leLo.t;
+        const uchar onIn = uchar(-(m_geLo.on & m_leHi.on)), onGh = uchar(-m_geHi.on),
+                    onLl = uchar(-m_leLo.on);
+        if (m == 64) {
+            for (int j = 0; j < 64; ++j) {
+                T raw;
+                memcpy(&raw, src + j * sizeof(T), sizeof(T));
+                const C x = C(raw);
+                in[j] = uchar(-uchar((x >= geLo) & (x <= leHi))) & onIn;
+                gh[j] = uchar(-uchar(x >= geHi)) & onGh;
+                ll[j] = uchar(-uchar(x <= leLo)) & onLl;
+            }
+        } else {
+            for (int j = 0; j < m; ++j) {
+                T raw;
+                memcpy(&raw, src + j * sizeof(T), sizeof(T));
+                const C x = C(raw);
+                in[j] = uchar(-uchar((x >= geLo) & (x <= leHi))) & onIn;
+                gh[j] = uchar(-uchar(x >= geHi)) & onGh;
+                ll[j] = uchar(-uchar(x <= leLo)) & onLl;
+            }
+        }
+        const quint64 inM = packBytes(in, m), ghM = packBytes(gh, m), llM = packBytes(ll, m);
+        const int before = classOf(b - 1), after = classOf(b + m);
+        const int top = m - 1;
+        auto prev = [&](quint64 mask, int bit) {
+            return (mask << 1) | quint64((before >> bit) & 1);
+        };
+        auto next = [&](quint64 mask, int bit) {
+            return (mask >> 1) | (quint64((after >> bit) & 1) << top);
+        };
+        quint64 keep = inM | prev(inM, 0) | next(inM, 0) |
+                       (ghM & (prev(llM, 2) | next(llM, 2))) |
+                       (llM & (prev(ghM, 1) | next(ghM, 1)));
+        if (m < 64)
+            keep &= (quint64(1) << m) - 1;
+        return keep;
+    }
+
+    const uchar *m_base;
+    QtViloLod::ScanParams m_p;
+    AtLeast<C> m_geLo;
+    AtMost<C> m_leHi;
+    AtLeast<C> m_geHi;
+    AtMost<C> m_leLo;
+};
+
+template <typename T>
+bool scanTyped(const void *data, const QtViloLod::ScanParams &params,
+               const QAtomicInteger<quint8> *abort, QtViloKeptListBuilder &builder)
+{
+    return Scanner<T>(data, params).run(abort, builder);
+}
+
+double relativeGap(double a, double b)
+{
+    if (a == b)
+        return 0.0;
+    return std::abs(a - b) / qMax(std::abs(a), std::abs(b));
+}
+
+} // namespace
+
+namespace QtViloLod {
+
+ScanParams scanParams(const QRectF &rect, qint64 count)
+{
+    ScanParams p;
+    p.count = count;
+    const double margin = QtViloLodCurve::BandMargin * rect.height();
+    p.lo = rect.y() - margin;
+    p.hi = rect.y() + rect.height() + margin;
+    auto clampIndex = [count](double v) {
+        if (!(v > 0.0)) // negative, or NaN
+            return qint64(0);
+        if (v >= double(count))
+            return count;
+        return qint64(v);
+    };
+    p.first = clampIndex(std::floor(rect.x()));
+    p.last = clampIndex(std::floor(rect.x() + rect.width()) + 2.0);
+    return p;
+}
+
+bool scan(int typeIndex, const void *data, const ScanParams &params,
+          const QAtomicInteger<quint8> *abort, QtViloKeptList &out)
+{
+    QtViloKeptListBuilder builder(params.first, params.last);
+    bool finished = true;
+    if (data && params.count > 0) {
+        switch (typeIndex) {
+        case QtViloFormats::Int8Type:
+            finished = scanTyped<qint8>(data, params, abort, builder);
+            break;
+        case QtViloFormats::Int16Type:
+            finished = scanTyped<qint16>(data, params, abort, builder);
+            break;
+        case QtViloFormats::Int32Type:
+            finished = scanTyped<qint32>(data, params, abort, builder);
+            break;
+        case QtViloFormats::Int64Type:
+            finished = scanTyped<qint64>(data, params, abort, builder);
+            break;
+        case QtViloFormats::FloatType:
+            finished = scanTyped<float>(data, params, abort, builder);
+            break;
+        case QtViloFormats::DoubleType:
+        case QtViloFormats::AsciiType:
+            finished = scanTyped<double>(data, params, abort, builder);
+            break;
+        case QtViloFormats::Uint8Type:
+            finished = scanTyped<quint8>(data, params, abort, builder);
+            break;
+        case QtViloFormats::Uint16Type:
+            finished = scanTyped<quint16>(data, params, abort, builder);
+            break;
+        case QtViloFormats::Uint32Type:
+            finished = scanTyped<quint32>(data, params, abort, builder);
+            break;
+        case QtViloFormats::Uint64Type:
+            finished = scanTyped<quint64>(data, params, abort, builder);
+            break;
+        default:
+            break;
+        }
+    }
+    out = builder.take();
+    return finished;
+}
+
+} // namespace QtViloLod
+
+QtViloLodCurve::QtViloLodCurve(QtViloPlotItem *item, int typeIndex, void *owner)
+    : m_item(item), m_typeIndex(typeIndex), m_owner(owner)
+{
+}
+
+quint64 QtViloLodCurve::serial() const
+{
+    QReadLocker locker(&m_serialLock);
+    return m_serial;
+}
+
+void QtViloLodCurve::setSerial(quint64 serial)
+{
+    QWriteLocker locker(&m_serialLock);
+    m_serial = serial;
+}
+
+bool QtViloLodCurve::containsRect(const QRectF &outer, const QRectF &inner)
+{
+    const QRectF o = outer.normalized(), i = inner.normalized();
+    return o.left() <= i.left() && i.right() <= o.right() && o.top() <= i.top() &&
+           i.bottom() <= o.bottom();
+}
+
+bool QtViloLodCurve::intersectsRect(const QRectF &a, const QRectF &b)
+{
+    const QRectF p = a.normalized(), q = b.normalized();
+    return p.left() <= q.right() && q.left() <= p.right() && p.top() <= q.bottom() &&
+           q.top() <= p.bottom();
+}
+
+bool QtViloLodCurve::sameRect(const QRectF &a, const QRectF &b)
+{
+    constexpr double tolerance = 1e-12;
+    return relativeGap(a.x(), b.x()) <= tolerance && relativeGap(a.y(), b.y()) <= tolerance &&
+           relativeGap(a.width(), b.width()) <= tolerance &&
+           relativeGap(a.height(), b.height()) <= tolerance;
+}
+
+void QtViloLodCurve::resetFor(quint64 generation, const QRectF &bounds)
+{
+    QWriteLocker locker(&m_listLock);
+    m_lists[0] = QtViloKeptList();
+    m_lists[1] = QtViloKeptList();
+    m_current = 0;
+    m_generation = generation;
+    m_history.clear();
+    m_bounds = bounds;
+    m_reference = bounds;
+    m_lastRect = QRectF();
+}
+
+void QtViloLodCurve::switchList()
+{
+    QWriteLocker locker(&m_listLock);
+    m_current = quint8((m_current + 1) % 2);
+    m_lists[m_current] = QtViloKeptList();
+    filling.storeRelease(1);
+}
+
+void QtViloLodCurve::publish(const QtViloKeptList &list)
+{
+    QWriteLocker locker(&m_listLock);
+    m_lists[m_current % 2] = list;
+    filling.storeRelease(0);
+}
+
+void QtViloLodCurve::stepBack()
+{
+    QWriteLocker locker(&m_listLock);
+    m_lists[m_current % 2] = QtViloKeptList(); // the partly filled one
+    // 0 steps back to 2, not 1: the next switch, (2 + 1) % 2, then lands on 1 again.
+    m_current = m_current == 0 ? 2 : quint8(m_current - 1);
+    filling.storeRelease(0);
+}
+
+bool QtViloLodCurve::reduce(const QRectF &rect, quint64 requestSerial)
+{
+    abort.fetchAndStoreOrdered(0);
+    done.fetchAndStoreOrdered(0);
+    filling.fetchAndStoreOrdered(0);
+    {
+        QWriteLocker locker(&m_serialLock);
+        if (requestSerial != m_serial || !m_item) {
+            abort.fetchAndStoreOrdered(1);
+            done.fetchAndStoreOrdered(1);
+            return false;
+        }
+        ++m_serial;
+    }
+
+    QReadLocker samples(&m_item->dataLock());
+    const void *data = m_item->data();
+    const qint64 count = data ? qMax<qint64>(0, m_item->sampleCount()) : 0;
+    if (m_item->dataGeneration() != m_generation) {
+        const QRectF bounds = count > 0 ? QRectF(0.0, m_item->minValue(), double(count - 1),
+                                                 m_item->maxValue() - m_item->minValue())
+                                        : QRectF();
+        resetFor(m_item->dataGeneration(), bounds);
+    }
+
+    QtViloKeptList current;
+    {
+        QReadLocker locker(&m_listLock);
+        current = m_lists[m_current == 2 ? 1 : m_current];
+    }
+    if (count > 0 && containsRect(rect, m_bounds) && current.holdsAll(count)) {
+        m_lastRect = rect;
+        done.fetchAndStoreOrdered(1);
+        return true;
+    }
+    if (count == 0 || !intersectsRect(rect, m_bounds)) {
+        switchList();
+        publish(QtViloKeptList());
+        m_lastRect = rect;
+        done.fetchAndStoreOrdered(1);
+        return true;
+    }
+
+    const QtViloLod::ScanParams params = QtViloLod::scanParams(rect, count);
+    switchList();
+
+    const bool zoomIn = !containsRect(rect, m_reference) &&
+                        rect.width() * rect.height() <=
+                            m_reference.width() * m_reference.height();
+    if (!zoomIn) {
+        while (!m_history.isEmpty() && !sameRect(m_history.last().rect, rect))
+            m_history.removeLast();
+        if (!m_history.isEmpty()) {
+            publish(m_history.last().list); // shared, not copied
+            m_reference = rect;
+            m_lastRect = rect;
+            done.fetchAndStoreOrdered(1);
+            return true;
+        }
+    }
+
+    QtViloKeptList list;
+    if (!QtViloLod::scan(m_typeIndex, data, params, &abort, list)) {
+        stepBack();
+        done.fetchAndStoreOrdered(1);
+        return false;
+    }
+    if (m_history.size() < HistoryDepth)
+        m_history.append({rect, list});
+    publish(list);
+    m_reference = rect;
+    m_lastRect = rect;
+    done.fetchAndStoreOrdered(1);
+    return true;
+}
+
+QtViloKeptList QtViloLodCurve::currentList(quint64 *generation) const
+{
+    QReadLocker locker(&m_listLock);
+    if (generation)
+        *generation = m_generation;
+    int index = m_current == 2 ? 1 : m_current;
+    if (filling.loadAcquire())
+        index = 1 - index; // the one being built is not ready
+    return m_lists[index];
+}
+
+quint8 QtViloLodCurve::currentListNumber() const
+{
+    QReadLocker locker(&m_listLock);
+    return m_current;
+}
+
+int QtViloLodCurve::historySize() const
+{
+    return m_history.size();
+}
+
+QVector<QtViloLodCurve::HistoryEntry> QtViloLodCurve::history() const
+{
+    return m_history;
+}
+
+QRectF QtViloLodCurve::lastRect() const
+{
+    return m_lastRect;
+}
+
+QRectF QtViloLodCurve::referenceRect() const
+{
+    return m_reference;
+}
+
+void QtViloLodCurve::retire()
+{
+    abort.storeRelease(1);
+    QWriteLocker locker(&m_dataLock); // waits for a running reduction to see the flag
+    m_item = nullptr;
+    QWriteLocker lists(&m_listLock);
+    m_lists[0] = QtViloKeptList();
+    m_lists[1] = QtViloKeptList();
+    m_generation = ~quint64(0);
+}

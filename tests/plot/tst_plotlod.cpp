@@ -1,0 +1,417 @@
+#include "testenv.h"
+
+#include "plot/core/qtvilokeptlist.h"
+#include "plot/core/qtvilolod.h"
+#include "plot/core/qtviloformats.h"
+#include "plot/core/qtviloplotitem.h"
+
+#include <QRandomGenerator>
+#include <QtTest>
+
+#include <cmath>
+#include <cstring>
+#include <set>
+
+namespace {
+
+// The keep rule, one index at a time, in doubles.
+std::vector<qint64> referenceKept(const QVector<double> &v, const QRectF &r)
+{
+    const qint64 n = v.size();
+    const double lo = r.y() - 0.04 * r.height(), hi = r.y() + r.height() + 0.04 * r.height();
+    auto clampIndex = [n](double x) { return x <= 0 ? 0 : x >= n ? n : qint64(x); };
+    const qint64 first = clampIndex(std::floor(r.x()));
+    const qint64 last = clampIndex(std::floor(r.x() + r.width()) + 2);
+    auto in = [&](double x) { return lo <= x && x <= hi; };
+    std::vector<qint64> kept;
+    for (qint64 i = first; i < last; ++i) {
+        const double x = v[int(i)];
+        bool keep = in(x);
+        if (n == 1) {
+        } else if (i == 0) {
+            const double nx = v[1];
+            keep = keep || (x >= hi && nx <= hi) || (x <= lo && nx >= lo);
+        } else if (i == n - 1) {
+            const double p = v[int(i - 1)];
+            keep = keep || (x >= hi && p <= hi) || (x <= lo && p >= lo);
+        } else {
+            const double p = v[int(i - 1)], nx = v[int(i + 1)];
+            keep = keep || in(p) || in(nx) || (x >= hi && (p <= lo || nx <= lo)) ||
+                   (x <= lo && (p >= hi || nx >= hi));
+        }
+        if (keep)
+            kept.push_back(i);
+    }
+    return kept;
+}
+
+std::vector<qint64> indices(const QtViloKeptList &list)
+{
+    std::vector<qint64> out;
+    list.forEachRun(0, std::numeric_limits<qint64>::max(), [&](qint64 b, qint64 e) {
+        for (qint64 i = b; i < e; ++i)
+            out.push_back(i);
+    });
+    return out;
+}
+
+// Samples stored in the item as `typeIndex`; returns the values as that type reads them.
+QVector<double> fill(QtViloPlotItem &item, const QVector<double> &values)
+{
+    const int width = item.sampleWidth();
+    QWriteLocker locker(&item.dataLock());
+    // One byte of lead so the samples are misaligned, as in a mapped file.
+    item.buffer() = QByteArray(1 + values.size() * width, '\0');
+    uchar *out = reinterpret_cast<uchar *>(item.buffer().data()) + 1;
+    QVector<double> stored(values.size());
+    for (int i = 0; i < values.size(); ++i) {
+        const double v = values[i];
+        switch (item.typeIndex()) {
+        case QtViloFormats::Int8Type: {
+            const qint8 s = qint8(v);
+            memcpy(out + i, &s, 1);
+            stored[i] = s;
+            break;
+        }
+        case QtViloFormats::Uint16Type: {
+            const quint16 s = quint16(v);
+            memcpy(out + 2 * i, &s, 2);
+            stored[i] = s;
+            break;
+        }
+        case QtViloFormats::Int32Type: {
+            const qint32 s = qint32(v);
+            memcpy(out + 4 * i, &s, 4);
+            stored[i] = s;
+            break;
+        }
+        case QtViloFormats::FloatType: {
+            const float s = float(v);
+            memcpy(out + 4 * i, &s, 4);
+            stored[i] = double(s);
+            break;
+        }
+        case QtViloFormats::Int64Type: {
+            const qint64 s = qint64(v);
+            memcpy(out + 8 * i, &s, 8);
+            stored[i] = double(s);
+            break;
+        }
+        default: {
+            const qint16 s = qint16(v);
+            memcpy(out + 2 * i, &s, 2);
+            stored[i] = s;
+            break;
+        }
+        }
+    }
+    item.setData(out);
+    item.setSampleCount(values.size());
+    double lo = 0, hi = 0;
+    bool any = false;
+    for (double s : stored) {
+        if (s != s)
+            continue;
+        lo = any ? qMin(lo, s) : s;
+        hi = any ? qMax(hi, s) : s;
+        any = true;
+    }
+    item.setValueRange(lo, hi);
+    return stored;
+}
+
+QString formatOf(int typeIndex)
+{
+    for (const QString &text : QtViloFormats::displayTexts()) {
+        if (QtViloFormats::typeIndexOf(text) == typeIndex)
+            return text;
+    }
+    return QString();
+}
+
+} // namespace
+
+class TestPlotLod : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void keptListForms();
+    void scanMatchesReference_data();
+    void scanMatchesReference();
+    void edgeRanges();
+    void zoomHistory();
+    void fullViewAndDataChange();
+    void abortStepsBack();
+};
+
+void TestPlotLod::keptListForms()
+{
+    // Random masks through the builder, once sparse (bitmap) and once in long runs.
+    QRandomGenerator rng(7);
+    for (int density : {2, 60}) {
+        const qint64 begin = 13, end = 13 + 64 * 300 + 17;
+        QtViloKeptListBuilder builder(begin, end);
+        std::vector<qint64> expected;
+        builder.add(begin);
+        expected.push_back(begin);
+        for (qint64 b = begin + 1; b < end; b += 64) {
+            quint64 mask = 0;
+            for (int k = 0; k < 64 && b + k < end; ++k) {
+                const bool on = density > 30 ? (rng.bounded(density) != 0)
+                                             : (rng.bounded(density) == 0);
+                if (on) {
+                    mask |= quint64(1) << k;
+                    expected.push_back(b + k);
+                }
+            }
+            builder.addBlock(b, mask);
+        }
+        const QtViloKeptList list = builder.take();
+        QCOMPARE(indices(list), expected);
+        QCOMPARE(list.count(), qint64(expected.size()));
+        // Never more than about a bit per index of the range.
+        QVERIFY(list.byteSize() <= (end - begin) / 8 + 256);
+        // Clipped runs.
+        const qint64 from = begin + 1000, to = begin + 3000;
+        std::vector<qint64> clipped;
+        for (qint64 i : expected) {
+            if (i >= from && i < to)
+                clipped.push_back(i);
+        }
+        std::vector<qint64> got;
+        list.forEachRun(from, to, [&](qint64 b, qint64 e) {
+            for (qint64 i = b; i < e; ++i)
+                got.push_back(i);
+        });
+        QCOMPARE(got, clipped);
+    }
+    const QtViloKeptList all = QtViloKeptList::range(0, 1000);
+    QVERIFY(all.holdsAll(1000));
+    QVERIFY(!all.holdsAll(1001));
+    QCOMPARE(all.runs().size(), size_t(1));
+}
+
+void TestPlotLod::scanMatchesReference_data()
+{
+    QTest::addColumn<int>("typeIndex");
+    QTest::addColumn<int>("shape");
+    QTest::newRow("int16 random") << int(QtViloFormats::Int16Type) << 0;
+    QTest::newRow("int16 spiky") << int(QtViloFormats::Int16Type) << 1;
+    QTest::newRow("int16 band-crossing square") << int(QtViloFormats::Int16Type) << 2;
+    QTest::newRow("int16 flat") << int(QtViloFormats::Int16Type) << 3;
+    QTest::newRow("int8 random") << int(QtViloFormats::Int8Type) << 0;
+    QTest::newRow("uint16 spiky") << int(QtViloFormats::Uint16Type) << 1;
+    QTest::newRow("int32 square") << int(QtViloFormats::Int32Type) << 2;
+    QTest::newRow("int64 random") << int(QtViloFormats::Int64Type) << 0;
+    QTest::newRow("float random with NaN") << int(QtViloFormats::FloatType) << 4;
+}
+
+void TestPlotLod::scanMatchesReference()
+{
+    QFETCH(int, typeIndex);
+    QFETCH(int, shape);
+    QRandomGenerator rng(quint32(typeIndex * 10 + shape));
+    const int n = 5000;
+    QVector<double> v(n);
+    for (int i = 0; i < n; ++i) {
+        const double r = rng.generateDouble();
+        switch (shape) {
+        case 0:
+        case 4:
+            v[i] = -100 + 200 * r;
+            break;
+        case 1:
+            v[i] = rng.bounded(50) == 0 ? -100 + 200 * r : 10 * r;
+            break;
+        case 2:
+            v[i] = (i / 37) % 2 ? 90 : -90;
+            break;
+        default:
+            v[i] = 60;
+            break;
+        }
+    }
+    if (shape == 4) {
+        for (int i = 0; i < n; i += 1 + int(rng.bounded(30)))
+            v[i] = std::nan("");
+    }
+    QtViloPlotItem item(QStringLiteral("x"), false, QtViloPlotItemDefaults());
+    QVERIFY(item.setFormat(formatOf(typeIndex)));
+    const QVector<double> stored = fill(item, v);
+    // Views: the whole record, zooms into both ends and the middle, narrow bands that cut
+    // through the signal, integer and fractional edges, and views past either end.
+    const QList<QRectF> rects = {
+        QRectF(0, -100, n - 1, 200),      QRectF(-10.5, -5, 300.25, 10),
+        QRectF(4800, 20, 400, 0.5),       QRectF(1234.5, -91, 77.7, 2),
+        QRectF(2000, 89.5, 1000, 1),      QRectF(10, 59, 100, 0.5),
+        QRectF(-50, -100, 30, 200),       QRectF(n - 3, -100, 10, 200),
+        QRectF(0, 0, 0, 0),               QRectF(n - 1.5, 61, 0.25, 0)};
+    for (const QRectF &rect : rects) {
+        QtViloKeptList list;
+        QVERIFY(QtViloLod::scan(typeIndex, item.data(), QtViloLod::scanParams(rect, n), nullptr,
+                                list));
+        const std::vector<qint64> expected = referenceKept(stored, rect);
+        QVERIFY2(indices(list) == expected,
+                 qPrintable(QStringLiteral("rect %1 %2 %3 %4: %5 kept, %6 expected")
+                                .arg(rect.x()).arg(rect.y()).arg(rect.width())
+                                .arg(rect.height()).arg(list.count()).arg(expected.size())));
+    }
+}
+
+void TestPlotLod::edgeRanges()
+{
+    QtViloPlotItem item(QStringLiteral("x"), false, QtViloPlotItemDefaults());
+    QVector<double> v(200, 500.0); // flat, far above the bands below
+    fill(item, v);
+    QtViloKeptList list = QtViloKeptList::range(0, 5);
+    // Left of all samples: the index range is empty.
+    const QtViloLod::ScanParams left = QtViloLod::scanParams(QRectF(-40, 0, 30, 1000), 200);
+    QCOMPARE(left.first, qint64(0));
+    QCOMPARE(left.last, qint64(0));
+    QVERIFY(QtViloLod::scan(QtViloFormats::Int16Type, item.data(), left, nullptr, list));
+    QVERIFY(list.isEmpty());
+    // A flat signal above the band keeps nothing.
+    QVERIFY(QtViloLod::scan(QtViloFormats::Int16Type, item.data(),
+                            QtViloLod::scanParams(QRectF(0, 0, 199, 100), 200), nullptr, list));
+    QVERIFY(list.isEmpty());
+    // A step across the band keeps both ends of the crossing segment and nothing else.
+    v[120] = -500;
+    v[121] = -500;
+    fill(item, v);
+    QVERIFY(QtViloLod::scan(QtViloFormats::Int16Type, item.data(),
+                            QtViloLod::scanParams(QRectF(0, 0, 199, 100), 200), nullptr, list));
+    QCOMPARE(indices(list), (std::vector<qint64>{119, 120, 121, 122}));
+    // One sample: only the band decides.
+    QVector<double> one{50};
+    fill(item, one);
+    QVERIFY(QtViloLod::scan(QtViloFormats::Int16Type, item.data(),
+                            QtViloLod::scanParams(QRectF(0, 0, 1, 100), 1), nullptr, list));
+    QCOMPARE(list.count(), qint64(1));
+}
+
+void TestPlotLod::zoomHistory()
+{
+    QtViloPlotItem item(QStringLiteral("x"), false, QtViloPlotItemDefaults());
+    QVector<double> v(100000);
+    for (int i = 0; i < v.size(); ++i)
+        v[i] = 1000 * std::sin(i / 50.0);
+    fill(item, v);
+    QtViloLodCurve curve(&item, QtViloFormats::Int16Type);
+    quint64 serial = 1;
+    auto handle = [&](const QRectF &r) {
+        curve.setSerial(serial);
+        QWriteLocker locker(&curve.dataLock());
+        return curve.reduce(r, serial++);
+    };
+    const QRectF full(0, -1000, 99999, 2000);
+    QVERIFY(handle(full));
+    QCOMPARE(curve.historySize(), 1);
+    const QtViloKeptList fullList = curve.currentList(nullptr);
+    QVERIFY(fullList.holdsAll(100000));
+
+    // Seven zoom-ins keep the first six rectangles.
+    QRectF r = full;
+    for (int k = 0; k < 7; ++k) {
+        r = QRectF(r.x() + r.width() / 4, r.y() + r.height() / 4, r.width() / 2, r.height() / 2);
+        QVERIFY(handle(r));
+    }
+    QCOMPARE(curve.historySize(), 6);
+
+    // A serial that is not the curve's is refused and leaves the serial alone.
+    curve.setSerial(serial);
+    {
+        QWriteLocker locker(&curve.dataLock());
+        QVERIFY(!curve.reduce(full, serial + 5));
+    }
+    QCOMPARE(curve.serial(), serial);
+
+    // Back to the first view within the tolerance: its stored list again, no new scan.
+    const QRectF nearlyFull(full.x(), full.y() * (1 + 1e-13), full.width(), full.height());
+    QVERIFY(handle(nearlyFull));
+    QVERIFY(curve.currentList(nullptr).sharesWith(fullList));
+    QCOMPARE(curve.historySize(), 1);
+    QCOMPARE(curve.referenceRect(), nearlyFull);
+}
+
+void TestPlotLod::fullViewAndDataChange()
+{
+    QtViloPlotItem item(QStringLiteral("x"), false, QtViloPlotItemDefaults());
+    QVector<double> v(1000);
+    for (int i = 0; i < v.size(); ++i)
+        v[i] = i % 17;
+    fill(item, v);
+    QtViloLodCurve curve(&item, QtViloFormats::Int16Type);
+    quint64 generation = 0;
+    QVERIFY(curve.currentList(&generation).isEmpty());
+    QCOMPARE(generation, ~quint64(0)); // no list yet: the curve draws every sample
+    curve.setSerial(1);
+    QWriteLocker locker(&curve.dataLock());
+    QVERIFY(curve.reduce(QRectF(-5, -1, 1010, 20), 1));
+    QCOMPARE(curve.currentList(&generation).count(), qint64(1000));
+    QCOMPARE(generation, item.dataGeneration());
+    const quint8 number = curve.currentListNumber();
+    // Everything in view and already kept: nothing is switched or scanned.
+    curve.setSerial(2);
+    QVERIFY(curve.reduce(QRectF(-6, -2, 1012, 22), 2));
+    QCOMPARE(curve.currentListNumber(), number);
+    // New samples start over: lists and history belong to the old ones.
+    v.resize(10);
+    fill(item, v);
+    curve.setSerial(3);
+    QVERIFY(curve.reduce(QRectF(0, 5, 9, 1), 3));
+    QCOMPARE(curve.currentList(&generation).runs().size(), size_t(1)); // 4 … 7 reach 5 … 6
+    QCOMPARE(curve.currentList(nullptr).runs().front().begin, qint64(4));
+    QCOMPARE(curve.currentList(nullptr).count(), qint64(4));
+    QCOMPARE(generation, item.dataGeneration());
+    QCOMPARE(curve.historySize(), 1);
+}
+
+void TestPlotLod::abortStepsBack()
+{
+    // Enough flat samples that the scan is still running when the flag comes.
+    const qint64 n = 20000000;
+    QtViloPlotItem item(QStringLiteral("x"), false, QtViloPlotItemDefaults());
+    {
+        QWriteLocker locker(&item.dataLock());
+        item.buffer() = QByteArray(int(n * 2), '\0');
+        item.setData(item.buffer().constData());
+        item.setSampleCount(n);
+        item.setValueRange(0, 0);
+    }
+    QtViloLodCurve curve(&item, QtViloFormats::Int16Type);
+    auto handle = [&](const QRectF &r, quint64 serial) {
+        curve.setSerial(serial);
+        QWriteLocker locker(&curve.dataLock());
+        return curve.reduce(r, serial);
+    };
+    QVERIFY(handle(QRectF(0, -1, double(n), 2), 1));
+    QCOMPARE(curve.currentListNumber(), quint8(1));
+    const QtViloKeptList had = curve.currentList(nullptr);
+
+    // A zoom-in scan stopped half-way while at list 0: the number steps back to 2, not 1.
+    QThread *stopper = QThread::create([&curve] {
+        while (!curve.filling.loadAcquire())
+            QThread::yieldCurrentThread();
+        curve.abort.storeRelease(1);
+    });
+    stopper->start();
+    const bool finished = handle(QRectF(5, -0.5, double(n), 1), 2);
+    stopper->wait();
+    delete stopper;
+    if (finished)
+        QSKIP("the scan ended before the abort flag was set");
+    QCOMPARE(curve.currentListNumber(), quint8(2));
+    QVERIFY(curve.done.loadAcquire());
+    QVERIFY(!curve.filling.loadAcquire());
+    QVERIFY(curve.currentList(nullptr).sharesWith(had)); // the curve keeps drawing it
+    QCOMPARE(curve.historySize(), 1);
+
+    // The next switch lands on 1.
+    QVERIFY(handle(QRectF(5, -0.25, 1000, 0.5), 3));
+    QCOMPARE(curve.currentListNumber(), quint8(1));
+    QCOMPARE(curve.currentList(nullptr).count(), qint64(1002));
+}
+
+QTEST_APPLESS_MAIN(TestPlotLod)
+#include "tst_plotlod.moc"
