@@ -1,5 +1,6 @@
 #include "plot/core/qtvilolod.h"
 
+#include "plot/core/qtvilocolumnreducer.h"
 #include "plot/core/qtviloformats.h"
 #include "plot/core/qtviloplotitem.h"
 
@@ -285,6 +286,68 @@ bool scan(int typeIndex, const void *data, const ScanParams &params,
     return finished;
 }
 
+template <typename T>
+void profileTyped(const void *data, qint64 count, const QRectF &rect, int columns,
+                  QVector<double> &maxima, QVector<double> &minima)
+{
+    using namespace QtViloColumnReducer::Detail;
+    const auto *base = static_cast<const uchar *>(data);
+    const double step = rect.width() / columns;
+    for (int c = 0; c < columns; ++c) {
+        const double x0 = rect.x() + c * step;
+        qint64 i0 = qint64(std::ceil(qMax(x0, 0.0)));
+        qint64 i1 = qint64(std::floor(qMin(x0 + step, double(count - 1))));
+        if (i0 > i1) {
+            // Fewer samples than columns: the nearest one stands for the column.
+            const double centre = std::floor(x0 + step / 2 + 0.5);
+            if (!(centre >= 0.0 && centre < double(count)))
+                continue;
+            i0 = i1 = qint64(centre);
+        }
+        T lo = minStart<T>(), hi = maxStart<T>();
+        minMax<T>(base, i0, i1, lo, hi);
+        if (lo <= hi) {
+            minima[c] = double(lo);
+            maxima[c] = double(hi);
+        }
+    }
+}
+
+void profile(int typeIndex, const void *data, qint64 count, const QRectF &rect, int columns,
+             QVector<double> &maxima, QVector<double> &minima)
+{
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    maxima.fill(nan, qMax(0, columns));
+    minima.fill(nan, qMax(0, columns));
+    if (!data || count <= 0 || columns <= 0 || !(rect.width() > 0.0))
+        return;
+    switch (typeIndex) {
+    case QtViloFormats::Int8Type:
+        return profileTyped<qint8>(data, count, rect, columns, maxima, minima);
+    case QtViloFormats::Int16Type:
+        return profileTyped<qint16>(data, count, rect, columns, maxima, minima);
+    case QtViloFormats::Int32Type:
+        return profileTyped<qint32>(data, count, rect, columns, maxima, minima);
+    case QtViloFormats::Int64Type:
+        return profileTyped<qint64>(data, count, rect, columns, maxima, minima);
+    case QtViloFormats::FloatType:
+        return profileTyped<float>(data, count, rect, columns, maxima, minima);
+    case QtViloFormats::DoubleType:
+    case QtViloFormats::AsciiType:
+        return profileTyped<double>(data, count, rect, columns, maxima, minima);
+    case QtViloFormats::Uint8Type:
+        return profileTyped<quint8>(data, count, rect, columns, maxima, minima);
+    case QtViloFormats::Uint16Type:
+        return profileTyped<quint16>(data, count, rect, columns, maxima, minima);
+    case QtViloFormats::Uint32Type:
+        return profileTyped<quint32>(data, count, rect, columns, maxima, minima);
+    case QtViloFormats::Uint64Type:
+        return profileTyped<quint64>(data, count, rect, columns, maxima, minima);
+    default:
+        return;
+    }
+}
+
 } // namespace QtViloLod
 
 QtViloLodCurve::QtViloLodCurve(QtViloPlotItem *item, int typeIndex, void *owner)
@@ -485,4 +548,32 @@ void QtViloLodCurve::retire()
     m_lists[0] = QtViloKeptList();
     m_lists[1] = QtViloKeptList();
     m_generation = ~quint64(0);
+}
+
+bool QtViloLodCurve::updateProfile(const QRectF &rect, int columns, bool accumulate)
+{
+    if (!m_item)
+        return false;
+    QReadLocker samples(&m_item->dataLock());
+    const void *data = m_item->data();
+    const qint64 count = data ? qMax<qint64>(0, m_item->sampleCount()) : 0;
+    if (count <= 0 || columns <= 0)
+        return false;
+    QVector<double> maxima, minima;
+    QtViloLod::profile(m_typeIndex, data, count, rect, columns, maxima, minima);
+    const bool grow = accumulate && sameRect(m_profile.rect, rect) &&
+                      m_profile.maxima.size() == columns;
+    if (grow) {
+        for (int c = 0; c < columns; ++c) {
+            // NaN loses against any number, so an empty column keeps what it had.
+            m_profile.maxima[c] = std::fmax(m_profile.maxima[c], maxima[c]);
+            m_profile.minima[c] = std::fmin(m_profile.minima[c], minima[c]);
+        }
+    } else {
+        m_profile.maxima = maxima;
+        m_profile.minima = minima;
+    }
+    m_profile.rect = rect;
+    m_profile.generation = m_item->dataGeneration();
+    return true;
 }

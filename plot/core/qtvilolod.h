@@ -3,11 +3,22 @@
 #include "plot/core/qtvilokeptlist.h"
 
 #include <QAtomicInteger>
+#include <QMutex>
 #include <QRectF>
 #include <QReadWriteLock>
 #include <QVector>
 
 class QtViloPlotItem;
+
+// Per-pixel-column envelope of a curve for one view: the largest and smallest sample of each
+// column (NaN where a column has none).
+struct QtViloMaxMinProfile
+{
+    QRectF rect;
+    QVector<double> maxima;
+    QVector<double> minima;
+    quint64 generation = ~quint64(0);
+};
 
 // Level of detail of one curve: for a rectangle of interest (x in sample indices, y in
 // values) it keeps only the samples that can change the picture, and remembers the lists of
@@ -69,6 +80,17 @@ public:
     // Stops any reduction and detaches from the item, which may be deleted afterwards.
     void retire();
 
+    // The max/min envelope, filled by the profilers and drawn by the canvas overlay; both
+    // hold profileLock() while they use it.
+    QMutex &profileLock() { return m_profileLock; }
+    QtViloMaxMinProfile &profile() { return m_profile; }
+    // The rectangle-of-interest serial the profile was last made for (under profileLock()).
+    quint64 profileSerial = 0;
+    // Computes the envelope for `rect` over `columns` pixel columns (call with profileLock()
+    // held). With `accumulate`, a profile of the same view and samples' source grows instead
+    // of being replaced: earlier extremes persist. False when retired or without samples.
+    bool updateProfile(const QRectF &rect, int columns, bool accumulate);
+
     // Rectangle tests on closed intervals: unlike QRectF they hold for flat (zero-height)
     // rectangles, which a constant signal has.
     static bool containsRect(const QRectF &outer, const QRectF &inner);
@@ -101,6 +123,9 @@ private:
     QRectF m_lastRect;
     QRectF m_reference;
     QRectF m_bounds;
+
+    QMutex m_profileLock;
+    QtViloMaxMinProfile m_profile;
 };
 
 namespace QtViloLod {
@@ -122,5 +147,10 @@ ScanParams scanParams(const QRectF &rect, qint64 count);
 // set (then `out` is incomplete). Unknown type index: empty list.
 bool scan(int typeIndex, const void *data, const ScanParams &params,
           const QAtomicInteger<quint8> *abort, QtViloKeptList &out);
+
+// Largest and smallest sample per column of `rect` split into `columns` equal columns; a
+// column without a sample takes the sample nearest its centre, NaN beyond the samples.
+void profile(int typeIndex, const void *data, qint64 count, const QRectF &rect, int columns,
+             QVector<double> &maxima, QVector<double> &minima);
 
 } // namespace QtViloLod

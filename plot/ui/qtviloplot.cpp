@@ -1,12 +1,19 @@
 #include "plot/ui/qtviloplot.h"
 
+#include "plot/core/qtvilolod.h"
 #include "plot/core/qtviloplotitem.h"
+#include "plot/ui/qtvilolodworkers.h"
 #include "plot/ui/qtviloplotcurve.h"
+#include "plot/ui/qtviloseriesdata.h"
+#include "plot/ui/qtvilozoomer.h"
 
 #include <QEvent>
 #include <QMouseEvent>
+#include <QPainter>
 #include <QReadLocker>
+#include <QThread>
 #include <QTimer>
+#include <qwt_widget_overlay.h>
 #include <qwt_legend.h>
 #include <qwt_plot_grid.h>
 #include <qwt_plot_magnifier.h>
@@ -17,10 +24,17 @@
 
 namespace {
 
-bool hasData(QtViloPlotItem *item)
+bool hasSamples(QtViloPlotItem *item)
 {
     QReadLocker locker(&item->dataLock());
     return item->data() && item->sampleCount() > 0;
+}
+
+bool hasDspResult(QtViloPlotItem *item)
+{
+    QReadLocker locker(&item->dspLock());
+    return item->dspComplete.loadAcquire() &&
+           !item->dspResults().value(QtViloPlot::DspIndex).isEmpty();
 }
 
 // Well separated first colours; later ones step round the hue circle.
@@ -36,10 +50,77 @@ QColor colourCandidate(int n)
 
 } // namespace
 
+// Draws the max/min envelopes over the curves; they stay where they are until the profilers
+// compute them again, hence "stationary".
+class QtViloProfileOverlay : public QwtWidgetOverlay
+{
+public:
+    QtViloProfileOverlay(QWidget *canvas, QtViloPlot *plot)
+        : QwtWidgetOverlay(canvas), m_plot(plot)
+    {
+    }
+
+protected:
+    void drawOverlay(QPainter *painter) const override
+    {
+        if (!m_plot->showsMaxProfile() && !m_plot->showsMinProfile())
+            return;
+        const QwtScaleMap xMap = m_plot->canvasMap(QwtPlot::xBottom);
+        const QwtScaleMap yMap = m_plot->canvasMap(QwtPlot::yLeft);
+        for (QtViloPlotCurve *curve : m_plot->curves()) {
+            const QtViloSeriesDataBase *series = curve->seriesData();
+            if (!series || !series->lod())
+                continue;
+            QtViloLodCurve &lod = *series->lod();
+            if (!lod.profileLock().tryLock())
+                continue; // being computed; the profiler announces it when done
+            const QtViloMaxMinProfile &profile = lod.profile();
+            const int columns = profile.maxima.size();
+            QPolygonF maxima, minima;
+            for (int c = 0; c < columns; ++c) {
+                const double x = xMap.transform(profile.rect.x() +
+                                                (c + 0.5) * profile.rect.width() / columns);
+                if (profile.maxima[c] == profile.maxima[c])
+                    maxima << QPointF(x, yMap.transform(profile.maxima[c]));
+                if (profile.minima[c] == profile.minima[c])
+                    minima << QPointF(x, yMap.transform(profile.minima[c]));
+            }
+            lod.profileLock().unlock();
+            QColor colour = curve->pen().color();
+            const bool selected = curve == m_plot->selectedCurve();
+            colour.setAlpha(selected ? 200 : 110);
+            painter->setPen(QPen(colour, selected ? 1.5 : 1.0, Qt::DashLine));
+            if (m_plot->showsMaxProfile())
+                painter->drawPolyline(maxima);
+            if (m_plot->showsMinProfile())
+                painter->drawPolyline(minima);
+        }
+    }
+
+private:
+    QtViloPlot *m_plot;
+};
+
+QtViloPlotCanvas::QtViloPlotCanvas(QtViloPlot *plot)
+    : QwtPlotCanvas(plot), m_overlay(new QtViloProfileOverlay(this, plot))
+{
+}
+
+void QtViloPlotCanvas::showSelectedCurve()
+{
+    m_overlay->updateOverlay();
+}
+
+void QtViloPlotCanvas::updateStationaryOverlay()
+{
+    m_overlay->updateOverlay();
+}
+
 QtViloPlot::QtViloPlot(QWidget *parent, Source source) : QwtPlot(parent), m_source(source)
 {
     setObjectName(QStringLiteral("QtViloSignalPlot"));
     setWindowTitle(tr("Signal Plot"));
+    setCanvas(new QtViloPlotCanvas(this));
     setCanvasBackground(Qt::white);
     setAxisTitle(xBottom, tr("Samples"));
     setAxisTitle(yLeft, tr("Amplitude"));
@@ -48,7 +129,7 @@ QtViloPlot::QtViloPlot(QWidget *parent, Source source) : QwtPlot(parent), m_sour
     m_grid->setMajorPen(QColor(0xc8, 0xc8, 0xc8), 0, Qt::DotLine);
     m_grid->attach(this);
 
-    m_zoomer = new QwtPlotZoomer(canvas());
+    m_zoomer = new QtViloZoomer(canvas());
     m_zoomer->setRubberBandPen(QPen(Qt::darkGray, 0, Qt::DashLine));
     m_zoomer->setTrackerMode(QwtPicker::AlwaysOff);
     // The middle button pans, so zooming out moves to the right button.
@@ -69,9 +150,96 @@ QtViloPlot::QtViloPlot(QWidget *parent, Source source) : QwtPlot(parent), m_sour
     connect(axisWidget(xBottom), &QwtScaleWidget::scaleDivChanged, this,
             &QtViloPlot::onScaleChanged);
     connect(axisWidget(yLeft), &QwtScaleWidget::scaleDivChanged, this, &QtViloPlot::onScaleChanged);
+    if (source == SignalSource)
+        startLodThreads();
 }
 
-QtViloPlot::~QtViloPlot() = default;
+QtViloPlot::~QtViloPlot()
+{
+    for (QThread *thread : qAsConst(m_lodThreads)) {
+        thread->quit();
+        thread->wait();
+    }
+    delete m_weeder;
+    qDeleteAll(m_lodWorkers);
+    qDeleteAll(m_profilers);
+}
+
+void QtViloPlot::startLodThreads()
+{
+    auto *canvas = plotCanvas();
+    auto startThread = [this](QObject *worker, const QString &name) {
+        auto *thread = new QThread(this);
+        thread->setObjectName(name);
+        worker->moveToThread(thread);
+        connect(thread, &QThread::finished, thread, &QThread::quit);
+        m_lodThreads.append(thread);
+    };
+    m_weeder = new QtViloLodWeeder;
+    startThread(m_weeder, QStringLiteral("m_LodWeederThread"));
+    connect(this, &QtViloPlot::updateLodWeedData, m_weeder, &QtViloLodWeeder::onLodWeedDataRequest);
+    connect(m_weeder, &QtViloLodWeeder::LodWeedDataUpdated, canvas,
+            &QtViloPlotCanvas::showSelectedCurve);
+    for (int n = 1; n <= 2; ++n) {
+        auto *worker = new QtViloLodWorker(n);
+        startThread(worker, QStringLiteral("LodWorkerThread %1").arg(n));
+        m_lodWorkers.append(worker);
+        connect(this, &QtViloPlot::PovSettingsChanged, worker,
+                &QtViloLodWorker::onPovSettingsChanged);
+        connect(this, &QtViloPlot::RectOfInterestChanged, worker,
+                &QtViloLodWorker::onRectOfInterestChanged);
+        connect(worker, &QtViloLodWorker::CurveLodDataUpdated, m_weeder,
+                &QtViloLodWeeder::updateLodWeedData);
+        connect(m_weeder, &QtViloLodWeeder::LodWeedDataRequest, worker,
+                &QtViloLodWorker::updateLodWeedData);
+        connect(worker, &QtViloLodWorker::LodDataUpdated, this, &QtViloPlot::onLodDataUpdated);
+        connect(worker, &QtViloLodWorker::LodWeedDataUpdated, canvas,
+                &QtViloPlotCanvas::showSelectedCurve);
+
+        auto *profiler = new QtViloBoundingProfiler(n);
+        startThread(profiler, QStringLiteral("ProfilerThread %1").arg(n));
+        m_profilers.append(profiler);
+        connect(this, &QtViloPlot::RectOfInterestChanged, profiler,
+                &QtViloBoundingProfiler::onRectOfInterestChanged);
+        connect(this, &QtViloPlot::PovSettingsChanged, profiler,
+                &QtViloBoundingProfiler::onPovSettingsChanged);
+        connect(profiler, &QtViloBoundingProfiler::MaxMinProfileUpdated, canvas,
+                &QtViloPlotCanvas::updateStationaryOverlay);
+    }
+    for (QThread *thread : qAsConst(m_lodThreads))
+        thread->start(QThread::InheritPriority);
+}
+
+bool QtViloPlot::showsData(QtViloPlotItem *item) const
+{
+    return m_source == DspSource ? hasDspResult(item) : hasSamples(item);
+}
+
+QtViloPlotCanvas *QtViloPlot::plotCanvas() const
+{
+    return static_cast<QtViloPlotCanvas *>(const_cast<QtViloPlot *>(this)->canvas());
+}
+
+QList<QSharedPointer<QtViloLodCurve>> QtViloPlot::lodSnapshot() const
+{
+    QMutexLocker locker(&m_snapshotLock);
+    return m_lodSnapshot;
+}
+
+void QtViloPlot::updateLodSnapshot()
+{
+    QList<QSharedPointer<QtViloLodCurve>> snapshot;
+    auto add = [&snapshot](const QtViloPlotCurve *curve) {
+        const QtViloSeriesDataBase *series = curve ? curve->seriesData() : nullptr;
+        if (series && series->lod() && !snapshot.contains(series->lod()))
+            snapshot.append(series->lod());
+    };
+    add(m_selected);
+    for (const QtViloPlotCurve *curve : qAsConst(m_curves))
+        add(curve);
+    QMutexLocker locker(&m_snapshotLock);
+    m_lodSnapshot = snapshot;
+}
 
 void QtViloPlot::setItems(const QList<QtViloPlotItem *> &items)
 {
@@ -128,7 +296,9 @@ void QtViloPlot::setSelectedCurve(QtViloPlotCurve *curve)
     if (curve == m_selected)
         return;
     m_selected = curve;
+    updateLodSnapshot();
     emit SelectedCurveChanged(curve);
+    emit updateLodWeedData(this);
 }
 
 void QtViloPlot::setPlottingEnabled(bool enabled)
@@ -147,6 +317,8 @@ void QtViloPlot::setPovSettings(bool persistence, bool maxProfile, bool minProfi
     m_maxProfile = maxProfile;
     m_minProfile = minProfile;
     emit PovSettingsChanged(this, m_persistence, m_maxProfile, m_minProfile);
+    announceRect(ViewChanged); // the profilers start from the view as it is
+    plotCanvas()->updateStationaryOverlay();
 }
 
 void QtViloPlot::resetZoom()
@@ -210,7 +382,7 @@ void QtViloPlot::syncCurves()
     QList<QtViloPlotCurve *> kept;
     for (QtViloPlotCurve *curve : qAsConst(m_curves)) {
         QtViloPlotItem *item = curve->item();
-        if (m_plottingEnabled && m_items.contains(item) && item->visible && hasData(item)) {
+        if (m_plottingEnabled && m_items.contains(item) && item->visible && showsData(item)) {
             kept.append(curve);
         } else {
             curve->detach();
@@ -226,9 +398,9 @@ void QtViloPlot::syncCurves()
                 curve = c;
         }
         if (!curve) {
-            if (!m_plottingEnabled || !item->visible || !hasData(item))
+            if (!m_plottingEnabled || !item->visible || !showsData(item))
                 continue;
-            curve = new QtViloPlotCurve(item);
+            curve = new QtViloPlotCurve(item, m_source == DspSource);
             if (!m_colours.contains(item))
                 m_colours.insert(item, nextColour());
             curve->setPen(m_colours.value(item), 0.0);
@@ -241,10 +413,11 @@ void QtViloPlot::syncCurves()
     QtViloPlotCurve *selected = m_curves.contains(m_selected) ? m_selected : nullptr;
     if (!selected && !m_curves.isEmpty())
         selected = m_curves.first();
-    if (selected != m_selected) {
-        m_selected = selected;
+    const bool selectionChanged = selected != m_selected;
+    m_selected = selected;
+    updateLodSnapshot();
+    if (selectionChanged)
         emit SelectedCurveChanged(selected);
-    }
     emit CurvesChanged();
 }
 
@@ -279,6 +452,11 @@ void QtViloPlot::announceRect(quint32 reason)
         QWriteLocker locker(&m_serialLock);
         serial = ++m_serial;
     }
+    m_columns.storeRelaxed(canvas()->width());
+    // Each curve takes the request's serial; the worker that reduces it moves it on, so the
+    // other worker leaves it alone.
+    for (const QSharedPointer<QtViloLodCurve> &lod : lodSnapshot())
+        lod->setSerial(serial);
     emit RectOfInterestChanged(this, rectOfInterest(), serial, reason);
 }
 

@@ -1,18 +1,49 @@
 #pragma once
 
+#include "plot/ui/qtvilozoomer.h"
+
+#include <QAtomicInt>
 #include <QColor>
 #include <QHash>
 #include <QList>
+#include <QMutex>
 #include <QReadWriteLock>
 #include <QRectF>
+#include <QSharedPointer>
 #include <qwt_plot.h>
+#include <qwt_plot_canvas.h>
 
+class QThread;
+class QtViloBoundingProfiler;
+class QtViloLodCurve;
+class QtViloLodWeeder;
+class QtViloLodWorker;
+class QtViloPlot;
 class QtViloPlotCurve;
 class QtViloPlotItem;
+class QtViloProfileOverlay;
+
 class QwtPlotGrid;
 class QwtPlotMagnifier;
 class QwtPlotPanner;
-class QwtPlotZoomer;
+
+// The plot's canvas: shows the selected curve and the max/min profile overlay again when the
+// level-of-detail side says they changed.
+class QtViloPlotCanvas : public QwtPlotCanvas
+{
+    Q_OBJECT
+public:
+    explicit QtViloPlotCanvas(QtViloPlot *plot);
+
+    QtViloProfileOverlay *overlay() const { return m_overlay; }
+
+public slots:
+    void showSelectedCurve();
+    void updateStationaryOverlay();
+
+private:
+    QtViloProfileOverlay *m_overlay;
+};
 
 // The signal plot: one curve per visible plot item with data, drawn by pixel column.
 //
@@ -75,7 +106,18 @@ public:
     void resetZoom();
 
     void setLegendVisible(bool visible);
-    QwtPlotZoomer *zoomer() const { return m_zoomer; }
+    QtViloZoomer *zoomer() const { return m_zoomer; }
+    QtViloPlotCanvas *plotCanvas() const;
+
+    // For the level-of-detail threads: the curves' reduction states, the selected curve
+    // first, then in item order. Thread-safe.
+    QList<QSharedPointer<QtViloLodCurve>> lodSnapshot() const;
+    // Pixel columns of the canvas, for the profilers. Thread-safe.
+    int profileColumns() const { return m_columns.loadRelaxed(); }
+    bool showsMaxProfile() const { return m_maxProfile; }
+    bool showsMinProfile() const { return m_minProfile; }
+    QtViloLodWeeder *weeder() const { return m_weeder; }
+    QList<QtViloLodWorker *> lodWorkers() const { return m_lodWorkers; }
 
 signals:
     void RectOfInterestChanged(QtViloPlot *plot, const QRectF &rect, const quint64 &serial,
@@ -101,6 +143,9 @@ private:
     void rescaleIfFree();
     void onScaleChanged();
     void announceRect(quint32 reason);
+    void updateLodSnapshot();
+    bool showsData(QtViloPlotItem *item) const;
+    void startLodThreads();
     QColor nextColour();
 
     Source m_source;
@@ -114,12 +159,21 @@ private:
     QHash<const QtViloPlotItem *, QColor> m_colours;
 
     QwtPlotGrid *m_grid = nullptr;
-    QwtPlotZoomer *m_zoomer = nullptr;
+    QtViloZoomer *m_zoomer = nullptr;
     QwtPlotPanner *m_panner = nullptr;
     QwtPlotMagnifier *m_magnifier = nullptr;
     bool m_userView = false;
     bool m_rescaling = false;
     bool m_viewChangePending = false;
+
+    // Level of detail (signal plot only); threads are quit and waited for before the curves go.
+    QList<QThread *> m_lodThreads;
+    QtViloLodWeeder *m_weeder = nullptr;
+    QList<QtViloLodWorker *> m_lodWorkers;
+    QList<QtViloBoundingProfiler *> m_profilers;
+    mutable QMutex m_snapshotLock;
+    QList<QSharedPointer<QtViloLodCurve>> m_lodSnapshot;
+    QAtomicInt m_columns{0};
 
     mutable QReadWriteLock m_serialLock;
     quint64 m_serial = 0;

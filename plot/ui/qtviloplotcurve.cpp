@@ -6,10 +6,18 @@
 #include <QPainter>
 #include <qwt_series_data.h>
 
-QtViloPlotCurve::QtViloPlotCurve(QtViloPlotItem *item) : QwtPlotCurve(item->name()), m_item(item)
+QtViloPlotCurve::QtViloPlotCurve(QtViloPlotItem *item, bool dspResult)
+    : QwtPlotCurve(item->name()), m_item(item), m_dspResult(dspResult)
 {
     setPaintAttribute(FilterPoints, false); // the column reduction already drops duplicates
     refresh();
+}
+
+QtViloPlotCurve::~QtViloPlotCurve()
+{
+    const QtViloSeriesDataBase *series = seriesData();
+    if (series && series->lod())
+        series->lod()->retire();
 }
 
 const QtViloSeriesDataBase *QtViloPlotCurve::seriesData() const
@@ -19,9 +27,15 @@ const QtViloSeriesDataBase *QtViloPlotCurve::seriesData() const
 
 void QtViloPlotCurve::refresh()
 {
-    const QtViloSeriesDataBase *current = seriesData();
-    if (!current || current->typeIndex() != m_item->typeIndex()) {
-        QwtSeriesData<QPointF> *next = createQtViloSeriesData(m_item);
+    auto *current = const_cast<QtViloSeriesDataBase *>(seriesData());
+    if (current && m_dspResult) {
+        current->invalidate();
+    } else if (!current || current->typeIndex() != m_item->typeIndex()) {
+        if (current && current->lod())
+            current->lod()->retire(); // a worker may still hold it
+        QwtSeriesData<QPointF> *next = createQtViloSeriesData(
+            m_item,
+            m_dspResult ? QtViloSeriesDataBase::DspResult : QtViloSeriesDataBase::Samples, this);
         if (!next)
             next = new QwtPointSeriesData(); // unknown type: an empty curve
         setData(next);                       // deletes the old data and announces the change

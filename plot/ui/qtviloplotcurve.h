@@ -13,12 +13,16 @@ class QtViloPlotCurve : public QwtPlotCurve
 public:
     enum { Rtti = QwtPlotItem::Rtti_PlotUserItem + 0x5601 };
 
-    explicit QtViloPlotCurve(QtViloPlotItem *item);
+    // `dspResult`: the curve shows the item's DSP result instead of its samples.
+    explicit QtViloPlotCurve(QtViloPlotItem *item, bool dspResult = false);
+    // Stops the level-of-detail work on the curve: its item may go soon after.
+    ~QtViloPlotCurve() override;
 
     int rtti() const override { return Rtti; }
     QtViloPlotItem *item() const { return m_item; }
     // Null only when the item's type index is unknown.
     const QtViloSeriesDataBase *seriesData() const;
+    bool showsDspResult() const { return m_dspResult; }
 
     // After the item's data or format changed: new series data when the type changed, and
     // the bounding rectangle and legend brought up to date.
@@ -43,6 +47,7 @@ protected:
 
 private:
     QtViloPlotItem *m_item;
+    bool m_dspResult;
     double m_timeFactor = 1.0;
     double m_amplitudeFactor = 1.0;
 };

@@ -9,22 +9,81 @@
 #include <qwt_symbol.h>
 
 #include <cmath>
+#include <memory>
+
+QtViloSeriesDataBase::QtViloSeriesDataBase(QtViloPlotItem *item, int typeIndex, Source source,
+                                           void *owner)
+    : m_item(item), m_typeIndex(typeIndex), m_source(source)
+{
+    if (source == Samples)
+        m_lod = QSharedPointer<QtViloLodCurve>::create(item, typeIndex, owner);
+}
+
+QtViloSeriesDataBase::Access::Access(const QtViloSeriesDataBase &series, bool wait)
+{
+    QtViloPlotItem *item = series.m_item;
+    if (series.m_source == Samples) {
+        m_lock = &item->dataLock();
+        m_lock->lockForRead();
+        data = static_cast<const uchar *>(item->data());
+        count = data ? qMax<qint64>(0, item->sampleCount()) : 0;
+        return;
+    }
+    QReadWriteLock *lock = &item->dspLock();
+    if (wait)
+        lock->lockForRead();
+    else if (!lock->tryLockForRead())
+        return;
+    m_lock = lock;
+    if (!item->dspComplete.loadAcquire())
+        return;
+    const QHash<qint32, QByteArray> &results = item->dspResults();
+    const auto it = results.constFind(0);
+    if (it == results.constEnd() || it->isEmpty())
+        return;
+    data = reinterpret_cast<const uchar *>(it->constData());
+    count = it->size() / qint64(sizeof(double));
+}
+
+QtViloSeriesDataBase::Access::~Access()
+{
+    if (m_lock)
+        m_lock->unlock();
+}
 
 size_t QtViloSeriesDataBase::size() const
 {
-    QReadLocker locker(&m_item->dataLock());
-    return m_item->data() ? size_t(qMax<qint64>(0, m_item->sampleCount())) : 0;
+    const Access access(*this, true);
+    return size_t(access.count);
 }
 
 QRectF QtViloSeriesDataBase::boundingRect() const
 {
-    QReadLocker locker(&m_item->dataLock());
-    const qint64 count = m_item->data() ? m_item->sampleCount() : 0;
-    if (count <= 0)
+    const Access access(*this, true);
+    if (access.count <= 0)
         return QRectF(1.0, 1.0, -2.0, -2.0); // Qwt's "invalid" rectangle
-    const double lo = m_item->minValue();
-    const double hi = m_item->maxValue();
-    return QRectF(0.0, lo, double(count - 1), hi - lo);
+    double lo, hi;
+    if (m_source == Samples) {
+        lo = m_item->minValue();
+        hi = m_item->maxValue();
+    } else {
+        if (m_rangeKey != access.data || m_rangeCount != access.count) {
+            double rangeLo = QtViloColumnReducer::Detail::minStart<double>();
+            double rangeHi = QtViloColumnReducer::Detail::maxStart<double>();
+            QtViloColumnReducer::Detail::minMax<double>(access.data, 0, access.count - 1,
+                                                        rangeLo, rangeHi);
+            if (!(rangeLo <= rangeHi)) // all NaN
+                rangeLo = rangeHi = 0.0;
+            // dBFS of silence is far below anything else shown: keep it off the scale.
+            m_range = QRectF(0.0, qMax(rangeLo, -400.0), 0.0, 0.0);
+            m_range.setBottom(qMax(rangeHi, m_range.top()));
+            m_rangeKey = access.data;
+            m_rangeCount = access.count;
+        }
+        lo = m_range.top();
+        hi = m_range.bottom();
+    }
+    return QRectF(0.0, lo, double(access.count - 1), hi - lo);
 }
 
 bool QtViloSeriesDataBase::linearMap(const QwtScaleMap &map, QtViloColumnReducer::LinearMap &out)
@@ -60,6 +119,60 @@ void QtViloSeriesDataBase::clipBounds(const QPainter *painter, QtViloColumnReduc
     params.clipBottom = device->height() + 1.0 - transform.dy();
 }
 
+namespace {
+
+// Folds a stream of pixel points into at most first, lowest, highest and last per pixel
+// column: kept samples with gaps between them come in any number per column.
+class ColumnFolder
+{
+public:
+    explicit ColumnFolder(QVector<QPointF> &out) : m_out(out) {}
+    ~ColumnFolder() { flush(); }
+
+    void push(double x, double y)
+    {
+        if (m_has && x == m_x) {
+            m_min = qMin(m_min, y);
+            m_max = qMax(m_max, y);
+            m_last = y;
+            return;
+        }
+        flush();
+        m_has = true;
+        m_x = x;
+        m_first = m_min = m_max = m_last = y;
+    }
+
+private:
+    void emitPoint(double y)
+    {
+        if (m_out.isEmpty() || m_out.last() != QPointF(m_x, y))
+            m_out.append(QPointF(m_x, y));
+    }
+    void flush()
+    {
+        if (!m_has)
+            return;
+        emitPoint(m_first);
+        // Through the nearer extreme first, so the joins to both neighbours stay short.
+        if (std::abs(m_first - m_min) <= std::abs(m_first - m_max)) {
+            emitPoint(m_min);
+            emitPoint(m_max);
+        } else {
+            emitPoint(m_max);
+            emitPoint(m_min);
+        }
+        emitPoint(m_last);
+        m_has = false;
+    }
+
+    QVector<QPointF> &m_out;
+    bool m_has = false;
+    double m_x = 0, m_first = 0, m_min = 0, m_max = 0, m_last = 0;
+};
+
+} // namespace
+
 void QtViloSeriesDataBase::drawWith(QtViloColumnReducer::ReduceFunction reduce, QPainter *painter,
                                     const QwtScaleMap &xMap, const QwtScaleMap &yMap,
                                     const QRectF &canvasRect, int from, int to, const QPen &pen,
@@ -71,9 +184,10 @@ void QtViloSeriesDataBase::drawWith(QtViloColumnReducer::ReduceFunction reduce, 
     QVector<QPointF> points;
     double spacing = 0.0;
     {
-        QReadLocker locker(&m_item->dataLock());
-        const void *data = m_item->data();
-        const qint64 count = m_item->sampleCount();
+        // A DSP result being written is not waited for: its completion replots anyway.
+        const Access access(*this, m_source == Samples);
+        const uchar *data = access.data;
+        const qint64 count = access.count;
         if (!data || count <= 0)
             return;
         qint64 first = qMax(0, from);
@@ -89,17 +203,38 @@ void QtViloSeriesDataBase::drawWith(QtViloColumnReducer::ReduceFunction reduce, 
         last = qMin(last, qint64(std::ceil(hi)) + 1);
         if (first > last)
             return;
+
+        // The kept list, if the level-of-detail workers made one for these very samples.
+        QtViloKeptList kept;
+        bool useKept = false;
+        if (m_lod && linear) {
+            quint64 generation = 0;
+            kept = m_lod->currentList(&generation);
+            useKept = generation == m_item->dataGeneration();
+            if (useKept) {
+                // One run over the whole shown range draws exactly as without a list.
+                kept.forEachRun(first, last + 1, [&](qint64 b, qint64 e) {
+                    if (b == first && e == last + 1)
+                        useKept = false;
+                });
+            }
+        }
+
         if (linear) {
             params.from = first;
             params.to = last;
             clipBounds(painter, params);
-            reduce(data, params, points);
             spacing = params.x.factor;
+            if (!useKept) {
+                reduce(data, params, points);
+            } else {
+                drawKept(reduce, data, params, kept, points);
+            }
         } else {
             // Inverted or logarithmic axes: every shown sample, mapped by Qwt.
             points.reserve(int(qMin<qint64>(last - first + 1, 1 << 24)));
             for (qint64 i = first; i <= last; ++i) {
-                const double v = m_item->valueAt(i);
+                const double v = valueOf(data, i);
                 if (!std::isnan(v))
                     points.append(
                         QPointF(qRound(xMap.transform(double(i))), qRound(yMap.transform(v))));
@@ -121,31 +256,79 @@ void QtViloSeriesDataBase::drawWith(QtViloColumnReducer::ReduceFunction reduce, 
     }
 }
 
-QtViloSeriesDataBase *createQtViloSeriesData(QtViloPlotItem *item)
+void QtViloSeriesDataBase::drawKept(QtViloColumnReducer::ReduceFunction reduce, const uchar *data,
+                                    const QtViloColumnReducer::Params &params,
+                                    const QtViloKeptList &kept, QVector<QPointF> &points) const
 {
+    // A few runs are reduced one by one and joined as they are, each exact; the joins lie
+    // beyond the band, outside the canvas. Many short runs (a noisy signal cut by a narrow
+    // band) go through the column folder, so the polyline stays a few points per column.
+    qint64 runs = 0;
+    kept.forEachRun(params.from, params.to + 1, [&runs](qint64, qint64) { ++runs; });
+    const double columns = std::abs(params.x(double(params.to)) - params.x(double(params.from)));
+    const bool fold = double(runs) > 4.0 * columns + 64.0;
+    QVector<QPointF> part;
+    std::unique_ptr<ColumnFolder> folder(fold ? new ColumnFolder(points) : nullptr);
+    auto add = [&](double x, double y) {
+        if (folder)
+            folder->push(x, y);
+        else if (points.isEmpty() || points.last() != QPointF(x, y))
+            points.append(QPointF(x, y));
+    };
+    kept.forEachRun(params.from, params.to + 1, [&](qint64 b, qint64 e) {
+        if (e - b >= 16) {
+            QtViloColumnReducer::Params runParams = params;
+            runParams.from = b;
+            runParams.to = e - 1;
+            reduce(data, runParams, part);
+            for (const QPointF &p : qAsConst(part))
+                add(p.x(), p.y());
+            return;
+        }
+        for (qint64 i = b; i < e; ++i) {
+            const double v = valueOf(data, i);
+            if (v == v)
+                add(QtViloColumnReducer::Detail::toPixel(params.x(double(i))),
+                    QtViloColumnReducer::Detail::toPixel(params.y(v)));
+        }
+    });
+}
+
+double QtViloSeriesDataBase::valueOf(const uchar *data, qint64 i) const
+{
+    if (m_source == DspResult)
+        return QtViloColumnReducer::Detail::load<double>(data, i);
+    return m_item->valueAt(i);
+}
+
+QtViloSeriesDataBase *createQtViloSeriesData(QtViloPlotItem *item,
+                                             QtViloSeriesDataBase::Source source, void *owner)
+{
+    if (source == QtViloSeriesDataBase::DspResult)
+        return new QtViloSeriesData<double>(item, QtViloFormats::DoubleType, source);
     const int type = item->typeIndex();
     switch (type) {
     case QtViloFormats::Int8Type:
-        return new QtViloSeriesData<signed char>(item, type);
+        return new QtViloSeriesData<signed char>(item, type, source, owner);
     case QtViloFormats::Int16Type:
-        return new QtViloSeriesData<short>(item, type);
+        return new QtViloSeriesData<short>(item, type, source, owner);
     case QtViloFormats::Int32Type:
-        return new QtViloSeriesData<int>(item, type);
+        return new QtViloSeriesData<int>(item, type, source, owner);
     case QtViloFormats::Int64Type:
-        return new QtViloSeriesData<long long>(item, type);
+        return new QtViloSeriesData<long long>(item, type, source, owner);
     case QtViloFormats::FloatType:
-        return new QtViloSeriesData<float>(item, type);
+        return new QtViloSeriesData<float>(item, type, source, owner);
     case QtViloFormats::DoubleType:
     case QtViloFormats::AsciiType: // held as doubles
-        return new QtViloSeriesData<double>(item, type);
+        return new QtViloSeriesData<double>(item, type, source, owner);
     case QtViloFormats::Uint8Type:
-        return new QtViloSeriesData<unsigned char>(item, type);
+        return new QtViloSeriesData<unsigned char>(item, type, source, owner);
     case QtViloFormats::Uint16Type:
-        return new QtViloSeriesData<unsigned short>(item, type);
+        return new QtViloSeriesData<unsigned short>(item, type, source, owner);
     case QtViloFormats::Uint32Type:
-        return new QtViloSeriesData<unsigned int>(item, type);
+        return new QtViloSeriesData<unsigned int>(item, type, source, owner);
     case QtViloFormats::Uint64Type:
-        return new QtViloSeriesData<unsigned long long>(item, type);
+        return new QtViloSeriesData<unsigned long long>(item, type, source, owner);
     default:
         return nullptr;
     }

@@ -1,0 +1,160 @@
+#include "testenv.h"
+
+#include "plot/core/qtvilolod.h"
+#include "plot/core/qtviloplotitem.h"
+#include "plot/ui/qtvilolodworkers.h"
+#include "plot/ui/qtviloplot.h"
+#include "plot/ui/qtviloplotcurve.h"
+#include "plot/ui/qtviloseriesdata.h"
+
+#include <QMutex>
+#include <QThread>
+#include <QtTest>
+
+#include <cmath>
+#include <memory>
+
+namespace {
+
+std::unique_ptr<QtViloPlotItem> makeItem(int n, double phase)
+{
+    auto item = std::make_unique<QtViloPlotItem>(QStringLiteral("wave%1").arg(phase), false,
+                                                 QtViloPlotItemDefaults());
+    QWriteLocker locker(&item->dataLock());
+    item->buffer() = QByteArray(n * 2, '\0');
+    auto *out = reinterpret_cast<qint16 *>(item->buffer().data());
+    for (int i = 0; i < n; ++i)
+        out[i] = qint16(std::lround(1000 * std::sin(i / 300.0 + phase)));
+    item->setData(out);
+    item->setSampleCount(n);
+    item->setValueRange(-1000, 1000);
+    return item;
+}
+
+} // namespace
+
+class TestPlotLodWorkers : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void threadsAreNamed();
+    void eachCurveOncePerSerial();
+    void profilesFollowTheView();
+};
+
+void TestPlotLodWorkers::threadsAreNamed()
+{
+    QtViloPlot plot;
+    QStringList names;
+    for (QThread *thread : plot.findChildren<QThread *>()) {
+        QVERIFY(thread->isRunning());
+        names << thread->objectName();
+    }
+    names.sort();
+    QCOMPARE(names, (QStringList{"LodWorkerThread 1", "LodWorkerThread 2", "ProfilerThread 1",
+                                 "ProfilerThread 2", "m_LodWeederThread"}));
+    QtViloPlot dsp(nullptr, QtViloPlot::DspSource);
+    QVERIFY(dsp.findChildren<QThread *>().isEmpty()); // DSP results are drawn whole
+}
+
+void TestPlotLodWorkers::eachCurveOncePerSerial()
+{
+    std::vector<std::unique_ptr<QtViloPlotItem>> owned;
+    QList<QtViloPlotItem *> items;
+    for (int k = 0; k < 8; ++k) {
+        owned.push_back(makeItem(400000, k));
+        items << owned.back().get();
+    }
+    // Declared before the plot: the workers may still report while it stops them.
+    QMutex mutex;
+    QHash<QPair<quint64, QtViloPlotCurve *>, int> reductions;
+    QtViloPlot plot;
+    plot.resize(800, 400);
+    for (QtViloLodWorker *worker : plot.lodWorkers()) {
+        connect(
+            worker, &QtViloLodWorker::CurveLodDataUpdated, worker,
+            [&](const quint64 &serial, QtViloPlotCurve *curve, const void *, const quint64 &) {
+                QMutexLocker locker(&mutex);
+                ++reductions[qMakePair(serial, curve)];
+            },
+            Qt::DirectConnection);
+    }
+    plot.setItems(items);
+    QCOMPARE(plot.curves().size(), 8);
+
+    // Several views in a row; only the newest serial must be served, each curve by one worker.
+    for (int step = 0; step < 6; ++step) {
+        plot.setAxisScale(QwtPlot::xBottom, 1000.0 * step, 1000.0 * step + 50000.0);
+        plot.setAxisScale(QwtPlot::yLeft, -500, 500);
+        plot.replot();
+        QCoreApplication::processEvents();
+    }
+    plot.resetZoom();
+    const quint64 serial = plot.serial();
+    auto countFor = [&](quint64 s) {
+        QMutexLocker locker(&mutex);
+        int curves = 0;
+        for (auto it = reductions.cbegin(); it != reductions.cend(); ++it) {
+            if (it.key().first == s) {
+                ++curves;
+                if (it.value() != 1)
+                    return -1;
+            }
+        }
+        return curves;
+    };
+    QTRY_COMPARE_WITH_TIMEOUT(countFor(serial), 8, 20000);
+    QTest::qWait(100);
+    QCOMPARE(countFor(serial), 8);
+    {
+        QMutexLocker locker(&mutex);
+        for (auto it = reductions.cbegin(); it != reductions.cend(); ++it)
+            QCOMPARE(it.value(), 1); // no curve twice for any serial
+    }
+    // Every curve now draws from a list made for its samples.
+    for (QtViloPlotCurve *curve : plot.curves()) {
+        quint64 generation = 0;
+        curve->seriesData()->lod()->currentList(&generation);
+        QCOMPARE(generation, curve->item()->dataGeneration());
+    }
+    // A curve dropped while the workers run is retired and never touched again.
+    QtViloPlotCurve *first = plot.curves().first();
+    const QSharedPointer<QtViloLodCurve> lod = first->seriesData()->lod();
+    plot.setItems(items.mid(1));
+    QVERIFY(!lod->item());
+}
+
+void TestPlotLodWorkers::profilesFollowTheView()
+{
+    auto item = makeItem(100000, 0.0);
+    QtViloPlot plot;
+    plot.resize(640, 300);
+    plot.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&plot));
+    plot.setItems({item.get()});
+    plot.setPovSettings(false, true, true);
+    QtViloPlotCurve *curve = plot.curves().first();
+    QtViloLodCurve &lod = *curve->seriesData()->lod();
+    auto profiled = [&] {
+        QMutexLocker locker(&lod.profileLock());
+        return lod.profileSerial == plot.serial() && !lod.profile().maxima.isEmpty();
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(profiled(), 10000);
+    QMutexLocker locker(&lod.profileLock());
+    const QtViloMaxMinProfile &profile = lod.profile();
+    QCOMPARE(profile.maxima.size(), plot.canvas()->width());
+    double top = -1e9, bottom = 1e9;
+    for (int c = 0; c < profile.maxima.size(); ++c) {
+        if (profile.maxima[c] == profile.maxima[c]) {
+            QVERIFY(profile.maxima[c] >= profile.minima[c]);
+            top = qMax(top, profile.maxima[c]);
+            bottom = qMin(bottom, profile.minima[c]);
+        }
+    }
+    QCOMPARE(top, 1000.0);
+    QCOMPARE(bottom, -1000.0);
+}
+
+QTEST_MAIN(TestPlotLodWorkers)
+#include "tst_plotlodworkers.moc"
