@@ -143,6 +143,7 @@ private slots:
     void zoomHistory();
     void fullViewAndDataChange();
     void abortStepsBack();
+    void profilesPersist();
 };
 
 void TestPlotLod::keptListForms()
@@ -411,6 +412,39 @@ void TestPlotLod::abortStepsBack()
     QVERIFY(handle(QRectF(5, -0.25, 1000, 0.5), 3));
     QCOMPARE(curve.currentListNumber(), quint8(1));
     QCOMPARE(curve.currentList(nullptr).count(), qint64(1002));
+}
+
+void TestPlotLod::profilesPersist()
+{
+    QtViloPlotItem item(QStringLiteral("x"), false, QtViloPlotItemDefaults());
+    QVector<double> v(1000);
+    for (int i = 0; i < v.size(); ++i)
+        v[i] = i % 10;
+    fill(item, v);
+    QtViloLodCurve curve(&item, QtViloFormats::Int16Type);
+    const QRectF view(0, 0, 1000, 10);
+    QMutexLocker locker(&curve.profileLock());
+    QVERIFY(curve.updateProfile(view, 100, true));
+    QCOMPARE(curve.profile().maxima.size(), 100);
+    QCOMPARE(curve.profile().maxima[3], 9.0);
+    QCOMPARE(curve.profile().minima[3], 0.0);
+    // Quieter samples: with persistence the earlier extremes stay, without they go.
+    v.fill(4);
+    v[505] = 7;
+    fill(item, v);
+    QVERIFY(curve.updateProfile(view, 100, true));
+    QCOMPARE(curve.profile().maxima[3], 9.0);
+    QVERIFY(curve.updateProfile(view, 100, false));
+    QCOMPARE(curve.profile().maxima[3], 4.0);
+    QCOMPARE(curve.profile().minima[3], 4.0);
+    QCOMPARE(curve.profile().maxima[50], 7.0);
+    // Zoomed in beyond one sample per column: each column shows its nearest sample.
+    QVERIFY(curve.updateProfile(QRectF(500, 0, 10, 10), 40, false));
+    QCOMPARE(curve.profile().maxima[21], 7.0);
+    QCOMPARE(curve.profile().maxima[0], 4.0);
+    // Beyond the samples: nothing.
+    QVERIFY(curve.updateProfile(QRectF(2000, 0, 10, 10), 10, false));
+    QVERIFY(std::isnan(curve.profile().maxima[0]));
 }
 
 QTEST_APPLESS_MAIN(TestPlotLod)
