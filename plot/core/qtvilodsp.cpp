@@ -117,6 +117,9 @@ public:
         if (!coefficientsOf(type, m_a) || length == 0)
             return false;
         m_length = length;
+        m_terms = 4;
+        while (m_terms > 1 && m_a[m_terms] == 0)
+            --m_terms;
         const quint64 steps = std::min(Block, length);
         for (quint64 j = 0; j < steps; ++j) {
             const double x = TwoPi * double(j) / double(length);
@@ -132,18 +135,42 @@ public:
         const double x = TwoPi * double(from) / double(m_length);
         const double ca = std::cos(x);
         const double sa = std::sin(x);
-        const double a0 = m_a[0], a1 = m_a[1], a2 = m_a[2], a3 = m_a[3], a4 = m_a[4];
-        for (quint64 i = 0; i < count; ++i) {
-            const double c1 = ca * m_cos[i] - sa * m_sin[i];
-            const double c2 = 2.0 * c1 * c1 - 1.0;
-            const double c3 = 2.0 * c1 * c2 - c1;
-            const double c4 = 2.0 * c1 * c3 - c2;
-            w[i] = a0 - a1 * c1 + a2 * c2 - a3 * c3 + a4 * c4;
+        switch (m_terms) {
+        case 1:
+            return weights<1>(ca, sa, count, w);
+        case 2:
+            return weights<2>(ca, sa, count, w);
+        case 3:
+            return weights<3>(ca, sa, count, w);
+        default:
+            return weights<4>(ca, sa, count, w);
         }
     }
 
 private:
+    // Only the harmonics the window has, so the short windows cost less.
+    template <int Terms> void weights(double ca, double sa, quint64 count, double *w) const
+    {
+        const double a0 = m_a[0], a1 = m_a[1], a2 = m_a[2], a3 = m_a[3], a4 = m_a[4];
+        for (quint64 i = 0; i < count; ++i) {
+            const double c1 = ca * m_cos[i] - sa * m_sin[i];
+            double v = a0 - a1 * c1;
+            if constexpr (Terms >= 2) {
+                const double c2 = 2.0 * c1 * c1 - 1.0;
+                v += a2 * c2;
+                if constexpr (Terms >= 3) {
+                    const double c3 = 2.0 * c1 * c2 - c1;
+                    v -= a3 * c3;
+                    if constexpr (Terms >= 4)
+                        v += a4 * (2.0 * c1 * c3 - c2);
+                }
+            }
+            w[i] = v;
+        }
+    }
+
     quint64 m_length = 0;
+    int m_terms = 1;
     double m_a[5] = {};
     double m_cos[Block];
     double m_sin[Block];
