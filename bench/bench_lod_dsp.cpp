@@ -3,6 +3,7 @@
 // one dBFS value per bin into the item's buffer) against FFTW's plan and execute alone.
 #include "plot/core/qtvilodsp.h"
 #include "plot/core/qtvilodspworker.h"
+#include "plot/core/qtviloformats.h"
 #include "plot/core/qtviloplotitem.h"
 
 #include <QCoreApplication>
@@ -128,7 +129,7 @@ DspFigures runDspSection()
     item.dspResults().clear();
 
     // The same request in stages, to see where the time beyond the transform goes.
-    const QtViloDsp::Samples input{samples.data(), kSamples, 1};
+    const QtViloDsp::Samples input{samples.data(), kSamples, QtViloFormats::Int16Type};
     QByteArray out;
     for (int round = 0; round < kRounds; ++round) {
         QtViloDsp::Fft fft(kSamples);

@@ -371,7 +371,8 @@ Fft::~Fft()
 
 void Fft::execute()
 {
-    fftw_execute(m_plan);
+    if (m_plan)
+        fftw_execute(m_plan);
 }
 
 void fillInput(const Samples &samples, quint8 window, double *input, quint64 size)
