@@ -219,7 +219,7 @@ double liveLoop(const QString &demoPath)
 {
     QtVilo panel;
     panel.resize(900, 300);
-    QwtPlot *plot = panel.plotView(0);
+    QWidget *plot = panel.plotView(0);
     plot->setParent(nullptr);
     plot->resize(kWidth / 2, kHeight / 2);
     plot->show();

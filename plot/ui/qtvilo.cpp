@@ -6,6 +6,7 @@
 #include "plot/ui/qtviloplot.h"
 #include "plot/ui/qtviloplotitemdefaultsdialog.h"
 #include "plot/ui/qtviloplotitemsmodel.h"
+#include "plot/ui/qtviloplotview.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -18,11 +19,9 @@
 #include <QSpinBox>
 #include <QStyledItemDelegate>
 #include <QTableView>
+#include <QTimer>
 #include <QToolButton>
 #include <QVBoxLayout>
-
-#include <qwt_plot.h>
-#include <qwt_plot_grid.h>
 
 namespace {
 const QString GeneralGroup = QStringLiteral("QtViloGeneralSettings");
@@ -57,31 +56,21 @@ public:
 private:
     QStringList m_choices;
 };
-
-QwtPlot *makeDspPlot(QWidget *owner)
-{
-    auto *plot = new QwtPlot(owner);
-    plot->hide();
-    plot->setObjectName(QStringLiteral("DSP Plot"));
-    plot->setWindowTitle(QObject::tr("DSP Plot"));
-    plot->setCanvasBackground(Qt::white);
-    plot->setAxisTitle(QwtPlot::xBottom, QObject::tr("Frequency"));
-    plot->setAxisTitle(QwtPlot::yLeft, QObject::tr("Magnitude"));
-    auto *grid = new QwtPlotGrid;
-    grid->setMajorPen(QColor(0xd0, 0xd5, 0xdb), 0, Qt::DotLine);
-    grid->attach(plot);
-    plot->setMinimumWidth(240);
-    return plot;
-}
 } // namespace
 
 QtVilo::QtVilo(QWidget *parent)
     : QWidget(parent), m_model(new QtViloPlotItemsModel(this)), m_itemsView(new QTableView(this)),
-      m_signalPlot(new QtViloPlot(this)), m_dspPlot(makeDspPlot(this))
+      m_signalPlot(new QtViloPlot(nullptr, QtViloPlot::SignalSource)),
+      m_dspPlot(new QtViloPlot(nullptr, QtViloPlot::DspSource)),
+      m_signalView(new QtViloPlotView(m_signalPlot, m_model, this)),
+      m_dspView(new QtViloPlotView(m_dspPlot, m_model, this))
 {
     setWindowTitle(tr("Plot Items List"));
+    m_dspPlot->setObjectName(QStringLiteral("QtViloDspPlot"));
+    m_dspPlot->setWindowTitle(tr("DSP Plot"));
     // Children of the list until a dock takes them, hidden so they do not paint inside it.
-    m_signalPlot->hide();
+    m_signalView->hide();
+    m_dspView->hide();
 
     m_itemsView->setModel(m_model);
     m_itemsView->horizontalHeader()->setStretchLastSection(true);
@@ -114,6 +103,8 @@ QtVilo::QtVilo(QWidget *parent)
             &QtVilo::onContextMenuRequested);
     connect(m_model, &QtViloPlotItemsModel::PlotItemsChanged, this, &QtVilo::onPlotItemsChanged);
     connect(m_model, &QtViloPlotItemsModel::PlotDataUpdated, this, &QtVilo::onPlotDataUpdated);
+    connect(m_model, &QtViloPlotItemsModel::DspDataUpdated, this,
+            [this](const quint64 &serial) { onDspDataUpdated(serial); });
     // Names come and go with the rows; the path column follows them up to a sensible width.
     connect(m_model, &QAbstractItemModel::rowsInserted, this, [this] {
         m_itemsView->resizeColumnToContents(QtViloPlotItemsModel::FilePathColumn);
@@ -271,9 +262,9 @@ void QtVilo::onQuickLinkToggled()
         saveSettings();
 }
 
-QwtPlot *QtVilo::plotView(int index) const
+QWidget *QtVilo::plotView(int index) const
 {
-    return index == 0 ? static_cast<QwtPlot *>(m_signalPlot) : m_dspPlot;
+    return index == 0 ? m_signalView : m_dspView;
 }
 
 void QtVilo::keyOperation(int which)
@@ -385,12 +376,25 @@ void QtVilo::onDefaultsBtnClicked()
 void QtVilo::onPlotItemsChanged()
 {
     m_signalPlot->setItems(m_model->items());
+    m_dspPlot->setItems(m_model->items());
 }
 
 void QtVilo::onPlotDataUpdated(const quint64 &serial)
 {
     m_signalPlot->setItems(m_model->items());
     m_signalPlot->dataUpdated(serial);
+}
+
+void QtVilo::onDspDataUpdated(const quint64 &serial)
+{
+    m_dspSerial = serial;
+    if (m_dspReplotPending)
+        return;
+    m_dspReplotPending = true;
+    QTimer::singleShot(0, this, [this] {
+        m_dspReplotPending = false;
+        m_dspPlot->dataUpdated(m_dspSerial);
+    });
 }
 
 void QtVilo::openFiles(const QStringList &paths)

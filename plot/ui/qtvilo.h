@@ -7,9 +7,9 @@ class QMenu;
 class QSpinBox;
 class QTableView;
 class QToolButton;
-class QwtPlot;
 class QtViloPlot;
 class QtViloPlotItemsModel;
+class QtViloPlotView;
 
 // The plot tool's list panel ("Plot Items List"): the items model in a table, the list's
 // settings and operations, and the two plot views it hands out to the main window.
@@ -20,8 +20,12 @@ public:
     explicit QtVilo(QWidget *parent = nullptr);
 
     QtViloPlotItemsModel *model() const { return m_model; }
-    QwtPlot *plotView(int index) const;
+    // The signal plot's view (0) and the DSP plot's view (1), each a tool bar over its plot.
+    QWidget *plotView(int index) const;
+    QtViloPlotView *signalView() const { return m_signalView; }
+    QtViloPlotView *dspView() const { return m_dspView; }
     QtViloPlot *signalPlot() const { return m_signalPlot; }
+    QtViloPlot *dspPlot() const { return m_dspPlot; }
     QTableView *itemsView() const { return m_itemsView; }
 
     // F8 reads every item again and replots, F9 toggles the visibility of the selected
@@ -37,6 +41,7 @@ public slots:
 private slots:
     void onPlotItemsChanged();
     void onPlotDataUpdated(const quint64 &serial);
+    void onDspDataUpdated(const quint64 &serial);
     void onContextMenuRequested(const QPoint &pos);
     void onDefaultsBtnClicked();
     void onQuickLinkToggled();
@@ -54,7 +59,12 @@ private:
     QtViloPlotItemsModel *m_model;
     QTableView *m_itemsView;
     QtViloPlot *m_signalPlot;
-    QwtPlot *m_dspPlot;
+    QtViloPlot *m_dspPlot;
+    QtViloPlotView *m_signalView;
+    QtViloPlotView *m_dspView;
+    // DSP results arrive one item at a time; one replot takes all that came in meanwhile.
+    bool m_dspReplotPending = false;
+    quint64 m_dspSerial = 0;
     QToolButton *m_memMapBtn = nullptr;
     QSpinBox *m_targetPlotCnt = nullptr;
     QMenu *m_quickLinkMenu = nullptr;

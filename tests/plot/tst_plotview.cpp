@@ -1,0 +1,554 @@
+#include "testenv.h"
+
+#include "plot/ui/qtvilo.h"
+#include "plot/ui/qtviloplot.h"
+#include "plot/ui/qtviloplotcurve.h"
+#include "plot/ui/qtviloplotitemsmodel.h"
+#include "plot/ui/qtviloplotmarkers.h"
+#include "plot/ui/qtviloplotview.h"
+#include "plot/ui/qtvilozoomer.h"
+#include "resources/initresources.h"
+
+#include <QAction>
+#include <QComboBox>
+#include <QFile>
+#include <QMenu>
+#include <QMouseEvent>
+#include <QSettings>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QToolButton>
+#include <QtTest>
+#include <qwt_legend.h>
+#include <qwt_legend_label.h>
+#include <qwt_plot_layout.h>
+#include <qwt_plot_legenditem.h>
+#include <qwt_plot_magnifier.h>
+#include <qwt_scale_draw.h>
+#include <qwt_symbol.h>
+
+#include <memory>
+
+namespace {
+using Model = QtViloPlotItemsModel;
+using Axes = QtViloPlotAxes;
+constexpr int kLoadTimeout = 30000;
+
+// A ramp: sample i holds the code base + i.
+QString writeInt16File(const QString &path, int count, int base = 0)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly))
+        return {};
+    QVector<qint16> samples(count);
+    for (int i = 0; i < count; ++i)
+        samples[i] = qint16(base + i);
+    file.write(reinterpret_cast<const char *>(samples.constData()), count * 2);
+    return path;
+}
+
+QStringList entries(const QComboBox *box)
+{
+    QStringList texts;
+    for (int i = 0; i < box->count(); ++i)
+        texts << box->itemText(i);
+    return texts;
+}
+
+QStringList actionTexts(const QToolButton *button)
+{
+    QStringList texts;
+    for (QAction *action : button->menu()->actions()) {
+        if (!action->isSeparator())
+            texts << action->text();
+    }
+    return texts;
+}
+
+QSet<QString> groupKeys(const QString &group)
+{
+    QSettings settings;
+    settings.beginGroup(group);
+    const QStringList keys = settings.childKeys();
+    return QSet<QString>(keys.cbegin(), keys.cend());
+}
+
+QwtInterval interval(const QwtPlot *plot, int axis)
+{
+    return plot->axisScaleDiv(axis).interval().normalized();
+}
+
+// Shows a plot view as a window of its own for the scope, then gives it back to its panel.
+class ShownAlone
+{
+public:
+    explicit ShownAlone(QWidget *view) : m_view(view), m_owner(view->parentWidget())
+    {
+        m_view->setParent(nullptr);
+        m_view->resize(900, 500);
+        m_view->show();
+    }
+    ~ShownAlone()
+    {
+        m_view->hide();
+        m_view->setParent(m_owner);
+    }
+
+private:
+    QWidget *m_view;
+    QWidget *m_owner;
+};
+
+void sendMouse(QWidget *widget, QEvent::Type type, const QPoint &pos, Qt::MouseButtons buttons)
+{
+    const Qt::MouseButton button = type == QEvent::MouseMove ? Qt::NoButton : Qt::LeftButton;
+    QMouseEvent event(type, pos, widget->mapToGlobal(pos), button, buttons, Qt::NoModifier);
+    QCoreApplication::sendEvent(widget, &event);
+}
+} // namespace
+
+class TestPlotView : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        initResources();
+        QVERIFY(m_dir.isValid());
+        m_ramp = writeInt16File(m_dir.filePath(QStringLiteral("ramp.bin")), 1000);
+        m_second = writeInt16File(m_dir.filePath(QStringLiteral("second.bin")), 600, 200);
+        QVERIFY(!m_ramp.isEmpty() && !m_second.isEmpty());
+    }
+
+    void init() { QSettings().clear(); }
+
+    void selectorsOfBothViews()
+    {
+        QtVilo panel;
+        QtViloPlotView *signal = panel.signalView();
+        QtViloPlotView *dsp = panel.dspView();
+        QCOMPARE(panel.plotView(0), signal);
+        QCOMPARE(panel.plotView(1), dsp);
+        QCOMPARE(signal->plot(), panel.signalPlot());
+        QCOMPARE(dsp->plot(), panel.dspPlot());
+        QVERIFY(dsp->isDspView() && !signal->isDspView());
+
+        const QStringList times = {"Time in Pico Seconds", "Time in Nano Seconds",
+                                   "Time in Micro Seconds", "Time in Milli Seconds",
+                                   "Time in Seconds"};
+        const QStringList amplitudes = {"Ampl in Micro Volts", "Ampl in Milli Volts",
+                                        "Ampl in Volts"};
+        for (QtViloPlotView *view : {signal, dsp}) {
+            QCOMPARE(entries(view->timeUnitBox()), times);
+            QCOMPARE(view->timeUnitBox()->toolTip(), QStringLiteral("Set Unit for the Time-Axis"));
+            QCOMPARE(entries(view->amplitudeUnitBox()), amplitudes);
+            QCOMPARE(view->amplitudeUnitBox()->toolTip(),
+                     QStringLiteral("Set Unit for the Amplitude-Axis"));
+            QCOMPARE(actionTexts(view->axisButton()),
+                     QStringList({"Show Index-Code Axis", "Show Time Axis", "Show Unit Axis",
+                                  "Swap Code-Unit Axis", "Swap Index-Time Axis"}));
+            QCOMPARE(view->toolAction(QtViloPlotView::SettingsTool)->toolTip(),
+                     QStringLiteral("Change plot settings.\nThese settings will be cached."));
+        }
+        QCOMPARE(signal->axisButton()->toolTip(),
+                 QStringLiteral("Show/Hide Auxiliary axis for selected curve"));
+        QCOMPARE(dsp->axisButton()->toolTip(), QStringLiteral("Set Scale Axis Options."));
+
+        QVERIFY(!signal->frequencyUnitBox() && !signal->dspChoiceBox() && !signal->windowBox());
+        QCOMPARE(entries(dsp->frequencyUnitBox()),
+                 QStringList({"Frequency in GHz", "Frequency in MHz", "Frequency in kHz"}));
+        QCOMPARE(entries(dsp->dspChoiceBox()), QStringList({"None", "FFT dBFS"}));
+        QCOMPARE(dsp->dspChoiceBox()->placeholderText(), QStringLiteral("Select DSP"));
+        QCOMPARE(dsp->dspChoiceBox()->currentIndex(), -1);
+        QCOMPARE(dsp->dspChoiceBox()->toolTip(),
+                 QStringLiteral("Select DSP to perform on plotted data"));
+        QCOMPARE(entries(dsp->windowBox()), QStringList({"Blackman", "Hann", "Flat-Top"}));
+        QCOMPARE(dsp->windowBox()->placeholderText(), QStringLiteral("Select Window"));
+        QCOMPARE(dsp->windowBox()->toolTip(),
+                 QStringLiteral("Select windowing function if FFT is used."));
+
+        // The DSP selectors make the DSP plot's request.
+        dsp->windowBox()->setCurrentText(QStringLiteral("Flat-Top"));
+        dsp->dspChoiceBox()->setCurrentText(QStringLiteral("FFT dBFS"));
+        QCOMPARE(panel.model()->dspPlotRequest(), QStringLiteral("FFT dBFS;Flat-Top"));
+        dsp->dspChoiceBox()->setCurrentText(QStringLiteral("None"));
+        QCOMPARE(panel.model()->dspPlotRequest(), QStringLiteral("None"));
+
+        // The enable switch turns the signal plot off and tells the model.
+        QToolButton *enable = signal->enableButton();
+        QVERIFY(!dsp->enableButton());
+        QCOMPARE(enable->text(), QStringLiteral("Enabled"));
+        QCOMPARE(enable->toolTip(),
+                 QStringLiteral("Enable/Disable plotting of signal data.\nDisabling signal plot "
+                                "can increase performance for DSP plot."));
+        QSignalSpy enabled(panel.model(), &Model::SignalPlotEnableChanged);
+        enable->click();
+        QCOMPARE(enable->text(), QStringLiteral("Disabled"));
+        QVERIFY(!panel.signalPlot()->plottingEnabled());
+        QCOMPARE(enabled.count(), 1);
+        QCOMPARE(enabled.first().first().toBool(), false);
+    }
+
+    void factorsAndAuxiliaryAxes()
+    {
+        QtVilo panel;
+        QtViloPlotView *view = panel.signalView();
+        QtViloPlot *plot = panel.signalPlot();
+        loadRamp(panel);
+        setRow(panel.model(), 1e9, 14, 1.0, 1.0);
+        QtViloPlotCurve *curve = plot->curves().first();
+
+        view->timeUnitBox()->setCurrentText(QStringLiteral("Time in Nano Seconds"));
+        view->amplitudeUnitBox()->setCurrentText(QStringLiteral("Ampl in Milli Volts"));
+        QCOMPARE(curve->timeFactor(), 1.0);
+        QCOMPARE(curve->amplitudeFactor(), 0.5 / 8192 * 1000);
+
+        // Only the index and code axes to begin with.
+        QCOMPARE(view->axisButton()->property("axisIcon").toString(), QStringLiteral("xy"));
+        QVERIFY(plot->axisEnabled(QwtPlot::xBottom) && plot->axisEnabled(QwtPlot::yLeft));
+        QVERIFY(!plot->axisEnabled(QwtPlot::xTop) && !plot->axisEnabled(QwtPlot::yRight));
+        QCOMPARE(plot->axisTitle(QwtPlot::xBottom).text(), QStringLiteral("Sample Index"));
+        QCOMPARE(plot->axisTitle(QwtPlot::yLeft).text(), QStringLiteral("Amplitude [Codes]"));
+
+        view->axisAction(Axes::TimeAxis)->trigger();
+        QCOMPARE(view->axisButton()->property("axisIcon").toString(), QStringLiteral("xyx"));
+        view->axisAction(Axes::UnitAxis)->trigger();
+        QCOMPARE(view->axisButton()->property("axisIcon").toString(), QStringLiteral("xyxy"));
+        QVERIFY(plot->axisEnabled(QwtPlot::xTop) && plot->axisEnabled(QwtPlot::yRight));
+        QCOMPARE(plot->axisTitle(QwtPlot::xTop).text(), QStringLiteral("Time [ns]"));
+        QCOMPARE(plot->axisTitle(QwtPlot::yRight).text(), QStringLiteral("Amplitude [mV]"));
+
+        // The auxiliary axes show the selected curve's range times its factors, also after a
+        // change of unit and a zoom.
+        view->timeUnitBox()->setCurrentText(QStringLiteral("Time in Micro Seconds"));
+        const double micro = 1e-9 / 1.0000000000000002e-6;
+        QCOMPARE(curve->timeFactor(), micro);
+        QCOMPARE(plot->axisTitle(QwtPlot::xTop).text(), QStringLiteral("Time [μs]"));
+        plot->zoomer()->zoom(QRectF(100, 10, 400, 200));
+        const QwtInterval x = interval(plot, QwtPlot::xBottom);
+        const QwtInterval y = interval(plot, QwtPlot::yLeft);
+        QCOMPARE(x.minValue(), 100.0);
+        QCOMPARE(interval(plot, QwtPlot::xTop).minValue(), x.minValue() * micro);
+        QCOMPARE(interval(plot, QwtPlot::xTop).maxValue(), x.maxValue() * micro);
+        QCOMPARE(interval(plot, QwtPlot::yRight).maxValue(),
+                 y.maxValue() * curve->amplitudeFactor());
+
+        // Swapping exchanges titles and labels; the curves stay on the index and code scales.
+        view->axisAction(Axes::IndexTimeSwap)->trigger();
+        view->axisAction(Axes::CodeUnitSwap)->trigger();
+        QCOMPARE(plot->axisTitle(QwtPlot::xBottom).text(), QStringLiteral("Time [μs]"));
+        QCOMPARE(plot->axisTitle(QwtPlot::xTop).text(), QStringLiteral("Sample Index"));
+        QCOMPARE(plot->axisTitle(QwtPlot::yLeft).text(), QStringLiteral("Amplitude [mV]"));
+        QCOMPARE(plot->axisTitle(QwtPlot::yRight).text(), QStringLiteral("Amplitude [Codes]"));
+        QCOMPARE(interval(plot, QwtPlot::xBottom).minValue(), x.minValue());
+        QCOMPARE(interval(plot, QwtPlot::xTop).minValue(), x.minValue());
+        QCOMPARE(plot->axisScaleDraw(QwtPlot::xBottom)->label(300.0).text(),
+                 QStringLiteral("0.3"));
+        for (double tick : plot->axisScaleDiv(QwtPlot::xBottom).ticks(QwtScaleDiv::MajorTick)) {
+            const double shown = tick * micro * 100.0; // ticks at round hundredths of μs
+            QVERIFY2(qAbs(shown - qRound(shown)) < 1e-6, qPrintable(QString::number(tick)));
+        }
+
+        // Hiding the index and code axes hides them where they are, here top and right.
+        view->axisAction(Axes::IndexCodeAxis)->trigger();
+        QVERIFY(!plot->axisEnabled(QwtPlot::xTop) && !plot->axisEnabled(QwtPlot::yRight));
+        QVERIFY(plot->axisEnabled(QwtPlot::xBottom) && plot->axisEnabled(QwtPlot::yLeft));
+
+        // New row values reach the factors at once.
+        QVERIFY(panel.model()->setData(panel.model()->index(0, Model::GainColumn), 2.0));
+        QCOMPARE(curve->amplitudeFactor(), 0.5 / 8192 * 1000 / 2.0);
+    }
+
+    void dspPlotUsesBinFrequencyAfterFft()
+    {
+        QtVilo panel;
+        QtViloPlotView *view = panel.dspView();
+        QtViloPlot *plot = panel.dspPlot();
+        loadRamp(panel);
+        setRow(panel.model(), 1e9, 14, 1.0, 1.0);
+        view->frequencyUnitBox()->setCurrentText(QStringLiteral("Frequency in MHz"));
+        view->timeUnitBox()->setCurrentText(QStringLiteral("Time in Nano Seconds"));
+        view->axisAction(Axes::TimeAxis)->trigger();
+        view->axisAction(Axes::UnitAxis)->trigger();
+        view->windowBox()->setCurrentText(QStringLiteral("Hann"));
+        view->dspChoiceBox()->setCurrentText(QStringLiteral("FFT dBFS"));
+        QCOMPARE(panel.model()->dspPlotRequest(), QStringLiteral("FFT dBFS;Hann"));
+        QTRY_VERIFY_WITH_TIMEOUT(!plot->curves().isEmpty() && plot->curves().first()->pointCount(),
+                                 kLoadTimeout);
+        QtViloPlotCurve *curve = plot->curves().first();
+        QTRY_COMPARE(curve->timeFactor(), 1e9 / double(curve->pointCount()) / 1e6);
+        // Millivolts per code as on the signal plot; only the axes read dBFS.
+        QCOMPARE(curve->amplitudeFactor(), 0.5 / 8192 * 1000);
+        QCOMPARE(plot->axisTitle(QwtPlot::xTop).text(), QStringLiteral("Freq [MHz]"));
+        QCOMPARE(plot->axisTitle(QwtPlot::yLeft).text(), QStringLiteral("Amplitude [dBFS]"));
+        QCOMPARE(plot->axisTitle(QwtPlot::yRight).text(), QStringLiteral("Amplitude [dBFS]"));
+        QCOMPARE(interval(plot, QwtPlot::yRight).maxValue(),
+                 interval(plot, QwtPlot::yLeft).maxValue());
+
+        view->dspChoiceBox()->setCurrentText(QStringLiteral("None"));
+        QCOMPARE(panel.model()->dspPlotRequest(), QStringLiteral("None"));
+        QCOMPARE(plot->axisTitle(QwtPlot::xTop).text(), QStringLiteral("Time [ns]"));
+        for (QtViloPlotCurve *shown : plot->curves())
+            QCOMPARE(shown->timeFactor(), 1.0);
+    }
+
+    void settingsAreCachedPerPlot()
+    {
+        QtViloPlotViewSettings changed;
+        changed.legendEnable = true;
+        changed.legendPosition = QwtPlot::BottomLegend;
+        changed.legendItemEnable = true;
+        changed.legendItemColumns = 3;
+        changed.legendItemAlignment = int(Qt::AlignBottom | Qt::AlignLeft);
+        changed.legendItemBackground = QColor(10, 20, 30, 40);
+        changed.legendItemSize = 12;
+        changed.newCurveZoomReset = false;
+        changed.visRescale = false;
+        changed.rePlotZoomReset = true;
+        changed.showMaxMin = true;
+        changed.lineWidth = 3;
+        changed.symbolSize = 6;
+        {
+            QtVilo panel;
+            for (QtViloPlotView *view : {panel.signalView(), panel.dspView()}) {
+                view->setSettings(changed);
+                view->axisAction(Axes::UnitAxis)->trigger();
+                view->axisAction(Axes::IndexTimeSwap)->trigger();
+                view->timeUnitBox()->setCurrentText(QStringLiteral("Time in Pico Seconds"));
+                view->amplitudeUnitBox()->setCurrentText(QStringLiteral("Ampl in Volts"));
+            }
+            panel.dspView()->frequencyUnitBox()->setCurrentText(QStringLiteral("Frequency in GHz"));
+        }
+        const QStringList common = {"LegendEnable",         "LegendPosition",
+                                    "LegendItemEnable",     "LegendItemNofColumns",
+                                    "LegendItemAlignment",  "LegendItemBackground",
+                                    "LegendItemSize"};
+        for (const QString &plot : {QStringLiteral("Signal"), QStringLiteral("Dsp")}) {
+            QStringList values = common;
+            for (const char *key : {"NewCurveZoomReset", "VisRescale", "RePlotZoomReset",
+                                    "ShowMaxMin", "LineWidth", "SymbolSize"})
+                values << plot + QStringLiteral("Plot") + QLatin1String(key);
+            QCOMPARE(groupKeys(QStringLiteral("QtVilo%1PlotSettingsValues").arg(plot)),
+                     QSet<QString>(values.cbegin(), values.cend()));
+            QStringList axis = {"IndexCodeAxis", "TimeAxis", "UnitAxis", "CodeUnitSwap",
+                                "IndexTimeSwap", "TimeAxisResolution", "AmplitudeAxisResolution"};
+            if (plot == QLatin1String("Dsp"))
+                axis << QStringLiteral("FrequencyAxisResolution");
+            QCOMPARE(groupKeys(QStringLiteral("QtVilo%1PlotAuxAxisSettings").arg(plot)),
+                     QSet<QString>(axis.cbegin(), axis.cend()));
+        }
+        QCOMPARE(QSettings().value(QStringLiteral("QtViloSignalPlotAuxAxisSettings/"
+                                                  "TimeAxisResolution")),
+                 QVariant(QStringLiteral("Time in Pico Seconds")));
+
+        QtVilo panel;
+        for (QtViloPlotView *view : {panel.signalView(), panel.dspView()}) {
+            QVERIFY(view->settings() == changed);
+            QVERIFY(view->axisAction(Axes::IndexCodeAxis)->isChecked());
+            QVERIFY(!view->axisAction(Axes::TimeAxis)->isChecked());
+            QVERIFY(view->axisAction(Axes::UnitAxis)->isChecked());
+            QVERIFY(!view->axisAction(Axes::CodeUnitSwap)->isChecked());
+            QVERIFY(view->axisAction(Axes::IndexTimeSwap)->isChecked());
+            QCOMPARE(view->timeUnitBox()->currentText(), QStringLiteral("Time in Pico Seconds"));
+            QCOMPARE(view->amplitudeUnitBox()->currentText(), QStringLiteral("Ampl in Volts"));
+            QVERIFY(view->toolAction(QtViloPlotView::MaxMinTool)->isChecked());
+            QVERIFY(view->plot()->legend());
+            QCOMPARE(view->plot()->plotLayout()->legendPosition(), QwtPlot::BottomLegend);
+        }
+        QCOMPARE(panel.dspView()->frequencyUnitBox()->currentText(),
+                 QStringLiteral("Frequency in GHz"));
+    }
+
+    void markersReadTheSelectedCurve()
+    {
+        QtVilo panel;
+        QtViloPlotView *view = panel.signalView();
+        QtViloPlot *plot = panel.signalPlot();
+        ShownAlone shown(view);
+        QVERIFY(QTest::qWaitForWindowExposed(view));
+        loadRamp(panel);
+        setRow(panel.model(), 1e9, 14, 1.0, 1.0);
+        view->timeUnitBox()->setCurrentText(QStringLiteral("Time in Nano Seconds"));
+        view->amplitudeUnitBox()->setCurrentText(QStringLiteral("Ampl in Milli Volts"));
+
+        QtViloPlotMarkers *markers = view->markers();
+        view->toolAction(QtViloPlotView::MarkersTool)->trigger();
+        QVERIFY(markers->isShown());
+        const QwtInterval x = interval(plot, QwtPlot::xBottom);
+        QCOMPARE(markers->position(0), qRound64(x.minValue() + x.width() / 3));
+        QCOMPARE(markers->position(1), qRound64(x.minValue() + 2 * x.width() / 3));
+
+        markers->setPosition(0, 100.4);
+        markers->setPosition(1, 250);
+        const double mv = 0.5 / 8192 * 1000;
+        const QtViloPlotMarkers::Reading first = markers->reading(0);
+        QVERIFY(first.valid);
+        QCOMPARE(first.index, 100);
+        QCOMPARE(first.time, 100.0);
+        QCOMPARE(first.code, 100.0);
+        QCOMPARE(first.value, 100 * mv);
+        const QtViloPlotMarkers::Reading delta = markers->difference();
+        QCOMPARE(delta.index, 150);
+        QCOMPARE(delta.code, 150.0);
+        QCOMPARE(delta.value, 250 * mv - 100 * mv);
+        const QString text = markers->readoutText();
+        QVERIFY2(text.contains(QStringLiteral("M1  i=100  t=100 ns  y=100 (6.10352 mV)")),
+                 qPrintable(text));
+        QVERIFY2(text.contains(QStringLiteral("t=150 ns")), qPrintable(text));
+        markers->setPosition(1, 5000); // beyond the curve
+        QVERIFY(!markers->reading(1).valid);
+        markers->setPosition(1, 250);
+
+        // Dragging a marker moves it and starts no rubber-band zoom.
+        QWidget *canvas = plot->canvas();
+        const int from = qRound(plot->transform(QwtPlot::xBottom, 100));
+        const int to = qRound(plot->transform(QwtPlot::xBottom, 400));
+        const int yPixel = canvas->height() / 2;
+        sendMouse(canvas, QEvent::MouseButtonPress, QPoint(from + 2, yPixel), Qt::LeftButton);
+        sendMouse(canvas, QEvent::MouseMove, QPoint((from + to) / 2, yPixel + 40), Qt::LeftButton);
+        sendMouse(canvas, QEvent::MouseMove, QPoint(to, yPixel + 80), Qt::LeftButton);
+        sendMouse(canvas, QEvent::MouseButtonRelease, QPoint(to, yPixel + 80), Qt::NoButton);
+        QVERIFY(qAbs(markers->position(0) - 400) <= 2);
+        QCOMPARE(plot->zoomer()->zoomRectIndex(), 0u);
+        QCOMPARE(interval(plot, QwtPlot::xBottom), x);
+
+        view->toolAction(QtViloPlotView::MarkersTool)->trigger();
+        QVERIFY(!markers->isShown());
+    }
+
+    void zoomLocksHistoryAndExport()
+    {
+        QtVilo panel;
+        QtViloPlotView *view = panel.signalView();
+        QtViloPlot *plot = panel.signalPlot();
+        loadRamp(panel);
+        QVERIFY(view->zoomer());
+        QVERIFY(!view->toolAction(QtViloPlotView::ZoomBackTool)->isEnabled());
+
+        view->toolAction(QtViloPlotView::LockXTool)->trigger();
+        const QwtInterval x = interval(plot, QwtPlot::xBottom);
+        plot->zoomer()->zoom(QRectF(100, 10, 50, 20));
+        QCOMPARE(interval(plot, QwtPlot::xBottom), x);
+        QCOMPARE(interval(plot, QwtPlot::yLeft), QwtInterval(10, 30));
+        QwtPlotMagnifier *magnifier = plot->canvas()->findChild<QwtPlotMagnifier *>();
+        QVERIFY(magnifier);
+        QVERIFY(!magnifier->isAxisEnabled(QwtPlot::xBottom));
+        QVERIFY(magnifier->isAxisEnabled(QwtPlot::yLeft));
+
+        view->toolAction(QtViloPlotView::LockXTool)->trigger();
+        view->toolAction(QtViloPlotView::LockYTool)->trigger();
+        plot->zoomer()->zoom(QRectF(100, 0, 50, 5));
+        QCOMPARE(interval(plot, QwtPlot::xBottom), QwtInterval(100, 150));
+        QCOMPARE(interval(plot, QwtPlot::yLeft), QwtInterval(10, 30));
+
+        // Back and forward walk the zoom history; home returns to the full view.
+        QVERIFY(view->toolAction(QtViloPlotView::ZoomBackTool)->isEnabled());
+        view->toolAction(QtViloPlotView::ZoomBackTool)->trigger();
+        QCOMPARE(interval(plot, QwtPlot::xBottom), x);
+        QVERIFY(view->toolAction(QtViloPlotView::ZoomForwardTool)->isEnabled());
+        view->toolAction(QtViloPlotView::ZoomForwardTool)->trigger();
+        QCOMPARE(interval(plot, QwtPlot::xBottom), QwtInterval(100, 150));
+        view->toolAction(QtViloPlotView::ZoomHomeTool)->trigger();
+        QCOMPARE(interval(plot, QwtPlot::xBottom), x);
+        QVERIFY(!plot->userChangedView());
+
+        QCOMPARE(QtViloPlotView::defaultPdfFileName(QDateTime(QDate(2024, 1, 2), QTime(3, 4, 5))),
+                 QStringLiteral("QtVilo-20240102-030405.pdf"));
+        const QString pdf = m_dir.filePath(QStringLiteral("plot.pdf"));
+        QVERIFY(view->exportPdf(pdf));
+        QFile file(pdf);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QVERIFY(file.size() > 1000);
+        QCOMPARE(file.read(4), QByteArray("%PDF"));
+    }
+
+    void curveOptionsLegendAndZoomResets()
+    {
+        QtVilo panel;
+        QtViloPlotView *view = panel.signalView();
+        QtViloPlot *plot = panel.signalPlot();
+        ShownAlone shown(view);
+        QVERIFY(QTest::qWaitForWindowExposed(view));
+        loadRamp(panel);
+
+        QtViloPlotViewSettings values = view->settings();
+        QVERIFY(values.newCurveZoomReset);
+        values.legendEnable = true;
+        values.legendPosition = QwtPlot::LeftLegend;
+        values.legendItemEnable = true;
+        values.legendItemColumns = 2;
+        values.lineWidth = 3;
+        values.symbolSize = 5;
+        view->setSettings(values);
+        QCOMPARE(plot->plotLayout()->legendPosition(), QwtPlot::LeftLegend);
+        const QwtPlotItemList legendItems = plot->itemList(QwtPlotItem::Rtti_PlotLegend);
+        QCOMPARE(legendItems.size(), 1);
+        QVERIFY(legendItems.first()->isVisible());
+        QCOMPARE(static_cast<QwtPlotLegendItem *>(legendItems.first())->maxColumns(), 2u);
+
+        // A new curve resets a zoom, takes the curve options and can be selected in the legend.
+        plot->zoomer()->zoom(QRectF(10, 10, 20, 20));
+        QVERIFY(plot->userChangedView());
+        panel.openFiles({m_second});
+        QTRY_COMPARE_WITH_TIMEOUT(plot->curves().size(), 2, kLoadTimeout);
+        QTRY_VERIFY(!plot->userChangedView());
+        for (QtViloPlotCurve *curve : plot->curves()) {
+            QCOMPARE(curve->pen().widthF(), 3.0);
+            QVERIFY(curve->symbol());
+            QCOMPARE(curve->symbol()->size(), QSize(5, 5));
+        }
+        QtViloPlotCurve *second = plot->curves().at(1);
+        QVERIFY(plot->selectedCurve() != second);
+        auto *legend = qobject_cast<QwtLegend *>(plot->legend());
+        QVERIFY(legend);
+        auto *label = qobject_cast<QwtLegendLabel *>(legend->legendWidget(plot->itemToInfo(second)));
+        QVERIFY(label);
+        QTest::mouseClick(label, Qt::LeftButton);
+        QCOMPARE(plot->selectedCurve(), second);
+        QVERIFY(label->isChecked());
+
+        // The max/min overlay goes to the plot and into the settings.
+        QSignalSpy pov(plot, &QtViloPlot::PovSettingsChanged);
+        view->toolAction(QtViloPlotView::MaxMinTool)->trigger();
+        QCOMPARE(pov.count(), 1);
+        QCOMPARE(pov.first().at(2).toBool(), true);
+        QCOMPARE(pov.first().at(3).toBool(), true);
+        QVERIFY(QSettings().value(QStringLiteral("QtViloSignalPlotSettingsValues/"
+                                                 "SignalPlotShowMaxMin"))
+                    .toBool());
+
+        // Without the reset option a zoom survives a new curve.
+        values = view->settings();
+        values.newCurveZoomReset = false;
+        view->setSettings(values);
+        plot->zoomer()->zoom(QRectF(10, 10, 20, 20));
+        const QString third = writeInt16File(m_dir.filePath(QStringLiteral("third.bin")), 300);
+        panel.openFiles({third});
+        QTRY_COMPARE_WITH_TIMEOUT(plot->curves().size(), 3, kLoadTimeout);
+        QVERIFY(plot->userChangedView());
+    }
+
+private:
+    void loadRamp(QtVilo &panel)
+    {
+        panel.openFiles({m_ramp});
+        QTRY_VERIFY_WITH_TIMEOUT(!panel.signalPlot()->curves().isEmpty(), kLoadTimeout);
+        QCOMPARE(panel.signalPlot()->curves().first()->pointCount(), quint64(1000));
+    }
+
+    static void setRow(Model *model, double rate, int bits, double range, double gain)
+    {
+        QVERIFY(model->setData(model->index(0, Model::SampleRateColumn), rate));
+        QVERIFY(model->setData(model->index(0, Model::ResolutionColumn), bits));
+        QVERIFY(model->setData(model->index(0, Model::InputRangeColumn), range));
+        QVERIFY(model->setData(model->index(0, Model::GainColumn), gain));
+    }
+
+    QTemporaryDir m_dir;
+    QString m_ramp;
+    QString m_second;
+};
+
+QTEST_MAIN(TestPlotView)
+#include "tst_plotview.moc"
