@@ -1,13 +1,17 @@
-// Level of detail and DSP on 2^24 int16 samples, each against a bare baseline measured in the
-// same run. DSP: the worker's windowed dBFS spectrum (allocation, plan, windowed input, execute,
+// Level of detail on 250 million and DSP on 2^24 int16 samples, each against a bare baseline
+// measured in the same run. Level of detail: a full-view and a zoomed reduction against one
+// min/max pass over the same samples, the return to a stored zoom level, and the size of the
+// kept lists with a full zoom history. DSP: the worker's windowed dBFS spectrum (allocation, plan, windowed input, execute,
 // one dBFS value per bin into the item's buffer) against FFTW's plan and execute alone.
 #include "plot/core/qtvilodsp.h"
+#include "plot/core/qtvilolod.h"
 #include "plot/core/qtvilodspworker.h"
 #include "plot/core/qtviloformats.h"
 #include "plot/core/qtviloplotitem.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QWriteLocker>
 
 #include <algorithm>
 #include <cmath>
@@ -53,8 +57,20 @@ std::vector<qint16> tone()
     return samples;
 }
 
+constexpr qint64 kLodSamples = 250000000;
+
 struct LodFigures
 {
+    double baseline = 1e9; // min/max of every sample
+    double full = 1e9;     // full view, nothing kept before
+    double zoomed = 1e9;   // a sixteenth of the record
+    double back = 1e9;     // back to the full view, from the history
+    double zoomedShare = 0; // sampled fraction of the zoomed view
+    double listBytes = 0;  // distinct kept lists with a full history
+    double sampleBytes = 0;
+    double fullRatio() const { return full / baseline; }
+    double zoomedRatio() const { return zoomed / baseline; }
+    double memoryRatio() const { return (sampleBytes + listBytes) / sampleBytes; }
 };
 
 struct DspFigures
@@ -66,10 +82,88 @@ struct DspFigures
     double ratio() const { return worker / baseline; }
 };
 
-// The level-of-detail figures go here.
+// A noisy tone, cheap to make: a triangle wave with pseudo-random noise.
+std::vector<qint16> longRecord()
+{
+    std::vector<qint16> samples(static_cast<size_t>(kLodSamples));
+    unsigned seed = 7;
+    for (qint64 i = 0; i < kLodSamples; ++i) {
+        seed = seed * 1103515245u + 12345u;
+        const int phase = int(i % 20000);
+        const int wave = phase < 10000 ? phase * 3 - 15000 : 45000 - phase * 3;
+        samples[size_t(i)] = qint16(wave + int((seed >> 16) & 0x3ff) - 512);
+    }
+    return samples;
+}
+
 LodFigures runLodSection()
 {
-    return {};
+    LodFigures figures;
+    const std::vector<qint16> samples = longRecord();
+    figures.sampleBytes = double(samples.size() * sizeof(qint16));
+    volatile int sink = 0;
+    for (int round = 0; round < kRounds; ++round) {
+        QElapsedTimer timer;
+        timer.start();
+        qint16 lo = samples[0], hi = samples[0];
+        for (const qint16 v : samples) {
+            lo = v < lo ? v : lo;
+            hi = v > hi ? v : hi;
+        }
+        figures.baseline = std::min(figures.baseline, seconds(timer));
+        sink = sink + lo + hi;
+    }
+
+    QtViloPlotItem item(QStringLiteral("bench"), false, QtViloPlotItemDefaults());
+    item.setFormat(QStringLiteral("Int16"));
+    item.setData(samples.data());
+    item.setSampleCount(kLodSamples);
+    item.setValueRange(-16000, 16000);
+    const QRectF full(0, -16000, double(kLodSamples - 1), 32000);
+    const QRectF zoom(kLodSamples / 2.0, -8000, kLodSamples / 16.0, 16000);
+    for (int round = 0; round < kRounds; ++round) {
+        QtViloLodCurve curve(&item, QtViloFormats::Int16Type);
+        quint64 serial = 0;
+        auto handle = [&](const QRectF &rect) {
+            curve.setSerial(++serial);
+            QWriteLocker locker(&curve.dataLock());
+            QElapsedTimer timer;
+            timer.start();
+            if (!curve.reduce(rect, serial))
+                std::fprintf(stderr, "reduction refused\n");
+            return seconds(timer);
+        };
+        figures.full = std::min(figures.full, handle(full));
+        figures.zoomed = std::min(figures.zoomed, handle(zoom));
+        figures.zoomedShare = double(curve.currentList(nullptr).count()) / kLodSamples;
+        figures.back = std::min(figures.back, handle(full));
+    }
+
+    // The worst case for memory: six zoom levels that narrow only the value range, so every
+    // level scans the whole record and a narrow band cuts the noisy tone into many runs.
+    QtViloLodCurve curve(&item, QtViloFormats::Int16Type);
+    QRectF rect = full;
+    for (quint64 serial = 1; serial <= 7; ++serial) {
+        curve.setSerial(serial);
+        QWriteLocker locker(&curve.dataLock());
+        curve.reduce(rect, serial);
+        rect = QRectF(rect.x(), rect.y() + rect.height() * 0.3, rect.width(), rect.height() * 0.4);
+    }
+    std::vector<QtViloKeptList> distinct;
+    auto count = [&distinct](const QtViloKeptList &list) {
+        for (const QtViloKeptList &seen : distinct) {
+            if (seen.sharesWith(list))
+                return;
+        }
+        distinct.push_back(list);
+    };
+    for (const QtViloLodCurve::HistoryEntry &entry : curve.history())
+        count(entry.list);
+    count(curve.currentList(nullptr));
+    for (const QtViloKeptList &list : distinct)
+        figures.listBytes += double(list.byteSize());
+    Q_UNUSED(sink)
+    return figures;
 }
 
 double bareFft(const std::vector<qint16> &samples)
@@ -155,7 +249,16 @@ int main(int argc, char **argv)
     QCoreApplication app(argc, argv);
 
     const LodFigures lod = runLodSection();
-    Q_UNUSED(lod)
+    std::printf("Level of detail, %lld int16 samples, best of %d:\n", kLodSamples, kRounds);
+    std::printf("  min/max pass              %8.3f s (baseline)\n", lod.baseline);
+    std::printf("  full-view reduction       %8.3f s  ratio %.2f (target <= 2)\n", lod.full,
+                lod.fullRatio());
+    std::printf("  zoomed view (1/16)        %8.3f s  ratio %.3f (%.1f %% of samples kept)\n",
+                lod.zoomed, lod.zoomedRatio(), 100.0 * lod.zoomedShare);
+    std::printf("  back to a stored level    %8.3f ms (target < 1 ms)\n", lod.back * 1e3);
+    std::printf("  full history: samples %.0f MiB + kept lists %.1f MiB = %.2fx the samples "
+                "(target <= 1.5)\n",
+                lod.sampleBytes / 1048576.0, lod.listBytes / 1048576.0, lod.memoryRatio());
 
     const DspFigures dsp = runDspSection();
     std::printf("DSP, %llu int16 samples, \"%s\", best of %d:\n", kSamples, kRequest, kRounds);
@@ -166,6 +269,9 @@ int main(int argc, char **argv)
                 dsp.execute, dsp.write);
     std::printf("  strongest bin %.2f dBFS\n", dsp.peakDbfs);
     std::printf("peak memory %.1f MiB\n", double(peakResident()) / (1024.0 * 1024.0));
-    std::printf("bench_lod_dsp summary: dsp/fft %.2f\n", dsp.ratio());
+    std::printf("bench_lod_dsp summary: lod-full/minmax %.2f; lod-zoom/minmax %.3f; "
+                "lod-back %.3f ms; lod-memory %.2fx; dsp/fft %.2f; peak %.0f MiB\n",
+                lod.fullRatio(), lod.zoomedRatio(), lod.back * 1e3, lod.memoryRatio(),
+                dsp.ratio(), double(peakResident()) / (1024.0 * 1024.0));
     return 0;
 }

@@ -144,6 +144,20 @@ void QtViloKeptListBuilder::add(qint64 index)
     addRun(index, index + 1);
 }
 
+void QtViloKeptListBuilder::addRange(qint64 begin, qint64 end)
+{
+    if (begin >= end)
+        return;
+    if (!m_d->bitmap) {
+        addRun(begin, end);
+        return;
+    }
+    for (qint64 b = begin; b < end; b += 64) {
+        const qint64 n = qMin<qint64>(64, end - b);
+        setBits(b, n == 64 ? ~quint64(0) : (quint64(1) << n) - 1);
+    }
+}
+
 QtViloKeptList QtViloKeptListBuilder::take()
 {
     QtViloKeptList list;

@@ -74,6 +74,8 @@ public:
     void addBlock(qint64 blockStart, quint64 mask);
     // Adds one index (above every index added before).
     void add(qint64 index);
+    // Adds every index of [begin, end) (above every index added before).
+    void addRange(qint64 begin, qint64 end);
 
     QtViloKeptList take();
 

@@ -120,11 +120,18 @@ public:
                 out.add(0);
         }
         const qint64 end = qMin(m_p.last, n - 1);
-        for (qint64 b = qMax<qint64>(m_p.first, 1); b < end; b += 64) {
+        for (qint64 c = qMax<qint64>(m_p.first, 1); c < end; c += kChunk) {
+            const qint64 chunkEnd = qMin(end, c + kChunk);
             if (abort && abort->loadRelaxed())
                 return false;
-            const int m = int(qMin<qint64>(64, end - b));
-            out.addBlock(b, block(b, m));
+            if (chunkShortcut(c, chunkEnd, out))
+                continue;
+            for (qint64 b = c; b < chunkEnd; b += 64) {
+                if (abort && abort->loadRelaxed())
+                    return false;
+                const int m = int(qMin<qint64>(64, chunkEnd - b));
+                out.addBlock(b, block(b, m));
+            }
         }
         if (m_p.last == n) {
             const double v = value(n - 1), prev = value(n - 2);
@@ -136,6 +143,46 @@ public:
     }
 
 private:
+    // Chunks are first tested by their extremes: one that lies wholly inside the band is
+    // kept whole, one wholly beyond one side keeps at most its two end samples.
+    static constexpr qint64 kChunk = 4096;
+
+    // Integer samples only: a floating chunk may hold NaN runs, which its extremes do not
+    // show and whose inner samples are not kept.
+    bool chunkShortcut(qint64 b, qint64 e, QtViloKeptListBuilder &out) const
+    {
+        if constexpr (!std::is_integral_v<T>) {
+            return false;
+        } else {
+            using QtViloColumnReducer::Detail::maxStart;
+            using QtViloColumnReducer::Detail::minStart;
+            T lo = minStart<T>(), hi = maxStart<T>();
+            QtViloColumnReducer::Detail::minMax<T>(m_base, b, e - 1, lo, hi);
+            const bool allIn = m_geLo.on && m_leHi.on && C(lo) >= m_geLo.t && C(hi) <= m_leHi.t;
+            if (allIn) {
+                out.addRange(b, e);
+                return true;
+            }
+            // Strictly beyond the band on one side: no sample of the chunk reaches it.
+            const bool above = !m_leHi.on || C(lo) > m_leHi.t;
+            const bool below = !m_geLo.on || C(hi) < m_geLo.t;
+            if (!above && !below)
+                return false;
+            if (keepsInterior(b))
+                out.add(b);
+            if (e - 1 > b && keepsInterior(e - 1))
+                out.add(e - 1);
+            return true;
+        }
+    }
+
+    // The rule for an index with both neighbours.
+    bool keepsInterior(qint64 i) const
+    {
+        const int p = classOf(i - 1), v = classOf(i), n = classOf(i + 1);
+        return ((p | v | n) & 1) || ((v & 2) && ((p | n) & 4)) || ((v & 4) && ((p | n) & 2));
+    }
+
     double value(qint64 i) const { return double(load<T>(m_base, i)); }
     bool inBand(qint64 i) const
     {

@@ -206,6 +206,7 @@ void TestPlotLod::scanMatchesReference_data()
     QTest::newRow("int32 square") << int(QtViloFormats::Int32Type) << 2;
     QTest::newRow("int64 random") << int(QtViloFormats::Int64Type) << 0;
     QTest::newRow("float random with NaN") << int(QtViloFormats::FloatType) << 4;
+    QTest::newRow("int16 step at a chunk edge") << int(QtViloFormats::Int16Type) << 5;
 }
 
 void TestPlotLod::scanMatchesReference()
@@ -228,6 +229,9 @@ void TestPlotLod::scanMatchesReference()
         case 2:
             v[i] = (i / 37) % 2 ? 90 : -90;
             break;
+        case 5: // whole chunks on one side of the band, the step where one chunk ends
+            v[i] = i < 4097 ? -90 : 90;
+            break;
         default:
             v[i] = 60;
             break;
@@ -247,7 +251,8 @@ void TestPlotLod::scanMatchesReference()
         QRectF(4800, 20, 400, 0.5),       QRectF(1234.5, -91, 77.7, 2),
         QRectF(2000, 89.5, 1000, 1),      QRectF(10, 59, 100, 0.5),
         QRectF(-50, -100, 30, 200),       QRectF(n - 3, -100, 10, 200),
-        QRectF(0, 0, 0, 0),               QRectF(n - 1.5, 61, 0.25, 0)};
+        QRectF(0, 0, 0, 0),               QRectF(n - 1.5, 61, 0.25, 0),
+        QRectF(0, 85, n, 10),             QRectF(0, -95, n, 10)};
     for (const QRectF &rect : rects) {
         QtViloKeptList list;
         QVERIFY(QtViloLod::scan(typeIndex, item.data(), QtViloLod::scanParams(rect, n), nullptr,
@@ -370,15 +375,19 @@ void TestPlotLod::fullViewAndDataChange()
 
 void TestPlotLod::abortStepsBack()
 {
-    // Enough flat samples that the scan is still running when the flag comes.
+    // Enough samples, alternating in and out of the band so that no shortcut applies, that
+    // the scan is still running when the flag comes.
     const qint64 n = 20000000;
     QtViloPlotItem item(QStringLiteral("x"), false, QtViloPlotItemDefaults());
     {
         QWriteLocker locker(&item.dataLock());
         item.buffer() = QByteArray(int(n * 2), '\0');
-        item.setData(item.buffer().constData());
+        auto *samples = reinterpret_cast<qint16 *>(item.buffer().data());
+        for (qint64 i = 1; i < n; i += 2)
+            samples[i] = 100;
+        item.setData(samples);
         item.setSampleCount(n);
-        item.setValueRange(0, 0);
+        item.setValueRange(0, 100);
     }
     QtViloLodCurve curve(&item, QtViloFormats::Int16Type);
     auto handle = [&](const QRectF &r, quint64 serial) {
@@ -386,18 +395,20 @@ void TestPlotLod::abortStepsBack()
         QWriteLocker locker(&curve.dataLock());
         return curve.reduce(r, serial);
     };
-    QVERIFY(handle(QRectF(0, -1, double(n), 2), 1));
+    QVERIFY(handle(QRectF(0, -1, double(n), 102), 1));
     QCOMPARE(curve.currentListNumber(), quint8(1));
     const QtViloKeptList had = curve.currentList(nullptr);
 
     // A zoom-in scan stopped half-way while at list 0: the number steps back to 2, not 1.
-    QThread *stopper = QThread::create([&curve] {
-        while (!curve.filling.loadAcquire())
+    QAtomicInt returned(0);
+    QThread *stopper = QThread::create([&curve, &returned] {
+        while (!curve.filling.loadAcquire() && !returned.loadAcquire())
             QThread::yieldCurrentThread();
         curve.abort.storeRelease(1);
     });
     stopper->start();
     const bool finished = handle(QRectF(5, -0.5, double(n), 1), 2);
+    returned.storeRelease(1);
     stopper->wait();
     delete stopper;
     if (finished)
