@@ -145,7 +145,7 @@ public:
 private:
     // Chunks are first tested by their extremes: one that lies wholly inside the band is
     // kept whole, one wholly beyond one side keeps at most its two end samples.
-    static constexpr qint64 kChunk = 4096;
+    static constexpr qint64 kChunk = 512;
 
     // Integer samples only: a floating chunk may hold NaN runs, which its extremes do not
     // show and whose inner samples are not kept.
