@@ -28,7 +28,7 @@ QtViloPlotMarkers::QtViloPlotMarkers(QtViloPlot *plot) : QObject(plot), m_plot(p
         QwtText label(QStringLiteral("M%1").arg(k + 1));
         label.setColor(colours[k]);
         marker->setLabel(label);
-        marker->setLabelAlignment(Qt::AlignTop | Qt::AlignRight);
+        marker->setLabelAlignment(Qt::AlignBottom | Qt::AlignRight); // clear of the readout
         marker->setItemAttribute(QwtPlotItem::AutoScale, false);
         marker->setItemAttribute(QwtPlotItem::Legend, false);
         marker->setZ(60.0);
@@ -90,8 +90,8 @@ void QtViloPlotMarkers::setPosition(int marker, double index)
     }
 }
 
-void QtViloPlotMarkers::setScale(double timeFactor, const QString &timeUnit,
-                                 double amplitudeFactor, const QString &amplitudeUnit)
+void QtViloPlotMarkers::setScale(double timeFactor, const QString &timeUnit, double amplitudeFactor,
+                                 const QString &amplitudeUnit)
 {
     m_timeFactor = timeFactor;
     m_timeUnit = timeUnit;
@@ -134,13 +134,14 @@ QString QtViloPlotMarkers::readoutText() const
         QString text = QStringLiteral("%1  i=%2  t=%3 %4  y=")
                            .arg(name, QString::number(r.index), number(r.time), m_timeUnit);
         if (r.valid)
-            text += QStringLiteral("%1 (%2 %3)").arg(number(r.code), number(r.value),
-                                                    m_amplitudeUnit);
+            text +=
+                QStringLiteral("%1 (%2 %3)").arg(number(r.code), number(r.value), m_amplitudeUnit);
         else
             text += QStringLiteral("-");
         return text;
     };
-    return QStringList{line(QStringLiteral("M1"), reading(0)), line(QStringLiteral("M2"), reading(1)),
+    return QStringList{line(QStringLiteral("M1"), reading(0)),
+                       line(QStringLiteral("M2"), reading(1)),
                        line(QStringLiteral("Δ "), difference())}
         .join(QLatin1Char('\n'));
 }

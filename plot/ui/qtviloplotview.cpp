@@ -6,6 +6,7 @@
 #include "plot/ui/qtviloplotitemsmodel.h"
 #include "plot/ui/qtviloplotmarkers.h"
 #include "plot/ui/qtviloplotsettingsdialog.h"
+#include "plot/ui/qtvilotoolcombobox.h"
 #include "plot/ui/qtvilozoomer.h"
 
 #include <QComboBox>
@@ -14,6 +15,7 @@
 #include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QLayout>
 #include <QMenu>
 #include <QMouseEvent>
 #include <QSettings>
@@ -61,8 +63,8 @@ public:
 };
 
 namespace {
-const char *const AxisKeys[QtViloPlotAxes::OptionCount] = {
-    "IndexCodeAxis", "TimeAxis", "UnitAxis", "CodeUnitSwap", "IndexTimeSwap"};
+const char *const AxisKeys[QtViloPlotAxes::OptionCount] = {"IndexCodeAxis", "TimeAxis", "UnitAxis",
+                                                           "CodeUnitSwap", "IndexTimeSwap"};
 const char *const AxisTexts[QtViloPlotAxes::OptionCount] = {
     QT_TRANSLATE_NOOP("QtViloPlotView", "Show Index-Code Axis"),
     QT_TRANSLATE_NOOP("QtViloPlotView", "Show Time Axis"),
@@ -78,9 +80,8 @@ void selectText(QComboBox *box, const QString &text, const QString &fallback)
 } // namespace
 
 QtViloPlotView::QtViloPlotView(QtViloPlot *plot, QtViloPlotItemsModel *model, QWidget *parent)
-    : QWidget(parent), m_plot(plot), m_model(model),
-      m_dsp(plot->source() == QtViloPlot::DspSource), m_axes(new QtViloPlotAxes(plot)),
-      m_markers(new QtViloPlotMarkers(plot))
+    : QWidget(parent), m_plot(plot), m_model(model), m_dsp(plot->source() == QtViloPlot::DspSource),
+      m_axes(new QtViloPlotAxes(plot)), m_markers(new QtViloPlotMarkers(plot))
 {
     setObjectName(m_dsp ? QStringLiteral("DspPlotView") : QStringLiteral("SignalPlotView"));
     setWindowTitle(m_dsp ? tr("DSP Plot") : tr("Signal Plot"));
@@ -138,15 +139,19 @@ QtViloZoomer *QtViloPlotView::zoomer() const
 }
 
 QComboBox *QtViloPlotView::addUnitBox(const QString &icon, const QString &toolTip,
-                                      const QStringList &entries, const QString &name)
+                                      const QStringList &entries, const QString &name,
+                                      const std::function<QString(const QString &)> &unitOf)
 {
-    auto *box = new QComboBox(m_toolBar);
+    auto *box = new QtViloToolComboBox(m_toolBar);
     box->setObjectName(name);
-    for (const QString &entry : entries)
+    QStringList units;
+    for (const QString &entry : entries) {
         box->addItem(QIcon(icon), entry);
+        units << unitOf(entry);
+    }
+    // The closed box shows just the unit, so the row fits a narrow dock.
+    box->setShortTexts(units);
     box->setToolTip(toolTip);
-    box->setSizeAdjustPolicy(QComboBox::AdjustToContents);
-    box->setIconSize(QSize(16, 16));
     m_toolBar->addWidget(box);
     return box;
 }
@@ -168,7 +173,7 @@ void QtViloPlotView::buildToolBar()
     m_toolBar->setIconSize(QSize(16, 16));
     m_toolBar->setMovable(false);
     m_toolBar->setFloatable(false);
-    m_toolBar->setStyleSheet(QStringLiteral("QToolBar { spacing: 1px; padding: 0px; }"));
+    m_toolBar->layout()->setSpacing(1);
 
     if (!m_dsp) {
         m_enableButton = new QToolButton(m_toolBar);
@@ -188,31 +193,33 @@ void QtViloPlotView::buildToolBar()
         });
         m_toolBar->addWidget(m_enableButton);
     } else {
-        m_dspBox = new QComboBox(m_toolBar);
+        m_dspBox = new QtViloToolComboBox(m_toolBar);
         m_dspBox->setObjectName(QStringLiteral("DspChoiceBox"));
         m_dspBox->addItems({QStringLiteral("None"), QStringLiteral("FFT dBFS")});
         m_dspBox->setPlaceholderText(tr("Select DSP"));
         m_dspBox->setCurrentIndex(-1);
         m_dspBox->setToolTip(tr("Select DSP to perform on plotted data"));
-        m_dspBox->setSizeAdjustPolicy(QComboBox::AdjustToContents);
         m_toolBar->addWidget(m_dspBox);
-        m_windowBox = new QComboBox(m_toolBar);
+        m_windowBox = new QtViloToolComboBox(m_toolBar);
         m_windowBox->setObjectName(QStringLiteral("WindowBox"));
         m_windowBox->addItems(
             {QStringLiteral("Blackman"), QStringLiteral("Hann"), QStringLiteral("Flat-Top")});
         m_windowBox->setPlaceholderText(tr("Select Window"));
         m_windowBox->setCurrentIndex(-1);
         m_windowBox->setToolTip(tr("Select windowing function if FFT is used."));
-        m_windowBox->setSizeAdjustPolicy(QComboBox::AdjustToContents);
         m_toolBar->addWidget(m_windowBox);
-        m_frequencyBox = addUnitBox(QStringLiteral("://Images/freq.png"), QString(),
-                                    frequencyUnitEntries(), QStringLiteral("FrequencyUnitBox"));
+        m_frequencyBox =
+            addUnitBox(QStringLiteral("://Images/freq.png"), QString(), frequencyUnitEntries(),
+                       QStringLiteral("FrequencyUnitBox"),
+                       [](const QString &entry) { return frequencyScale(1.0, 1, entry).unit; });
     }
     m_timeBox = addUnitBox(QStringLiteral("://Images/clock.png"), tr("Set Unit for the Time-Axis"),
-                           timeUnitEntries(), QStringLiteral("TimeUnitBox"));
-    m_amplitudeBox = addUnitBox(QStringLiteral("://Images/gauge.png"),
-                                tr("Set Unit for the Amplitude-Axis"), amplitudeUnitEntries(),
-                                QStringLiteral("AmplitudeUnitBox"));
+                           timeUnitEntries(), QStringLiteral("TimeUnitBox"),
+                           [](const QString &entry) { return timeScale(1.0, entry).unit; });
+    m_amplitudeBox =
+        addUnitBox(QStringLiteral("://Images/gauge.png"), tr("Set Unit for the Amplitude-Axis"),
+                   amplitudeUnitEntries(), QStringLiteral("AmplitudeUnitBox"),
+                   [](const QString &entry) { return amplitudeScale(1, 1.0, 1.0, entry).unit; });
 
     m_axisButton = new QToolButton(m_toolBar);
     m_axisButton->setObjectName(QStringLiteral("AxisButton"));
@@ -237,12 +244,12 @@ void QtViloPlotView::buildToolBar()
                                true);
     connect(markers, &QAction::toggled, m_markers, &QtViloPlotMarkers::setShown);
     m_toolBar->addSeparator();
-    QAction *back = addTool(ZoomBackTool, QStringLiteral("://Images/previous.png"),
-                            tr("Previous zoom"), false);
+    QAction *back =
+        addTool(ZoomBackTool, QStringLiteral("://Images/previous.png"), tr("Previous zoom"), false);
     QAction *home = addTool(ZoomHomeTool, QStringLiteral("://Images/home.png"),
                             tr("Full view of all curves"), false);
-    QAction *forward = addTool(ZoomForwardTool, QStringLiteral("://Images/next.png"),
-                               tr("Next zoom"), false);
+    QAction *forward =
+        addTool(ZoomForwardTool, QStringLiteral("://Images/next.png"), tr("Next zoom"), false);
     connect(back, &QAction::triggered, this, [this] {
         if (m_plot->zoomer())
             m_plot->zoomer()->zoom(-1);
@@ -275,9 +282,8 @@ void QtViloPlotView::buildToolBar()
     QAction *pdf = addTool(ExportTool, QStringLiteral("://Images/pdf.png"),
                            tr("Export the plot to a PDF file"), false);
     connect(pdf, &QAction::triggered, this, &QtViloPlotView::exportPdfWithDialog);
-    QAction *settings =
-        addTool(SettingsTool, QStringLiteral("://Images/settings.png"),
-                tr("Change plot settings.\nThese settings will be cached."), false);
+    QAction *settings = addTool(SettingsTool, QStringLiteral("://Images/settings.png"),
+                                tr("Change plot settings.\nThese settings will be cached."), false);
     connect(settings, &QAction::triggered, this, &QtViloPlotView::openSettingsDialog);
 }
 
@@ -286,17 +292,15 @@ void QtViloPlotView::loadAxisSettings()
     QSettings settings;
     settings.beginGroup(QStringLiteral("QtVilo%1PlotAuxAxisSettings").arg(settingsName()));
     for (int option = 0; option < QtViloPlotAxes::OptionCount; ++option) {
-        const bool on = settings
-                            .value(QLatin1String(AxisKeys[option]),
-                                   option == QtViloPlotAxes::IndexCodeAxis)
-                            .toBool();
+        const bool on =
+            settings.value(QLatin1String(AxisKeys[option]), option == QtViloPlotAxes::IndexCodeAxis)
+                .toBool();
         m_axisActions[option]->setChecked(on);
         m_axes->setOption(QtViloPlotAxes::Option(option), on);
     }
     selectText(m_timeBox, settings.value(QStringLiteral("TimeAxisResolution")).toString(),
                QStringLiteral("Time in Nano Seconds"));
-    selectText(m_amplitudeBox,
-               settings.value(QStringLiteral("AmplitudeAxisResolution")).toString(),
+    selectText(m_amplitudeBox, settings.value(QStringLiteral("AmplitudeAxisResolution")).toString(),
                QStringLiteral("Ampl in Milli Volts"));
     if (m_frequencyBox)
         selectText(m_frequencyBox,
@@ -332,8 +336,7 @@ void QtViloPlotView::saveAxisSettings() const
     settings.setValue(QStringLiteral("TimeAxisResolution"), m_timeBox->currentText());
     settings.setValue(QStringLiteral("AmplitudeAxisResolution"), m_amplitudeBox->currentText());
     if (m_frequencyBox)
-        settings.setValue(QStringLiteral("FrequencyAxisResolution"),
-                          m_frequencyBox->currentText());
+        settings.setValue(QStringLiteral("FrequencyAxisResolution"), m_frequencyBox->currentText());
 }
 
 void QtViloPlotView::onAxisOptionToggled()
@@ -391,10 +394,10 @@ void QtViloPlotView::computeFactors()
         const double rate = value(QtViloPlotItemsModel::SampleRateColumn).toDouble();
         const Scale x = fft ? frequencyScale(rate, curve->pointCount(), frequencyText)
                             : timeScale(rate, timeText);
-        const Scale y = amplitudeScale(value(QtViloPlotItemsModel::ResolutionColumn).toInt(),
-                                       value(QtViloPlotItemsModel::InputRangeColumn).toDouble(),
-                                       value(QtViloPlotItemsModel::GainColumn).toDouble(),
-                                       amplitudeText);
+        const Scale y =
+            amplitudeScale(value(QtViloPlotItemsModel::ResolutionColumn).toInt(),
+                           value(QtViloPlotItemsModel::InputRangeColumn).toDouble(),
+                           value(QtViloPlotItemsModel::GainColumn).toDouble(), amplitudeText);
         curve->setScaleFactors(x.factor, y.factor);
     }
 }
@@ -467,6 +470,9 @@ void QtViloPlotView::onCurvesChanged()
     updateAxes(false);
     syncLegendChecks();
     updateZoomButtons();
+    // Switching plotting off drops every curve; that is no change of what the user looks at.
+    if (!m_plot->plottingEnabled())
+        return;
     if ((brandNew && m_settings.newCurveZoomReset) ||
         ((returned || dropped) && m_settings.visRescale) || m_settings.rePlotZoomReset)
         m_plot->resetZoom();
@@ -478,8 +484,7 @@ void QtViloPlotView::onSelectedCurveChanged()
     syncLegendChecks();
 }
 
-void QtViloPlotView::onModelDataChanged(const QModelIndex &topLeft,
-                                        const QModelIndex &bottomRight)
+void QtViloPlotView::onModelDataChanged(const QModelIndex &topLeft, const QModelIndex &bottomRight)
 {
     // Sample rate, resolution, input range and gain feed the factors.
     if (bottomRight.column() >= QtViloPlotItemsModel::SampleRateColumn &&

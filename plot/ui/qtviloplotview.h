@@ -6,6 +6,8 @@
 #include <QSet>
 #include <QWidget>
 
+#include <functional>
+
 class QAction;
 class QComboBox;
 class QDateTime;
@@ -69,7 +71,10 @@ public:
     QAction *toolAction(Tool tool) const { return m_tools[tool]; }
 
     // "Signal" or "Dsp": the prefix of this view's settings groups and keys.
-    QString settingsName() const { return m_dsp ? QStringLiteral("Dsp") : QStringLiteral("Signal"); }
+    QString settingsName() const
+    {
+        return m_dsp ? QStringLiteral("Dsp") : QStringLiteral("Signal");
+    }
     QtViloPlotViewSettings settings() const { return m_settings; }
     // Applies the options to the plot and stores them.
     void setSettings(const QtViloPlotViewSettings &values);
@@ -94,7 +99,8 @@ protected:
 private:
     void buildToolBar();
     QComboBox *addUnitBox(const QString &icon, const QString &toolTip, const QStringList &entries,
-                          const QString &name);
+                          const QString &name,
+                          const std::function<QString(const QString &)> &unitOf);
     QAction *addTool(Tool tool, const QString &icon, const QString &toolTip, bool checkable);
     void loadAxisSettings();
     void saveAxisSettings() const;

@@ -35,8 +35,7 @@ QtViloPlotViewSettings loadPlotViewSettings(const QString &name)
     v.legendItemEnable =
         settings.value(QStringLiteral("LegendItemEnable"), v.legendItemEnable).toBool();
     v.legendItemColumns = qBound(
-        1, settings.value(QStringLiteral("LegendItemNofColumns"), v.legendItemColumns).toInt(),
-        16);
+        1, settings.value(QStringLiteral("LegendItemNofColumns"), v.legendItemColumns).toInt(), 16);
     v.legendItemAlignment =
         settings.value(QStringLiteral("LegendItemAlignment"), v.legendItemAlignment).toInt();
     const QColor background(
@@ -52,8 +51,7 @@ QtViloPlotViewSettings loadPlotViewSettings(const QString &name)
         settings.value(plotKey(name, "RePlotZoomReset"), v.rePlotZoomReset).toBool();
     v.showMaxMin = settings.value(plotKey(name, "ShowMaxMin"), v.showMaxMin).toBool();
     v.lineWidth = qBound(1, settings.value(plotKey(name, "LineWidth"), v.lineWidth).toInt(), 20);
-    v.symbolSize =
-        qBound(0, settings.value(plotKey(name, "SymbolSize"), v.symbolSize).toInt(), 40);
+    v.symbolSize = qBound(0, settings.value(plotKey(name, "SymbolSize"), v.symbolSize).toInt(), 40);
     return v;
 }
 

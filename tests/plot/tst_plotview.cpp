@@ -6,6 +6,7 @@
 #include "plot/ui/qtviloplotitemsmodel.h"
 #include "plot/ui/qtviloplotmarkers.h"
 #include "plot/ui/qtviloplotview.h"
+#include "plot/ui/qtvilotoolcombobox.h"
 #include "plot/ui/qtvilozoomer.h"
 #include "resources/initresources.h"
 
@@ -161,6 +162,16 @@ private slots:
         QCOMPARE(entries(dsp->dspChoiceBox()), QStringList({"None", "FFT dBFS"}));
         QCOMPARE(dsp->dspChoiceBox()->placeholderText(), QStringLiteral("Select DSP"));
         QCOMPARE(dsp->dspChoiceBox()->currentIndex(), -1);
+        // Closed boxes show the prompt, or just the unit, to stay narrow.
+        auto shown = [](QComboBox *box) {
+            return static_cast<QtViloToolComboBox *>(box)->shownText();
+        };
+        QCOMPARE(shown(dsp->dspChoiceBox()), QStringLiteral("Select DSP"));
+        QCOMPARE(shown(dsp->windowBox()), QStringLiteral("Select Window"));
+        dsp->frequencyUnitBox()->setCurrentText(QStringLiteral("Frequency in kHz"));
+        QCOMPARE(shown(dsp->frequencyUnitBox()), QStringLiteral("kHz"));
+        signal->timeUnitBox()->setCurrentText(QStringLiteral("Time in Micro Seconds"));
+        QCOMPARE(shown(signal->timeUnitBox()), QStringLiteral("μs"));
         QCOMPARE(dsp->dspChoiceBox()->toolTip(),
                  QStringLiteral("Select DSP to perform on plotted data"));
         QCOMPARE(entries(dsp->windowBox()), QStringList({"Blackman", "Hann", "Flat-Top"}));
@@ -243,8 +254,7 @@ private slots:
         QCOMPARE(plot->axisTitle(QwtPlot::yRight).text(), QStringLiteral("Amplitude [Codes]"));
         QCOMPARE(interval(plot, QwtPlot::xBottom).minValue(), x.minValue());
         QCOMPARE(interval(plot, QwtPlot::xTop).minValue(), x.minValue());
-        QCOMPARE(plot->axisScaleDraw(QwtPlot::xBottom)->label(300.0).text(),
-                 QStringLiteral("0.3"));
+        QCOMPARE(plot->axisScaleDraw(QwtPlot::xBottom)->label(300.0).text(), QStringLiteral("0.3"));
         for (double tick : plot->axisScaleDiv(QwtPlot::xBottom).ticks(QwtScaleDiv::MajorTick)) {
             const double shown = tick * micro * 100.0; // ticks at round hundredths of μs
             QVERIFY2(qAbs(shown - qRound(shown)) < 1e-6, qPrintable(QString::number(tick)));
@@ -320,9 +330,9 @@ private slots:
             }
             panel.dspView()->frequencyUnitBox()->setCurrentText(QStringLiteral("Frequency in GHz"));
         }
-        const QStringList common = {"LegendEnable",         "LegendPosition",
-                                    "LegendItemEnable",     "LegendItemNofColumns",
-                                    "LegendItemAlignment",  "LegendItemBackground",
+        const QStringList common = {"LegendEnable",        "LegendPosition",
+                                    "LegendItemEnable",    "LegendItemNofColumns",
+                                    "LegendItemAlignment", "LegendItemBackground",
                                     "LegendItemSize"};
         for (const QString &plot : {QStringLiteral("Signal"), QStringLiteral("Dsp")}) {
             QStringList values = common;
@@ -331,8 +341,9 @@ private slots:
                 values << plot + QStringLiteral("Plot") + QLatin1String(key);
             QCOMPARE(groupKeys(QStringLiteral("QtVilo%1PlotSettingsValues").arg(plot)),
                      QSet<QString>(values.cbegin(), values.cend()));
-            QStringList axis = {"IndexCodeAxis", "TimeAxis", "UnitAxis", "CodeUnitSwap",
-                                "IndexTimeSwap", "TimeAxisResolution", "AmplitudeAxisResolution"};
+            QStringList axis = {"IndexCodeAxis",          "TimeAxis",      "UnitAxis",
+                                "CodeUnitSwap",           "IndexTimeSwap", "TimeAxisResolution",
+                                "AmplitudeAxisResolution"};
             if (plot == QLatin1String("Dsp"))
                 axis << QStringLiteral("FrequencyAxisResolution");
             QCOMPARE(groupKeys(QStringLiteral("QtVilo%1PlotAuxAxisSettings").arg(plot)),
@@ -502,7 +513,8 @@ private slots:
         QVERIFY(plot->selectedCurve() != second);
         auto *legend = qobject_cast<QwtLegend *>(plot->legend());
         QVERIFY(legend);
-        auto *label = qobject_cast<QwtLegendLabel *>(legend->legendWidget(plot->itemToInfo(second)));
+        auto *label =
+            qobject_cast<QwtLegendLabel *>(legend->legendWidget(plot->itemToInfo(second)));
         QVERIFY(label);
         QTest::mouseClick(label, Qt::LeftButton);
         QCOMPARE(plot->selectedCurve(), second);
@@ -514,8 +526,9 @@ private slots:
         QCOMPARE(pov.count(), 1);
         QCOMPARE(pov.first().at(2).toBool(), true);
         QCOMPARE(pov.first().at(3).toBool(), true);
-        QVERIFY(QSettings().value(QStringLiteral("QtViloSignalPlotSettingsValues/"
-                                                 "SignalPlotShowMaxMin"))
+        QVERIFY(QSettings()
+                    .value(QStringLiteral("QtViloSignalPlotSettingsValues/"
+                                          "SignalPlotShowMaxMin"))
                     .toBool());
 
         // Without the reset option a zoom survives a new curve.
