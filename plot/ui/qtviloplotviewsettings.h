@@ -11,7 +11,7 @@ struct QtViloPlotViewSettings
     int legendPosition = 1; // QwtPlot::LegendPosition: left 0, right 1, bottom 2, top 3
     bool legendItemEnable = false;
     int legendItemColumns = 1;
-    int legendItemAlignment = 0x0022; // Qt::AlignTop | Qt::AlignRight
+    int legendItemAlignment = 0x0042; // Qt::AlignBottom | Qt::AlignRight: clear of the readout
     QColor legendItemBackground = QColor(255, 255, 255, 210);
     int legendItemSize = 8; // point size of the in-canvas legend's font
     bool newCurveZoomReset = true;
