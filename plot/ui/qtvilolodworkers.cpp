@@ -104,7 +104,8 @@ void QtViloBoundingProfiler::onPovSettingsChanged(QtViloPlot *plot, const bool &
 {
     Q_UNUSED(plot)
     m_persistence = persistence;
-    m_enabled = maxProfile || minProfile;
+    // Persistence shows what earlier traces covered, which is the accumulated envelope.
+    m_enabled = persistence || maxProfile || minProfile;
 }
 
 void QtViloBoundingProfiler::onRectOfInterestChanged(QtViloPlot *plot, const QRectF &rect,

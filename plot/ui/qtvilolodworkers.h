@@ -64,7 +64,8 @@ private:
 };
 
 // Per-pixel-column maximum and minimum envelopes of the plot's curves for the view, shown as
-// the canvas's stationary overlay. Idle while neither profile is switched on.
+// the canvas's stationary overlay. With persistence they accumulate while the view stays,
+// so the overlay shows everything earlier traces reached. Idle while all three are off.
 class QtViloBoundingProfiler : public QObject
 {
     Q_OBJECT

@@ -63,7 +63,8 @@ public:
 protected:
     void drawOverlay(QPainter *painter) const override
     {
-        if (!m_plot->showsMaxProfile() && !m_plot->showsMinProfile())
+        const bool persistence = m_plot->showsPersistence();
+        if (!persistence && !m_plot->showsMaxProfile() && !m_plot->showsMinProfile())
             return;
         const QwtScaleMap xMap = m_plot->canvasMap(QwtPlot::xBottom);
         const QwtScaleMap yMap = m_plot->canvasMap(QwtPlot::yLeft);
@@ -86,6 +87,18 @@ protected:
                     minima << QPointF(x, yMap.transform(profile.minima[c]));
             }
             lod.profileLock().unlock();
+            if (persistence && maxima.size() == minima.size() && !maxima.isEmpty()) {
+                // The area earlier traces covered, as a scope's persistence shows it.
+                QPolygonF band = maxima;
+                for (int k = minima.size() - 1; k >= 0; --k)
+                    band << minima[k];
+                QColor fill = curve->pen().color();
+                fill.setAlpha(60);
+                painter->setPen(Qt::NoPen);
+                painter->setBrush(fill);
+                painter->drawPolygon(band);
+                painter->setBrush(Qt::NoBrush);
+            }
             QColor colour = curve->pen().color();
             const bool selected = curve == m_plot->selectedCurve();
             colour.setAlpha(selected ? 200 : 110);

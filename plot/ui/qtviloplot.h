@@ -116,6 +116,7 @@ public:
     int profileColumns() const { return m_columns.loadRelaxed(); }
     bool showsMaxProfile() const { return m_maxProfile; }
     bool showsMinProfile() const { return m_minProfile; }
+    bool showsPersistence() const { return m_persistence; }
     QtViloLodWeeder *weeder() const { return m_weeder; }
     QList<QtViloLodWorker *> lodWorkers() const { return m_lodWorkers; }
 

@@ -40,6 +40,13 @@ public:
     double amplitudeFactor() const { return m_amplitudeFactor; }
     // Points the curve has: samples on the signal plot, result values on the DSP plot.
     quint64 pointCount() const { return quint64(dataSize()); }
+    // The transform size behind a spectrum of this many bins (N / 2 + 1 bins of an N-point
+    // real transform): bin k lies at k · rate / N. For other curves the point count.
+    quint64 transformSize() const
+    {
+        const quint64 points = pointCount();
+        return m_dspResult && points > 1 ? 2 * (points - 1) : points;
+    }
 
 protected:
     void drawSeries(QPainter *painter, const QwtScaleMap &xMap, const QwtScaleMap &yMap,

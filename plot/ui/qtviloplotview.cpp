@@ -392,7 +392,7 @@ void QtViloPlotView::computeFactors()
             return m_model->data(m_model->index(row, column), Qt::EditRole);
         };
         const double rate = value(QtViloPlotItemsModel::SampleRateColumn).toDouble();
-        const Scale x = fft ? frequencyScale(rate, curve->pointCount(), frequencyText)
+        const Scale x = fft ? frequencyScale(rate, curve->transformSize(), frequencyText)
                             : timeScale(rate, timeText);
         const Scale y =
             amplitudeScale(value(QtViloPlotItemsModel::ResolutionColumn).toInt(),

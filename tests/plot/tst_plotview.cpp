@@ -287,7 +287,10 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(!plot->curves().isEmpty() && plot->curves().first()->pointCount(),
                                  kLoadTimeout);
         QtViloPlotCurve *curve = plot->curves().first();
-        QTRY_COMPARE(curve->timeFactor(), 1e9 / double(curve->pointCount()) / 1e6);
+        // 1000 samples: a 1024-point transform, 513 bins of 1e9 / 1024 Hz.
+        QTRY_COMPARE(curve->pointCount(), quint64(513));
+        QCOMPARE(curve->transformSize(), quint64(1024));
+        QTRY_COMPARE(curve->timeFactor(), 1e9 / 1024.0 / 1e6);
         // Millivolts per code as on the signal plot; only the axes read dBFS.
         QCOMPARE(curve->amplitudeFactor(), 0.5 / 8192 * 1000);
         QCOMPARE(plot->axisTitle(QwtPlot::xTop).text(), QStringLiteral("Freq [MHz]"));
