@@ -6,6 +6,8 @@ QtViloKeptList QtViloKeptList::range(qint64 begin, qint64 end)
     if (end > begin) {
         auto d = std::make_shared<Data>();
         d->count = end - begin;
+        d->scanBegin = begin;
+        d->scanEnd = end;
         d->runs.push_back({begin, end});
         list.m_d = std::move(d);
     }
@@ -60,6 +62,8 @@ bool operator==(const QtViloKeptList &a, const QtViloKeptList &b)
 QtViloKeptListBuilder::QtViloKeptListBuilder(qint64 begin, qint64 end)
     : m_begin(begin), m_end(qMax(begin, end)), m_d(std::make_shared<QtViloKeptList::Data>())
 {
+    m_d->scanBegin = m_begin;
+    m_d->scanEnd = m_end;
     // A run costs 16 bytes, a bitmap one bit per index of the range: beyond this many runs
     // the bitmap is smaller.
     m_maxRuns = size_t((m_end - m_begin) / 128 + 4);
@@ -161,10 +165,10 @@ void QtViloKeptListBuilder::addRange(qint64 begin, qint64 end)
 QtViloKeptList QtViloKeptListBuilder::take()
 {
     QtViloKeptList list;
-    if (m_d->count > 0) {
-        m_d->runs.shrink_to_fit();
-        list.m_d = std::move(m_d);
-    }
+    m_d->runs.shrink_to_fit();
+    list.m_d = std::move(m_d);
     m_d = std::make_shared<QtViloKeptList::Data>();
+    m_d->scanBegin = m_begin;
+    m_d->scanEnd = m_end;
     return list;
 }

@@ -27,6 +27,10 @@ public:
     static QtViloKeptList range(qint64 begin, qint64 end);
 
     qint64 count() const { return m_d ? m_d->count : 0; }
+    // The index range the list was made from: indices outside it were not looked at (and
+    // are not "dropped"). Empty for a default list.
+    qint64 scanBegin() const { return m_d ? m_d->scanBegin : 0; }
+    qint64 scanEnd() const { return m_d ? m_d->scanEnd : 0; }
     bool isEmpty() const { return count() == 0; }
     // Exactly the indices 0 … n - 1.
     bool holdsAll(qint64 n) const;
@@ -49,6 +53,8 @@ private:
     struct Data
     {
         qint64 count = 0;
+        qint64 scanBegin = 0;
+        qint64 scanEnd = 0;
         // Bitmap form: bit k of words[k / 64] stands for index base + k.
         bool bitmap = false;
         qint64 base = 0;

@@ -212,11 +212,13 @@ void QtViloSeriesDataBase::drawWith(QtViloColumnReducer::ReduceFunction reduce, 
             kept = m_lod->currentList(&generation);
             useKept = generation == m_item->dataGeneration();
             if (useKept) {
-                // One run over the whole shown range draws exactly as without a list.
-                kept.forEachRun(first, last + 1, [&](qint64 b, qint64 e) {
-                    if (b == first && e == last + 1)
-                        useKept = false;
-                });
+                // A list that keeps every shown sample it looked at draws exactly as none.
+                const qint64 scanBegin = qBound(first, kept.scanBegin(), last + 1);
+                const qint64 scanEnd = qBound(scanBegin, kept.scanEnd(), last + 1);
+                qint64 keptShown = 0;
+                kept.forEachRun(scanBegin, scanEnd,
+                                [&keptShown](qint64 b, qint64 e) { keptShown += e - b; });
+                useKept = keptShown < scanEnd - scanBegin;
             }
         }
 
@@ -265,6 +267,7 @@ void QtViloSeriesDataBase::drawKept(QtViloColumnReducer::ReduceFunction reduce, 
     // band) go through the column folder, so the polyline stays a few points per column.
     qint64 runs = 0;
     kept.forEachRun(params.from, params.to + 1, [&runs](qint64, qint64) { ++runs; });
+    runs += 2; // the parts beyond the scanned range
     const double columns = std::abs(params.x(double(params.to)) - params.x(double(params.from)));
     const bool fold = double(runs) > 4.0 * columns + 64.0;
     QVector<QPointF> part;
@@ -275,7 +278,7 @@ void QtViloSeriesDataBase::drawKept(QtViloColumnReducer::ReduceFunction reduce, 
         else if (points.isEmpty() || points.last() != QPointF(x, y))
             points.append(QPointF(x, y));
     };
-    kept.forEachRun(params.from, params.to + 1, [&](qint64 b, qint64 e) {
+    auto drawRun = [&](qint64 b, qint64 e) {
         if (e - b >= 16) {
             QtViloColumnReducer::Params runParams = params;
             runParams.from = b;
@@ -291,7 +294,17 @@ void QtViloSeriesDataBase::drawKept(QtViloColumnReducer::ReduceFunction reduce, 
                 add(QtViloColumnReducer::Detail::toPixel(params.x(double(i))),
                     QtViloColumnReducer::Detail::toPixel(params.y(v)));
         }
-    });
+    };
+    // The canvas shows a little more than the rectangle the list was made for: samples
+    // beyond the scanned range are drawn as they are.
+    const qint64 end = params.to + 1;
+    const qint64 scanBegin = qBound(params.from, kept.scanBegin(), end);
+    const qint64 scanEnd = qBound(scanBegin, kept.scanEnd(), end);
+    if (params.from < scanBegin)
+        drawRun(params.from, scanBegin);
+    kept.forEachRun(scanBegin, scanEnd, drawRun);
+    if (scanEnd < end)
+        drawRun(scanEnd, end);
 }
 
 double QtViloSeriesDataBase::valueOf(const uchar *data, qint64 i) const

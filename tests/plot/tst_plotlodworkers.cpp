@@ -41,6 +41,7 @@ private slots:
     void threadsAreNamed();
     void eachCurveOncePerSerial();
     void profilesFollowTheView();
+    void keptSamplesDrawTheSamePixels();
 };
 
 void TestPlotLodWorkers::threadsAreNamed()
@@ -154,6 +155,64 @@ void TestPlotLodWorkers::profilesFollowTheView()
     }
     QCOMPARE(top, 1000.0);
     QCOMPARE(bottom, -1000.0);
+}
+
+void TestPlotLodWorkers::keptSamplesDrawTheSamePixels()
+{
+    // A wandering signal under a narrow band: most samples lie outside it and are dropped.
+    auto item = std::make_unique<QtViloPlotItem>(QStringLiteral("walk"), false,
+                                                 QtViloPlotItemDefaults());
+    {
+        QWriteLocker locker(&item->dataLock());
+        const int n = 300000;
+        item->buffer() = QByteArray(n * 2, '\0');
+        auto *out = reinterpret_cast<qint16 *>(item->buffer().data());
+        quint32 seed = 11;
+        int walk = 0;
+        for (int i = 0; i < n; ++i) {
+            seed = seed * 1664525u + 1013904223u;
+            walk = qBound(-20000, walk + int(seed >> 22) - 512, 20000);
+            out[i] = qint16(walk);
+        }
+        item->setData(out);
+        item->setSampleCount(n);
+        item->setValueRange(-20000, 20000);
+    }
+    QtViloPlot plot;
+    plot.resize(700, 400);
+    plot.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&plot));
+    plot.setItems({item.get()});
+    plot.setAxisScale(QwtPlot::xBottom, 20000, 220000);
+    plot.setAxisScale(QwtPlot::yLeft, -3000, 1000);
+    plot.replot();
+    QtViloLodCurve &lod = *plot.curves().first()->seriesData()->lod();
+    QTRY_VERIFY_WITH_TIMEOUT(QtViloLodCurve::sameRect(lod.lastRect(), plot.rectOfInterest()) &&
+                                 lod.done.loadAcquire(),
+                             10000);
+    const QtViloKeptList kept = lod.currentList(nullptr);
+    QVERIFY(kept.count() > 0);
+    QVERIFY(kept.count() < 150000); // the band really drops samples
+    QVERIFY(kept.runs().size() > 2);
+    plot.replot();
+    const QImage withList = plot.canvas()->grab().toImage();
+    // Without a list the curve draws every sample of the view.
+    lod.retire();
+    plot.replot();
+    const QImage everySample = plot.canvas()->grab().toImage();
+    int differing = 0, firstX = -1, lastX = -1;
+    for (int y = 0; y < withList.height(); ++y) {
+        for (int x = 0; x < withList.width(); ++x) {
+            if (withList.pixel(x, y) != everySample.pixel(x, y)) {
+                ++differing;
+                firstX = firstX < 0 ? x : qMin(firstX, x);
+                lastX = qMax(lastX, x);
+            }
+        }
+    }
+    QVERIFY2(differing == 0, qPrintable(QStringLiteral("%1 pixels differ, x %2 to %3 of %4")
+                                            .arg(differing).arg(firstX).arg(lastX)
+                                            .arg(withList.width())));
 }
 
 QTEST_MAIN(TestPlotLodWorkers)
