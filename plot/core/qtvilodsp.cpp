@@ -48,45 +48,6 @@ inline bool aborted(const QAtomicInteger<quint8> *abort)
     return abort && abort->loadRelaxed() != 0;
 }
 
-// Calls f with a value of the C++ type of the format; false for an unknown type index.
-template <typename F> bool visitType(int typeIndex, F &&f)
-{
-    switch (typeIndex) {
-    case QtViloFormats::Int8Type:
-        f(qint8());
-        return true;
-    case QtViloFormats::Int16Type:
-        f(qint16());
-        return true;
-    case QtViloFormats::Int32Type:
-        f(qint32());
-        return true;
-    case QtViloFormats::Int64Type:
-        f(qint64());
-        return true;
-    case QtViloFormats::FloatType:
-        f(float());
-        return true;
-    case QtViloFormats::DoubleType:
-    case QtViloFormats::AsciiType:
-        f(double());
-        return true;
-    case QtViloFormats::Uint8Type:
-        f(quint8());
-        return true;
-    case QtViloFormats::Uint16Type:
-        f(quint16());
-        return true;
-    case QtViloFormats::Uint32Type:
-        f(quint32());
-        return true;
-    case QtViloFormats::Uint64Type:
-        f(quint64());
-        return true;
-    default:
-        return false;
-    }
-}
 
 // w = a0 - a1·cos(x) + a2·cos(2x) - a3·cos(3x) + a4·cos(4x); false when every weight is 1.
 bool coefficientsOf(quint8 type, double (&a)[5])
@@ -381,7 +342,7 @@ void fillInput(const Samples &samples, quint8 window, double *input, quint64 siz
     WindowTable table;
     const bool weighted = count > 0 && table.set(window, samples.count);
     const auto *data = static_cast<const uchar *>(samples.data);
-    const bool known = visitType(samples.typeIndex, [&](auto tag) {
+    const bool known = QtViloFormats::visitType(samples.typeIndex, [&](auto tag) {
         fillTyped<decltype(tag)>(data, count, weighted ? &table : nullptr, input);
     });
     std::fill(input + (known ? count : 0), input + size, 0.0);
@@ -427,7 +388,7 @@ bool writeDifference(Kind kind, const Samples &samples, char *out,
     const bool absolute = kind == Kind::Abs;
     const auto *data = static_cast<const uchar *>(samples.data);
     bool done = true;
-    const bool known = visitType(samples.typeIndex, [&](auto tag) {
+    const bool known = QtViloFormats::visitType(samples.typeIndex, [&](auto tag) {
         done = writeDifferenceTyped<decltype(tag)>(absolute, data, samples.count, out, abort);
     });
     if (!known) {

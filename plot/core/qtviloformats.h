@@ -48,4 +48,45 @@ QString fileType(const QString &path);
 // True when the start of the file holds only numbers and separators.
 bool looksLikeNumberText(const QString &path);
 
+// Calls f with a value of the C++ type that holds the samples of a type index (ASCII values
+// are held as doubles); false for an unknown type index.
+template <typename F> bool visitType(int typeIndex, F &&f)
+{
+    switch (typeIndex) {
+    case Int8Type:
+        f(qint8());
+        return true;
+    case Int16Type:
+        f(qint16());
+        return true;
+    case Int32Type:
+        f(qint32());
+        return true;
+    case Int64Type:
+        f(qint64());
+        return true;
+    case FloatType:
+        f(float());
+        return true;
+    case DoubleType:
+    case AsciiType:
+        f(double());
+        return true;
+    case Uint8Type:
+        f(quint8());
+        return true;
+    case Uint16Type:
+        f(quint16());
+        return true;
+    case Uint32Type:
+        f(quint32());
+        return true;
+    case Uint64Type:
+        f(quint64());
+        return true;
+    default:
+        return false;
+    }
+}
+
 } // namespace QtViloFormats

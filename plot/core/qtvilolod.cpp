@@ -293,41 +293,9 @@ bool scan(int typeIndex, const void *data, const ScanParams &params,
     QtViloKeptListBuilder builder(params.first, params.last);
     bool finished = true;
     if (data && params.count > 0) {
-        switch (typeIndex) {
-        case QtViloFormats::Int8Type:
-            finished = scanTyped<qint8>(data, params, abort, builder);
-            break;
-        case QtViloFormats::Int16Type:
-            finished = scanTyped<qint16>(data, params, abort, builder);
-            break;
-        case QtViloFormats::Int32Type:
-            finished = scanTyped<qint32>(data, params, abort, builder);
-            break;
-        case QtViloFormats::Int64Type:
-            finished = scanTyped<qint64>(data, params, abort, builder);
-            break;
-        case QtViloFormats::FloatType:
-            finished = scanTyped<float>(data, params, abort, builder);
-            break;
-        case QtViloFormats::DoubleType:
-        case QtViloFormats::AsciiType:
-            finished = scanTyped<double>(data, params, abort, builder);
-            break;
-        case QtViloFormats::Uint8Type:
-            finished = scanTyped<quint8>(data, params, abort, builder);
-            break;
-        case QtViloFormats::Uint16Type:
-            finished = scanTyped<quint16>(data, params, abort, builder);
-            break;
-        case QtViloFormats::Uint32Type:
-            finished = scanTyped<quint32>(data, params, abort, builder);
-            break;
-        case QtViloFormats::Uint64Type:
-            finished = scanTyped<quint64>(data, params, abort, builder);
-            break;
-        default:
-            break;
-        }
+        QtViloFormats::visitType(typeIndex, [&](auto tag) {
+            finished = scanTyped<decltype(tag)>(data, params, abort, builder);
+        });
     }
     out = builder.take();
     return finished;
@@ -368,31 +336,9 @@ void profile(int typeIndex, const void *data, qint64 count, const QRectF &rect, 
     minima.fill(nan, qMax(0, columns));
     if (!data || count <= 0 || columns <= 0 || !(rect.width() > 0.0))
         return;
-    switch (typeIndex) {
-    case QtViloFormats::Int8Type:
-        return profileTyped<qint8>(data, count, rect, columns, maxima, minima);
-    case QtViloFormats::Int16Type:
-        return profileTyped<qint16>(data, count, rect, columns, maxima, minima);
-    case QtViloFormats::Int32Type:
-        return profileTyped<qint32>(data, count, rect, columns, maxima, minima);
-    case QtViloFormats::Int64Type:
-        return profileTyped<qint64>(data, count, rect, columns, maxima, minima);
-    case QtViloFormats::FloatType:
-        return profileTyped<float>(data, count, rect, columns, maxima, minima);
-    case QtViloFormats::DoubleType:
-    case QtViloFormats::AsciiType:
-        return profileTyped<double>(data, count, rect, columns, maxima, minima);
-    case QtViloFormats::Uint8Type:
-        return profileTyped<quint8>(data, count, rect, columns, maxima, minima);
-    case QtViloFormats::Uint16Type:
-        return profileTyped<quint16>(data, count, rect, columns, maxima, minima);
-    case QtViloFormats::Uint32Type:
-        return profileTyped<quint32>(data, count, rect, columns, maxima, minima);
-    case QtViloFormats::Uint64Type:
-        return profileTyped<quint64>(data, count, rect, columns, maxima, minima);
-    default:
-        return;
-    }
+    QtViloFormats::visitType(typeIndex, [&](auto tag) {
+        profileTyped<decltype(tag)>(data, count, rect, columns, maxima, minima);
+    });
 }
 
 } // namespace QtViloLod
