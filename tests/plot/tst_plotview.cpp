@@ -1,5 +1,7 @@
 #include "testenv.h"
 
+#include "plottestutil.h"
+
 #include "plot/ui/qtvilo.h"
 #include "plot/ui/qtviloplot.h"
 #include "plot/ui/qtviloplotcurve.h"
@@ -35,18 +37,6 @@ using Model = QtViloPlotItemsModel;
 using Axes = QtViloPlotAxes;
 constexpr int kLoadTimeout = 30000;
 
-// A ramp: sample i holds the code base + i.
-QString writeInt16File(const QString &path, int count, int base = 0)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-        return {};
-    QVector<qint16> samples(count);
-    for (int i = 0; i < count; ++i)
-        samples[i] = qint16(base + i);
-    file.write(reinterpret_cast<const char *>(samples.constData()), count * 2);
-    return path;
-}
 
 QStringList entries(const QComboBox *box)
 {

@@ -1,5 +1,7 @@
 #include "testenv.h"
 
+#include "plottestutil.h"
+
 #include "monitor/core/remotememprocessed.h"
 #include "monitor/core/vrxmon.h"
 #include "monitor/core/vrxmonhost.h"
@@ -31,17 +33,6 @@
 namespace {
 using Model = QtViloPlotItemsModel;
 
-QString writeInt16File(const QString &path, int count, int base = 0)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-        return {};
-    QVector<qint16> samples(count);
-    for (int i = 0; i < count; ++i)
-        samples[i] = qint16(base + i);
-    file.write(reinterpret_cast<const char *>(samples.constData()), count * 2);
-    return path;
-}
 
 // Whether this process may attach to a child of its own (containers often forbid it).
 bool canTraceChildren(QString *reason)
