@@ -3,6 +3,7 @@
 // min/max pass over the same samples, the return to a stored zoom level, and the size of the
 // kept lists with a full zoom history. DSP: the worker's windowed dBFS spectrum (allocation, plan, windowed input, execute,
 // one dBFS value per bin into the item's buffer) against FFTW's plan and execute alone.
+#include "benchutil.h"
 #include "plot/core/qtvilodsp.h"
 #include "plot/core/qtvilolod.h"
 #include "plot/core/qtvilodspworker.h"
@@ -32,17 +33,6 @@ double seconds(const QElapsedTimer &timer)
     return double(timer.nsecsElapsed()) / 1e9;
 }
 
-// Peak resident memory of the process, in bytes.
-qint64 peakResident()
-{
-    std::ifstream status("/proc/self/status");
-    std::string line;
-    while (std::getline(status, line)) {
-        if (line.rfind("VmHWM:", 0) == 0)
-            return std::stoll(line.substr(6)) * 1024;
-    }
-    return 0;
-}
 
 // A tone near full scale with a little noise, as a digitizer records it.
 std::vector<qint16> tone()

@@ -7,6 +7,7 @@
 #include "loadgen.h"
 #include "monitor/core/vrxmon.h"
 #include "monitor/core/vrxmonhost.h"
+#include "benchutil.h"
 #include "plot/core/qtvilocolumnreducer.h"
 #include "plot/core/qtviloformats.h"
 #include "plot/core/qtviloplotdatareader.h"
@@ -110,17 +111,6 @@ double lanedPass(const QString &path)
     return range.max >= range.min ? t : -1;
 }
 
-// Peak resident memory of the whole process since the last reset, in bytes.
-qint64 peakResident()
-{
-    std::ifstream status("/proc/self/status");
-    std::string line;
-    while (std::getline(status, line)) {
-        if (line.rfind("VmHWM:", 0) == 0)
-            return std::stoll(line.substr(6)) * 1024;
-    }
-    return 0;
-}
 
 void resetPeakResident()
 {
