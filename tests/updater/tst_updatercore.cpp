@@ -1,0 +1,426 @@
+#include "testenv.h"
+
+#include "resources/initresources.h"
+#include "updater/core/firmwarename.h"
+#include "updater/core/toollocator.h"
+#include "updater/core/updatercommands.h"
+#include "updater/core/updatermacros.h"
+
+#include <QFile>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QtTest>
+
+using Action = UpdaterCommands::Action;
+
+namespace {
+
+// "label|command" per macro, so a whole list compares in one go.
+QStringList flatten(const QVector<UpdaterMacro> &macros)
+{
+    QStringList out;
+    for (const UpdaterMacro &macro : macros)
+        out << macro.label + QLatin1Char('|') + macro.command;
+    return out;
+}
+
+bool writeFile(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write("#!/bin/sh\n") > 0;
+}
+
+} // namespace
+
+class TestUpdaterCore : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { initResources(); }
+
+    void commandArguments_data()
+    {
+        QTest::addColumn<int>("action");
+        QTest::addColumn<int>("device");
+        QTest::addColumn<bool>("i2c");
+        QTest::addColumn<QStringList>("expected");
+
+        struct Row
+        {
+            const char *name;
+            Action action;
+            QStringList body; // what follows the device option; image index 2 is selected
+        };
+        const Row rows[] = {
+            {"identify", Action::Identify, {"--identify"}},
+            {"memory layout", Action::ShowMemoryLayout, {"--show-memory-layout"}},
+            {"list images", Action::ListImages, {"--list-images"}},
+            {"reboot", Action::Reboot, {"-i2", "-b"}},
+            {"default image", Action::SetDefaultImage, {"--set-default-image=2"}},
+            {"candidate image", Action::SetCandidateImage, {"--set-candidate-image=2"}},
+            {"confirm candidate", Action::ConfirmCandidateImage, {"--confirm-candidate-image"}},
+            {"erase", Action::EraseImage, {"-i2", "-e"}},
+            {"test primary", Action::TestPrimary, {"--test-primary"}},
+            {"test secondary", Action::TestSecondary, {"--test-secondary"}},
+            {"dna", Action::GetDna, {"--get-dna"}},
+        };
+        for (const Row &row : rows) {
+            for (const int device : {-1, 3}) {
+                for (const bool i2c : {false, true}) {
+                    QStringList expected{device < 0 ? "-d0" : "-d3"};
+                    expected << row.body;
+                    if (i2c)
+                        expected << "--if=i2c";
+                    QTest::addRow("%s, device %d%s", row.name, device, i2c ? ", i2c" : "")
+                        << int(row.action) << device << i2c << expected;
+                }
+            }
+        }
+        for (const bool i2c : {false, true}) {
+            QTest::addRow("list%s", i2c ? ", i2c" : "")
+                << int(Action::RefreshList) << 3 << i2c << QStringList{"--list"};
+            QTest::addRow("detailed list%s", i2c ? ", i2c" : "")
+                << int(Action::RefreshListDetailed) << 3 << i2c << QStringList{"--list-detailed"};
+        }
+    }
+
+    void commandArguments()
+    {
+        QFETCH(int, action);
+        QFETCH(int, device);
+        QFETCH(bool, i2c);
+        QFETCH(QStringList, expected);
+        UpdaterCommands::Options options;
+        options.device = device;
+        options.image = 2;
+        options.i2c = i2c;
+        const auto act = Action(action);
+        QCOMPARE(UpdaterCommands::arguments(act, options), expected);
+        QCOMPARE(UpdaterCommands::isRisky(act),
+                 act == Action::ConfirmCandidateImage || act == Action::EraseImage);
+        QCOMPARE(UpdaterCommands::writesDeviceList(act),
+                 act == Action::RefreshList || act == Action::RefreshListDetailed);
+    }
+
+    void deviceListParsing()
+    {
+        const QString output = QStringLiteral("VRXUpdater 3.2 - scanning...\r\n"
+                                              "Device 0: VRX14 SN 01234 \r\n"
+                                              "  device #1 - VRX7 SN 7\n"
+                                              "2:VRX3X rev B\n"
+                                              "Found 3 devices\n"
+                                              "3:   \n");
+        QCOMPARE(UpdaterCommands::parseDeviceList(output),
+                 QStringList({"0: VRX14 SN 01234", "1: VRX7 SN 7", "2: VRX3X rev B"}));
+        QVERIFY(UpdaterCommands::parseDeviceList(QString()).isEmpty());
+    }
+
+    void deviceEntries_data()
+    {
+        QTest::addColumn<QString>("entry");
+        QTest::addColumn<int>("number");
+        QTest::addColumn<QString>("family");
+        QTest::newRow("listed") << "0: VRX14 SN 01234" << 0 << "VRX14";
+        QTest::newRow("leading blanks") << "  12: vrx7-board" << 12 << "VRX7";
+        QTest::newRow("sysman") << "3: VRXSM" << 3 << "VRXSM";
+        QTest::newRow("first family wins") << "4: vrx3x/VRX8" << 4 << "VRX3X";
+        QTest::newRow("word must start with it") << "5: MYVRX7 VRX-7" << 5 << "VRX";
+        QTest::newRow("no family") << "7: unknown" << 7 << "";
+        QTest::newRow("choose") << "Choose Device" << -1 << "";
+        QTest::newRow("refresh") << "Please Refresh" << -1 << "";
+        QTest::newRow("dash") << " - " << -1 << "";
+        QTest::newRow("empty") << "" << -1 << "";
+        QTest::newRow("file name") << "/fw/VRX12_FW_r3.mcs" << -1 << "VRX12";
+    }
+
+    void deviceEntries()
+    {
+        QFETCH(QString, entry);
+        QFETCH(int, number);
+        QFETCH(QString, family);
+        QCOMPARE(UpdaterCommands::deviceNumber(entry), number);
+        QCOMPARE(UpdaterCommands::deviceFamily(entry), family);
+    }
+
+    void macroResource()
+    {
+        QFile file(QStringLiteral(":/res/updatermacrolist.txt"));
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QByteArray bytes = file.readAll();
+        QCOMPARE(bytes.count("\r\n"), 16);
+        QCOMPARE(bytes.count('\n'), 16);
+        QVERIFY(bytes.startsWith("Custom...; \r\nErase & Update V5/V6/VRX14/VRX12; "));
+        QVERIFY(bytes.endsWith("Verify V5/V6/VRX14/VRX12; VRXUpdater v %dv:1 \"%fp\"\r\n"));
+
+        const QVector<UpdaterMacro> macros = UpdaterMacros::builtIn();
+        QStringList labels;
+        for (const UpdaterMacro &macro : macros)
+            labels << macro.label;
+        QCOMPARE(
+            labels,
+            QStringList({"Custom...", "Erase & Update V5/V6/VRX14/VRX12", "Upload Licence",
+                         "Update VRX7/VRX8/VRX3X Image 0", "Update VRX7/VRX8/VRX3X Image 1",
+                         "Update VRX7/VRX8/VRX3X Image 2", "Update VRX7/VRX8/VRX3X Image 3",
+                         "Update ConMan VRX7/VRX8", "Update SysMan VRX3X", "Update V6 Primary",
+                         "Update V6 Secondary", "Update V5 ALG", "Update V5 COMM",
+                         "Update V5 Primary", "Update V5 Secondary", "Verify V5/V6/VRX14/VRX12"}));
+        QCOMPARE(macros.at(0).command, QString());
+        QCOMPARE(macros.at(2).command, QStringLiteral("VRXLicenseUtil \"%1\""));
+        QCOMPARE(macros.at(5).command,
+                 QStringLiteral("VRXUpdater -d%dv -i2 -eu --file=\"%fp\" --imagedescr %descr "
+                                "--imagerev %ver"));
+    }
+
+    void macroLabels()
+    {
+        using UpdaterMacros::labelFor;
+        QCOMPARE(labelFor(QString()), QStringLiteral("Custom..."));
+        QCOMPARE(labelFor(QStringLiteral("VRXUpdater eu %dv:2 \"%fp\"")),
+                 QStringLiteral("Update V5 COMM"));
+        QCOMPARE(labelFor(QStringLiteral("VRXUpdater eu %dv:3 \"%fp\"")),
+                 QStringLiteral("VRXUpdater eu %dv:3 \"%fp\""));
+        QVERIFY(UpdaterMacros::needsImageInfo(UpdaterMacros::builtIn().at(3).command));
+        QVERIFY(UpdaterMacros::needsImageInfo(QStringLiteral("VRXUpdater --imagerev %ver")));
+        QVERIFY(!UpdaterMacros::needsImageInfo(UpdaterMacros::builtIn().at(1).command));
+    }
+
+    void macroListParsing_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<QStringList>("expected");
+        QTest::newRow("empty") << QByteArray() << QStringList();
+        QTest::newRow("lone LF and no final end")
+            << QByteArray("A; x 1\nB; y") << QStringList({"A|x 1", "B|y"});
+        QTest::newRow("blank lines skipped")
+            << QByteArray("\r\n  \r\nA; x\r\n\t\n") << QStringList({"A|x"});
+        QTest::newRow("label trimmed, end trimmed")
+            << QByteArray("  Label A ; cmd \t \r\n") << QStringList({"Label A|cmd"});
+        QTest::newRow("one leading blank only") << QByteArray("A;  x\r\n") << QStringList({"A| x"});
+        QTest::newRow("no blank after semicolon") << QByteArray("A;x") << QStringList({"A|x"});
+        QTest::newRow("first semicolon splits")
+            << QByteArray("A; x; y\r\n") << QStringList({"A|x; y"});
+        QTest::newRow("line without semicolon skipped")
+            << QByteArray("just text\r\nA; x\r\n") << QStringList({"A|x"});
+    }
+
+    void macroListParsing()
+    {
+        QFETCH(QByteArray, text);
+        QFETCH(QStringList, expected);
+        QCOMPARE(flatten(UpdaterMacros::parseList(text)), expected);
+    }
+
+    void expansion_data()
+    {
+        QTest::addColumn<QString>("command");
+        QTest::addColumn<QString>("expected");
+        const auto row = [](const char *name, const char *command, const char *expected) {
+            QTest::newRow(name) << QString(command) << QString(expected);
+        };
+        row("device", "-d%dv x%dv", "-d4 x4");
+        row("path", "--file=\"%fp\"", "--file=\"/fw/a b %ver.mcs\"");
+        row("licence path", "\"%1\"", "\"/fw/a b %ver.mcs\"");
+        row("description", "--imagedescr %descr", "--imagedescr FW_%dv");
+        row("version", "--imagerev %ver%ver", "--imagerev 4545");
+        row("all", "%dv:%descr:%ver:%fp", "4:FW_%dv:45:/fw/a b %ver.mcs");
+        row("others kept", "100% %x %d %", "100% %x %d %");
+    }
+
+    void expansion()
+    {
+        QFETCH(QString, command);
+        QFETCH(QString, expected);
+        // Values that hold placeholder texts must come through untouched.
+        const MacroValues values{"4", "/fw/a b %ver.mcs", "FW_%dv", "45"};
+        QCOMPARE(UpdaterMacros::expand(command, values), expected);
+    }
+
+    void toolCommands_data()
+    {
+        QTest::addColumn<QString>("command");
+        QTest::addColumn<QStringList>("expected"); // the tool, then its arguments; none: error
+        QTest::newRow("macro with blanks in the path")
+            << UpdaterMacros::expand(QStringLiteral("VRXUpdater eu %dv:1 \"%fp\""),
+                                     {"0", "/my fw/VRX14 r2.mcs", "", ""})
+            << QStringList({"VRXUpdater", "eu", "0:1", "/my fw/VRX14 r2.mcs"});
+        QTest::newRow("licence") << QString("VRXLicenseUtil \"/l/a b.lic\"")
+                                 << QStringList({"VRXLicenseUtil", "/l/a b.lic"});
+        QTest::newRow("quoted option")
+            << QString("VRXUpdater -d0 --file=\"/a b/c.mcs\" -eu")
+            << QStringList({"VRXUpdater", "-d0", "--file=/a b/c.mcs", "-eu"});
+        for (const char *command : {"", "   ", "vrxupdater -d0", "rm -rf /tmp/x"})
+            QTest::addRow("error: '%s'", command) << QString(command) << QStringList();
+    }
+
+    void toolCommands()
+    {
+        QFETCH(QString, command);
+        QFETCH(QStringList, expected);
+        const ToolCommand result = UpdaterMacros::toToolCommand(command);
+        const QString error = QStringLiteral("ERROR: No external tool specified in macro!\n");
+        QCOMPARE(result.error, expected.isEmpty() ? error : QString());
+        QCOMPARE(result.tool, expected.value(0));
+        QCOMPARE(result.arguments, expected.mid(1));
+    }
+
+    void familyCommands_data()
+    {
+        QTest::addColumn<QString>("family");
+        QTest::addColumn<QString>("file");
+        QTest::addColumn<bool>("i2c");
+        QTest::addColumn<QString>("expected");
+        const auto row = [](const char *family, const char *file, bool i2c, QString expected) {
+            if (i2c)
+                expected += QStringLiteral(" --if=i2c");
+            QTest::addRow("%s %s%s", family, file, i2c ? " i2c" : "")
+                << QString(family) << QString(file) << i2c << expected;
+        };
+        const QString conman = QStringLiteral("VRXUpdater -d%dv --fpga=2 -eu --file=\"%fp\"");
+        const QString sysman = QStringLiteral("VRXUpdater -d%dv --sysman -eu --file=\"%fp\"");
+        const QString image = QStringLiteral(
+            "VRXUpdater -d%dv -i3 -eu --file=\"%fp\" --imagedescr %descr --imagerev %ver");
+        row("VRX7", "/a/x.mmcs", false, conman);
+        row("VRX8", "/a/x.MMCS", true, conman);
+        row("VRX14", "/a/x.mmcs", false, image);
+        row("VRXSM", "/a/x.zip", false, sysman);
+        row("VRX3", "/a/x.Zip", false, sysman);
+        row("VRX3X", "x.zip", true, sysman);
+        row("VRX7", "/a/x.zip", false, image);
+        row("VRX14", "/a.b/x.mcs", true, image);
+        row("", "x.mmcs", false, image);
+    }
+
+    void familyCommands()
+    {
+        QFETCH(QString, family);
+        QFETCH(QString, file);
+        QFETCH(bool, i2c);
+        QFETCH(QString, expected);
+        QCOMPARE(UpdaterMacros::familyCommand(family, file, 3, i2c), expected);
+    }
+
+    void userValues_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<bool>("description");
+        QTest::addColumn<bool>("version");
+        QTest::newRow("empty") << "" << false << false;
+        QTest::newRow("digits") << "45123" << true << true;
+        QTest::newRow("32-bit maximum") << "4294967295" << true << true;
+        QTest::newRow("beyond 32 bits") << "4294967296" << true << false;
+        QTest::newRow("very long number") << "123456789012345678901" << false << false;
+        QTest::newRow("leading zeros") << "0007" << true << true;
+        QTest::newRow("sign") << "+7" << true << false;
+        QTest::newRow("16 characters") << "FW_2CH_10GS_8C_X" << true << false;
+        QTest::newRow("17 characters") << "FW_2CH_10GS_8C_XY" << false << false;
+        QTest::newRow("blank") << "FW 2CH" << false << false;
+        QTest::newRow("tab") << "FW\t" << false << false;
+        QTest::newRow("double quote") << "FW\"" << false << false;
+        QTest::newRow("single quote") << "FW'" << false << false;
+        QTest::newRow("arabic-indic digit") << QString::fromUtf8("4\xd9\xa3") << true << false;
+    }
+
+    void userValues()
+    {
+        QFETCH(QString, text);
+        QFETCH(bool, description);
+        QFETCH(bool, version);
+        QCOMPARE(UpdaterMacros::isValidDescription(text), description);
+        QCOMPARE(UpdaterMacros::isValidVersion(text), version);
+    }
+
+    void locateTool()
+    {
+        QTemporaryDir program;
+        QTemporaryDir installDir;
+        QVERIFY(program.isValid() && installDir.isValid());
+        const QString installed = installDir.path() + "/vrxupdater";
+        const QString local = program.path() + "/vrxupdater";
+
+        const ToolLocation missing = ToolLocator::locate("VRXUpdater", installed, program.path());
+        QCOMPARE(missing.kind, ToolLocation::Missing);
+        QCOMPARE(missing.path, QString());
+        QCOMPARE(missing.message, QStringLiteral("ERROR: No local or installed external "
+                                                 "application \"VRXUpdater\" found! Please "
+                                                 "verify external tools path settings!\n"));
+
+        // A directory of the tool's name beside the program is no tool.
+        QVERIFY(QDir(program.path()).mkdir("vrxupdater"));
+        QVERIFY(writeFile(installed));
+        const ToolLocation fromInstall =
+            ToolLocator::locate("VRXUpdater", installed, program.path());
+        QCOMPARE(fromInstall.kind, ToolLocation::Installed);
+        QCOMPARE(fromInstall.path, installed);
+        QCOMPARE(fromInstall.message, "NOTE : Using installed VRXUpdater: " + installed + "\n\n");
+
+        QVERIFY(QDir(program.path()).rmdir("vrxupdater"));
+        QVERIFY(writeFile(local));
+        const ToolLocation fromLocal = ToolLocator::locate("VRXUpdater", installed, program.path());
+        QCOMPARE(fromLocal.kind, ToolLocation::Local);
+        QCOMPARE(fromLocal.path, local);
+        QCOMPARE(fromLocal.message, "NOTE : Using local VRXUpdater: " + local + "\n\n");
+
+        // The local copy is found by the installed file's name even when that one is gone.
+        QVERIFY(QFile::remove(installed));
+        QCOMPARE(ToolLocator::locate("VRXUpdater", installed, program.path()).kind,
+                 ToolLocation::Local);
+    }
+
+    void dataPaths()
+    {
+        const QString home = TestEnv::isolatedHome().path();
+        QCOMPARE(ToolLocator::dataDirectory(), home + "/.local/share/OKAV/");
+        QCOMPARE(ToolLocator::deviceListPath(), home + "/.local/share/OKAV/VRXDevices.txt");
+        const QRegularExpression logName(
+            "^/logs/vrxupdater_\\d{4}-\\d\\d-\\d\\d-\\d\\d\\.\\d\\d\\.\\d\\d\\.\\d{3}\\.okv$");
+        QVERIFY(logName.match(ToolLocator::newLogFilePath("/logs")).hasMatch());
+        QVERIFY(logName.match(ToolLocator::newLogFilePath("/logs/")).hasMatch());
+    }
+
+    void firmwareNames_data()
+    {
+        QTest::addColumn<QString>("file");
+        QTest::addColumn<QString>("family");
+        QTest::addColumn<QString>("description");
+        QTest::addColumn<QString>("version");
+        const auto row = [](const char *name, const char *file, const char *family,
+                            const char *description, const char *version) {
+            QTest::newRow(name) << QString(file) << QString(family) << QString(description)
+                                << QString(version);
+        };
+        row("vrx14", "VRX14_FW_2CH_10GS_r45123.mcs", "VRX14", "FW_2CH_10GS", "45123");
+        row("lower case, dashes", "vrx7-fw-1ch-5gs-4x-rev1234.mmcs", "VRX7", "FW_1CH_5GS_4X",
+            "1234");
+        row("no family, plain number", "FW_8A_2X_54321.mcs", "", "FW_8A_2X", "54321");
+        row("v prefix", "VRX412_FW_4CH_5GS_8C_v77.mcs", "VRX412", "FW_4CH_5GS_8C", "77");
+        row("sysman", "VRXSM_sysman_r12.zip", "VRXSM", "", "12");
+        row("nothing", "firmware.mcs", "", "", "");
+        row("description too long", "VRX14_FW_2CH_10GS_8C_4X_2X_r1.mcs", "VRX14", "", "1");
+        row("version too big", "VRX7_FW_2CH_r99999999999.mcs", "VRX7", "FW_2CH", "");
+        row("32-bit maximum", "VRX7_r4294967295.mcs", "VRX7", "", "4294967295");
+        row("blanks, leading zeros", "VRX7 FW r00042.mcs", "VRX7", "FW", "42");
+        row("last number wins", "VRX8_12_FW_r7_3.mcs", "VRX8", "FW", "3");
+        row("dots, first family", "VRX3X.fw.2ch.VRX7.v5.mcs", "VRX3X", "FW_2CH", "5");
+        row("only the last suffix goes", "VRX14_FW_r3.1.mcs", "VRX14", "FW", "1");
+        row("path ignored", "/home/u/VRX9_FW_1CH_r5/build_2/VRX14_FW_2CH_r8.mcs", "VRX14", "FW_2CH",
+            "8");
+        row("path only", "/fw/VRX14_FW_2CH_r8/image.mcs", "", "", "");
+        row("look-alikes", "VRX14_FWX_2CHX_r5a_8A.mcs", "VRX14", "8A", "");
+    }
+
+    void firmwareNames()
+    {
+        QFETCH(QString, file);
+        QFETCH(QString, family);
+        QFETCH(QString, description);
+        QFETCH(QString, version);
+        const FirmwareName name = parseFirmwareName(file);
+        QCOMPARE(name.family, family);
+        QCOMPARE(name.description, description);
+        QCOMPARE(name.version, version);
+    }
+};
+
+QTEST_APPLESS_MAIN(TestUpdaterCore)
+#include "tst_updatercore.moc"
