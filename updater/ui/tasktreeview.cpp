@@ -3,17 +3,9 @@
 #include "updater/ui/treemodel.h"
 
 #include <QDragEnterEvent>
-#include <QFileInfo>
+#include <QHeaderView>
 #include <QMimeData>
 #include <QUrl>
-
-namespace {
-bool isTaskFile(const QString &path)
-{
-    static const QStringList suffixes{"mcs", "mmcs", "lic", "bit"};
-    return suffixes.contains(QFileInfo(path).suffix().toLower());
-}
-} // namespace
 
 TaskTreeView::TaskTreeView(TreeModel *model, QWidget *parent) : QTreeView(parent), m_model(model)
 {
@@ -22,38 +14,80 @@ TaskTreeView::TaskTreeView(TreeModel *model, QWidget *parent) : QTreeView(parent
     setAlternatingRowColors(true);
     setUniformRowHeights(true);
     setSelectionMode(QAbstractItemView::ExtendedSelection);
+    setSelectionBehavior(QAbstractItemView::SelectRows);
+    setDragEnabled(true);
     setAcceptDrops(true);
+    setDragDropMode(QAbstractItemView::DragDrop);
+    setDefaultDropAction(Qt::MoveAction);
+    setDropIndicatorShown(true);
+    header()->setStretchLastSection(true);
 }
 
-void TaskTreeView::takeDroppedUrls(const QMimeData *mimeData)
+void TaskTreeView::takeDroppedUrls(const QMimeData *mimeData, int row)
 {
-    QStringList tasks;
+    if (!mimeData)
+        return;
     QStringList unsupported;
     for (const QUrl &url : mimeData->urls()) {
-        const QString path = url.toLocalFile();
-        (isTaskFile(path) ? tasks : unsupported) << path;
+        if (!url.isLocalFile())
+            unsupported << url.toString();
+        else if (!TreeModel::isTaskFile(url.toLocalFile()))
+            unsupported << url.toLocalFile();
     }
-    m_model->AppendRows(tasks);
+    // The model takes the local firmware files itself and leaves the rest.
+    m_model->dropMimeData(mimeData, Qt::CopyAction, row, 0, QModelIndex());
     if (!unsupported.isEmpty())
         emit UnsupportedFilesDropped(unsupported);
 }
 
+bool TaskTreeView::isInternalDrag(const QDropEvent *event) const
+{
+    return event->mimeData()->hasFormat(QString::fromLatin1(TreeModel::MimeType));
+}
+
+int TaskTreeView::dropRow(const QPoint &pos) const
+{
+    const QModelIndex index = indexAt(pos);
+    if (!index.isValid())
+        return -1;
+    return pos.y() < visualRect(index).center().y() ? index.row() : index.row() + 1;
+}
+
 void TaskTreeView::dragEnterEvent(QDragEnterEvent *event)
 {
-    if (event->mimeData()->hasUrls())
+    QTreeView::dragEnterEvent(event);
+    // Files the list cannot use are accepted too, so that they can be handed back.
+    if (!isInternalDrag(event) && event->mimeData()->hasUrls()) {
+        setState(DraggingState);
         event->acceptProposedAction();
+    }
 }
 
 void TaskTreeView::dragMoveEvent(QDragMoveEvent *event)
 {
-    if (event->mimeData()->hasUrls())
+    QTreeView::dragMoveEvent(event);
+    if (!isInternalDrag(event) && event->mimeData()->hasUrls())
         event->acceptProposedAction();
 }
 
 void TaskTreeView::dropEvent(QDropEvent *event)
 {
-    if (!event->mimeData()->hasUrls())
+    if (isInternalDrag(event)) {
+        QTreeView::dropEvent(event);
+        // The model has moved the rows already: a Move result would make the drag's source
+        // remove the (moved) selected rows afterwards. The drag only offers Move, so the one
+        // other result it takes is "nothing to do".
+        if (event->isAccepted() && event->dropAction() == Qt::MoveAction)
+            event->setDropAction(Qt::IgnoreAction);
         return;
-    takeDroppedUrls(event->mimeData());
+    }
+    if (!event->mimeData()->hasUrls()) {
+        QTreeView::dropEvent(event);
+        return;
+    }
+    takeDroppedUrls(event->mimeData(), dropRow(event->pos()));
     event->acceptProposedAction();
+    stopAutoScroll();
+    setState(NoState);
+    viewport()->update();
 }

@@ -5,15 +5,17 @@
 class QMimeData;
 class TreeModel;
 
-// The task list: takes firmware files dropped on it and hands back what it cannot use.
+// The task list: rows are dragged to reorder the tasks, firmware files dropped on it become
+// tasks, and whatever else is dropped is handed back.
 class TaskTreeView : public QTreeView
 {
     Q_OBJECT
 public:
     explicit TaskTreeView(TreeModel *model, QWidget *parent = nullptr);
 
-    // Firmware files become tasks; the rest goes out through UnsupportedFilesDropped.
-    void takeDroppedUrls(const QMimeData *mimeData);
+    // Firmware files become tasks before the row (appended when -1); the rest goes out through
+    // UnsupportedFilesDropped.
+    void takeDroppedUrls(const QMimeData *mimeData, int row = -1);
 
 signals:
     void UnsupportedFilesDropped(QStringList &paths);
@@ -24,5 +26,9 @@ protected:
     void dropEvent(QDropEvent *event) override;
 
 private:
+    bool isInternalDrag(const QDropEvent *event) const;
+    // The row a drop at the point lands before: the nearer edge of the row under it.
+    int dropRow(const QPoint &pos) const;
+
     TreeModel *m_model;
 };
