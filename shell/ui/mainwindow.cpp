@@ -358,6 +358,9 @@ void MainWindow::connectSignals()
             &DockWidget::setTabModified);
     connect(m_updaterConsole->textView(), &QPlainTextEdit::textChanged, m_consoleDock,
             &DockWidget::setTabModified);
+    // Each run names its task in the console's dock title.
+    connect(m_updaterConsole, &QWidget::windowTitleChanged, m_consoleDock,
+            &DockWidget::setBaseTitle);
     connect(m_alwaysOnTopChkBox, &QCheckBox::toggled, this, &MainWindow::onAOTchkBoxToggled);
     connect(m_fileMenu, &QMenu::triggered, this, &MainWindow::onFileMenuTriggered);
     connect(qApp, &QApplication::focusChanged, this, &MainWindow::onfocusChanged);

@@ -287,9 +287,10 @@ private slots:
         QCOMPARE(window->editorDocks().size(), 2);
         window->onCloseAllEditorsTriggered();
         QCOMPARE(window->editorDocks().size(), 0);
-        // The monitor's output is a (live) editor panel too and stays.
-        QTRY_COMPARE(window->findChildren<EditorPanel *>().size(), 1);
-        QVERIFY(qobject_cast<MonitorPanel *>(window->findChildren<EditorPanel *>().value(0)));
+        // The monitor's output and the updater's console are (live) editor panels too and stay.
+        QTRY_COMPARE(window->findChildren<EditorPanel *>().size(), 2);
+        for (EditorPanel *panel : window->findChildren<EditorPanel *>())
+            QCOMPARE(panel->mode(), EditorPanel::Live);
     }
 
     void recentFilesShowTheNewestEight()
@@ -303,7 +304,7 @@ private slots:
             window->openFiles(one);
         }
         const QStringList stored = QSettings(QStringLiteral("OKAV"), QStringLiteral("vrxassist"))
-                                       .value("RecentFiles/RecentFilePaths")
+                                       .value("RecentFiles/RecentTextFilePaths")
                                        .toStringList();
         QCOMPARE(stored.size(), 8);
         QCOMPARE(stored.first(), opened.last());
@@ -322,7 +323,7 @@ private slots:
     void recentMenuHidesUnusedEntries()
     {
         QSettings(QStringLiteral("OKAV"), QStringLiteral("vrxassist"))
-            .setValue("RecentFiles/RecentFilePaths", QStringList{"/x/one.log", "/x/two.log"});
+            .setValue("RecentFiles/RecentTextFilePaths", QStringList{"/x/one.log", "/x/two.log"});
         MainWindow window;
         const QList<QAction *> actions = window.recentFileActions();
         QVERIFY(actions.at(1)->isVisible());

@@ -6,7 +6,9 @@
 
 namespace {
 constexpr char Group[] = "RecentFiles";
-constexpr char Key[] = "RecentFilePaths";
+// The updater's task list keeps its file paths under "RecentFilePaths" in the same group, one
+// per task; the text files opened have a key of their own so neither list disturbs the other.
+constexpr char Key[] = "RecentTextFilePaths";
 } // namespace
 
 namespace RecentFiles {

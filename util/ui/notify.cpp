@@ -1,5 +1,8 @@
 #include "util/ui/notify.h"
 
+#include <QInputDialog>
+#include <QLineEdit>
+
 namespace Notify {
 
 namespace {
@@ -8,11 +11,22 @@ Hook &hook()
     static Hook instance;
     return instance;
 }
+
+TextHook &textHook()
+{
+    static TextHook instance;
+    return instance;
+}
 } // namespace
 
 void setHook(Hook newHook)
 {
     hook() = std::move(newHook);
+}
+
+void setTextHook(TextHook newHook)
+{
+    textHook() = std::move(newHook);
 }
 
 void information(QWidget *parent, const QString &title, const QString &text)
@@ -45,6 +59,22 @@ QMessageBox::StandardButton question(QWidget *parent, const QString &title, cons
     if (hook())
         return hook()(Kind::Question, title, text);
     return QMessageBox::warning(parent, title, text, buttons);
+}
+
+std::optional<QString> getText(QWidget *parent, const QString &title, const QString &label,
+                               int maxLength)
+{
+    if (textHook())
+        return textHook()(title, label);
+    QInputDialog dialog(parent);
+    dialog.setWindowTitle(title);
+    dialog.setLabelText(label);
+    dialog.setTextEchoMode(QLineEdit::Normal);
+    if (auto *edit = dialog.findChild<QLineEdit *>())
+        edit->setMaxLength(maxLength);
+    if (dialog.exec() != QDialog::Accepted)
+        return std::nullopt;
+    return dialog.textValue();
 }
 
 } // namespace Notify

@@ -2,6 +2,7 @@
 
 #include "util/core/recentfiles.h"
 #include "util/ui/notify.h"
+#include "util/ui/spinboxmenuaction.h"
 #include "viewer/core/filereaderwriter.h"
 #include "viewer/core/filesearcher.h"
 #include "viewer/core/mappedfile.h"
@@ -30,7 +31,6 @@
 #include <QTextStream>
 #include <QToolBar>
 #include <QToolButton>
-#include <QWidgetAction>
 
 #include <algorithm>
 #include <cstring>
@@ -180,12 +180,10 @@ void EditorPanel::buildToolBar()
     textSize->setText(QStringLiteral("Aa"));
     textSize->setPopupMode(QToolButton::InstantPopup);
     auto *sizeMenu = new QMenu(textSize);
-    m_textSizeBox = new QSpinBox(sizeMenu);
-    m_textSizeBox->setRange(1, 32);
+    auto *sizeAction = new SpinBoxMenuAction(QString(), 1, 32, sizeMenu);
+    m_textSizeBox = sizeAction->spinBox();
     m_textSizeBox->setValue(m_textView->font().pointSize() > 0 ? m_textView->font().pointSize()
                                                                : 9);
-    auto *sizeAction = new QWidgetAction(sizeMenu);
-    sizeAction->setDefaultWidget(m_textSizeBox);
     sizeMenu->addAction(sizeAction);
     textSize->setMenu(sizeMenu);
     connect(m_textSizeBox, QOverload<int>::of(&QSpinBox::valueChanged), this, [this](int size) {
