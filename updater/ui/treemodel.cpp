@@ -1,5 +1,6 @@
 #include "updater/ui/treemodel.h"
 
+#include "updater/core/updatermacros.h"
 #include "util/core/identity.h"
 
 #include <QColor>
@@ -124,6 +125,8 @@ QVariant TreeModel::data(const QModelIndex &index, int role) const
     }
     if (role == Qt::ToolTipRole && index.column() == FilePath)
         return task.filePath;
+    if (role == Qt::ToolTipRole && index.column() == Macro && !task.macro.isEmpty())
+        return task.macro;
     if (role != Qt::DisplayRole && role != Qt::EditRole)
         return {};
 
@@ -133,7 +136,9 @@ QVariant TreeModel::data(const QModelIndex &index, int role) const
     case FilePath:
         return task.filePath;
     case Macro:
-        return task.macro;
+        // A predefined macro reads better by its label; the command is in the tool tip.
+        return role == Qt::EditRole || task.macro.isEmpty() ? task.macro
+                                                            : UpdaterMacros::labelFor(task.macro);
     case Device:
         return task.device;
     case FileSize: {

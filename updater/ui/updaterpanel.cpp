@@ -112,9 +112,11 @@ UpdaterPanel::UpdaterPanel(QWidget *parent)
                                 QAbstractItemView::EditKeyPressed);
     m_taskList->setContextMenuPolicy(Qt::CustomContextMenu);
     m_taskList->setMouseTracking(true);
-    m_taskList->header()->resizeSection(TreeModel::TaskNumber, 60);
-    m_taskList->header()->resizeSection(TreeModel::FilePath, 320);
-    m_taskList->header()->resizeSection(TreeModel::Macro, 220);
+    // The file name at the end of a path says most; elide in the middle.
+    m_taskList->setTextElideMode(Qt::ElideMiddle);
+    const int widths[] = {56, 330, 230, 200, 80, 175, 175};
+    for (int column = 0; column < int(std::size(widths)); ++column)
+        m_taskList->header()->resizeSection(column, widths[column]);
     connect(m_taskList, &QWidget::customContextMenuRequested, this,
             &UpdaterPanel::onTaskListContextMenuRequest);
     connect(m_taskList, &QAbstractItemView::entered, this, &UpdaterPanel::onItemCellMouseOver);
@@ -175,6 +177,7 @@ void UpdaterPanel::buildDeviceToolBar(QWidget *holder)
         &UpdaterPanel::onListDetailBtnClicked)
         ->setText(tr("List+"));
 
+    bar->addWidget(new QLabel(tr(" FPGA "), bar));
     m_fpgaCmBx = new QComboBox(bar);
     m_fpgaCmBx->addItems({QStringLiteral("0"), QStringLiteral("1"), QStringLiteral("2")});
     m_fpgaCmBx->setToolTip(
