@@ -48,6 +48,12 @@ public:
     UpdaterPanel *updaterPanel() const { return m_updaterPanel; }
     QtVilo *plotList() const { return m_plotList; }
     FsExplorerWidget *fsExplorer() const { return m_fsExplorer; }
+    // Asked for by name by the file explorer, which sits below the plot tool and cannot
+    // include it.
+    Q_INVOKABLE QStringList plotFormatNames() const;
+    Q_INVOKABLE QString currentPlotFormat() const;
+    // Makes the format the plot items' default, then adds the files to the plot items list.
+    Q_INVOKABLE void plotFilesAs(const QStringList &paths, const QString &format);
     QList<DockWidget *> fixedDocks() const { return m_fixedDocks; }
     QList<DockWidget *> editorDocks() const { return m_editorDocks; }
     QList<DockWidget *> allDocks() const { return m_fixedDocks + m_editorDocks; }

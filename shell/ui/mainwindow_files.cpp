@@ -1,7 +1,9 @@
 // Opening files: the dispatch by suffix, editor docks, recent files and drops.
 #include "shell/ui/mainwindow.h"
 
+#include "plot/core/qtviloformats.h"
 #include "plot/ui/qtvilo.h"
+#include "plot/ui/qtviloplotitemsmodel.h"
 #include "shell/ui/dockwidget.h"
 #include "updater/ui/tasktreeview.h"
 #include "updater/ui/treemodel.h"
@@ -66,6 +68,27 @@ void MainWindow::openFiles(QStringList &FileList)
         m_updaterPanel->taskModel()->AppendRows(firmware);
     if (!plotFiles.isEmpty())
         m_plotList->openFiles(plotFiles);
+}
+
+QStringList MainWindow::plotFormatNames() const
+{
+    return QtViloFormats::displayTexts();
+}
+
+QString MainWindow::currentPlotFormat() const
+{
+    return m_plotList->model()->defaults().Format;
+}
+
+void MainWindow::plotFilesAs(const QStringList &paths, const QString &format)
+{
+    QtViloPlotItemsModel *model = m_plotList->model();
+    QtViloPlotItemDefaults defaults = model->defaults();
+    defaults.Format = format;
+    // Stored as the defaults dialog stores them, so the choice is still there next time.
+    savePlotItemDefaults(defaults);
+    emit model->PlotItemDefaultValueChanged(defaults);
+    model->AppendRows(paths, false);
 }
 
 void MainWindow::openTextFiles(QStringList &FilePathList)
