@@ -11,6 +11,7 @@
 #include "updater/ui/tasktreeview.h"
 #include "updater/ui/treemodel.h"
 #include "updater/ui/updaterpanel.h"
+#include "util/core/qtimespan.h"
 #include "util/ui/fsexplorerwidget.h"
 #include "util/ui/notify.h"
 #include "viewer/ui/editor.h"
@@ -466,6 +467,8 @@ void MainWindow::retranslateUi()
             actions[j]->setText(tr(positionTexts[j]));
     }
     m_helpMenu->setTitle(tr("Help"));
+    if (m_languageMenu)
+        m_languageMenu->setTitle(tr("Language"));
     m_faqAct->setText(appName + tr(" FAQ"));
     m_aboutAct->setText(tr("About ") + appName);
 
@@ -484,6 +487,9 @@ void MainWindow::retranslateUi()
         dock->toggleViewAction()->setText(dock->baseTitle());
     }
     updateRecentFileActions();
+    // The start-up text stays until a panel has had the focus.
+    if (m_lastFocusedPanel)
+        updateStatusText();
 }
 
 void MainWindow::ShowAboutDialog()
@@ -542,16 +548,22 @@ void MainWindow::updateStatusText()
 {
     TextPanel *panel = m_lastFocusedPanel;
     QString text;
+    QString toolTip;
     if (panel && (panel->childProcess() || panel->workerThread()) &&
         panel->startTime().isValid()) {
         const bool running =
             (panel->childProcess() && panel->childProcess()->state() != QProcess::NotRunning) ||
             (panel->workerThread() && panel->workerThread()->isRunning());
+        const qint64 seconds = panel->startTime().secsTo(QDateTime::currentDateTime());
         text = (running ? tr(" Status: Running... ") : tr(" Status: Idle ")) +
-               elapsedText(panel->startTime().secsTo(QDateTime::currentDateTime()));
+               elapsedText(seconds);
+        // The line keeps its terse counter; the tip spells the time out in words.
+        const QTimeSpan span = QTimeSpan::fromSeconds(qMax<qint64>(0, seconds));
+        toolTip = tr("Time since start: %1").arg(span.toString(3));
     }
     m_statusText = text;
     statusBar()->showMessage(text);
+    statusBar()->setToolTip(toolTip);
 }
 
 void MainWindow::onfocusChanged(QWidget *, QWidget *)

@@ -63,6 +63,9 @@ public:
     QAction *startupLastUsedAction() const { return m_startupLastUsedAct; }
     QAction *startupDefaultAction() const { return m_startupDefaultAct; }
     QList<QShortcut *> shortcuts() const { return m_shortcuts; }
+    // A "Language" menu with one entry per translation found among the resources. The
+    // window does not show one at start-up; the menu is ready for whoever adds it.
+    QMenu *createLanguageMenu();
 
 public slots:
     void saveLayout();
@@ -118,6 +121,7 @@ public slots:
     void saveLastUsedLayout();
     void updateRecentFileActions();
     void retranslateUi();
+    void switchLanguage(QAction *action);
 
 protected:
     void closeEvent(QCloseEvent *event) override;
@@ -186,6 +190,7 @@ private:
     QMenu *m_tabPositionMenu = nullptr;
     QList<QMenu *> m_tabAreaMenus;
     QMenu *m_helpMenu = nullptr;
+    QPointer<QMenu> m_languageMenu;
     QMenu *m_plotListPopupMenu = nullptr;
     QWidget *m_plotListPopupHost = nullptr;
 

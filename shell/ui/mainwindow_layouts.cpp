@@ -33,8 +33,10 @@ QSettings userSettings()
 
 QStringList MainWindow::restoreLayoutNames()
 {
-    return {QStringLiteral("Default"), QStringLiteral("Advanced"), QStringLiteral("Debug"),
-            QStringLiteral("Data Plot"), QStringLiteral("Startup")};
+    // Names stay English as keys; marked so the menu entries get translations.
+    return {QStringLiteral(QT_TR_NOOP("Default")), QStringLiteral(QT_TR_NOOP("Advanced")),
+            QStringLiteral(QT_TR_NOOP("Debug")), QStringLiteral(QT_TR_NOOP("Data Plot")),
+            QStringLiteral(QT_TR_NOOP("Startup"))};
 }
 
 void MainWindow::applyStartupLayout()

@@ -22,6 +22,7 @@
 #include <QMimeData>
 #include <QPlainTextEdit>
 #include <QSettings>
+#include <QStatusBar>
 #include <QTemporaryDir>
 #include <QToolButton>
 #include <QUrl>
@@ -436,6 +437,7 @@ private slots:
         QApplication::setActiveWindow(window.get());
         console->textView()->setFocus();
         QTRY_VERIFY(window->statusText().startsWith(QStringLiteral(" Status: Idle ")));
+        QVERIFY(window->statusBar()->toolTip().startsWith(QStringLiteral("Time since start: ")));
         console->process()->start(QStringLiteral("sleep"), {QStringLiteral("30")});
         QVERIFY(console->process()->waitForStarted());
         QTRY_VERIFY(window->statusText().startsWith(QStringLiteral(" Status: Running... ")));
