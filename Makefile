@@ -5,7 +5,7 @@ JOBS       ?= $(shell nproc)
 CMAKE_ARGS ?=
 CTEST_ARGS ?= --output-on-failure
 
-.PHONY: all deps build run test test-normal test-asan bench clean
+.PHONY: all deps build run test test-normal test-asan bench deb clean
 
 all: build
 
@@ -31,6 +31,10 @@ test-asan: deps
 
 bench: build
 	./scripts/run-benchmarks.sh $(BUILD)
+
+# build/vrxassist_<version>_<arch>.deb, to install with `sudo apt install ./build/vrxassist_*.deb`.
+deb: build
+	cd $(BUILD) && cpack -G DEB
 
 clean:
 	rm -rf $(BUILD) $(ASAN_BUILD)
