@@ -8,6 +8,7 @@ packages=(
   libqwt-qt5-dev libfftw3-dev
   librsvg2-bin imagemagick
   xvfb xauth
+  dpkg-dev file desktop-file-utils
   clang libclang-rt-14-dev
 )
 
