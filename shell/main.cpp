@@ -9,10 +9,14 @@ int main(int argc, char *argv[])
 {
     QApplication app(argc, argv);
     initResources();
+    // Relative names mean the directory the program was started in.
+    QStringList files = filesFromArguments(QCoreApplication::arguments());
     QApplication::setEffectEnabled(Qt::UI_AnimateCombo, false);
     registerMetaTypes();
     setApplicationIdentity();
     MainWindow window;
     window.applyStartupLayout();
+    if (!files.isEmpty())
+        window.openFiles(files);
     return app.exec();
 }

@@ -3,8 +3,10 @@
 #include "util/core/identity.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
 #include <QSettings>
 #include <QString>
+#include <QUrl>
 
 namespace {
 constexpr char StartupGroup[] = "MainWindowStartupLayoutOption";
@@ -38,4 +40,16 @@ void storeStartupLayoutOption(int option)
     QSettings settings(Identity::Organization, Identity::Application);
     settings.beginGroup(StartupGroup);
     settings.setValue(StartupKey, option);
+}
+
+QStringList filesFromArguments(const QStringList &arguments)
+{
+    QStringList files;
+    for (const QString &argument : arguments.mid(1)) {
+        if (argument.isEmpty() || argument.startsWith(QLatin1Char('-')))
+            continue;
+        const QUrl url(argument);
+        files << QFileInfo(url.isLocalFile() ? url.toLocalFile() : argument).absoluteFilePath();
+    }
+    return files;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QStringList>
 #include <QVariant>
 
 // Start-up steps that run before the main window exists.
@@ -8,3 +9,7 @@ void setApplicationIdentity();
 bool isLastUsedStartupLayout(const QVariant &storedOption);
 bool readLastUsedStartupLayoutOption();
 void storeStartupLayoutOption(int option);
+// The files named on the command line (the desktop entry passes them) as absolute paths, taken
+// before anything changes the working directory; "file:" URLs become local paths; the
+// program's own name and options are left out.
+QStringList filesFromArguments(const QStringList &arguments);

@@ -1,7 +1,9 @@
+#include "shell/core/startup.h"
 #include "shell/ui/metatypes.h"
 #include "resources/initresources.h"
 #include "testenv.h"
 
+#include <QDir>
 #include <QFile>
 #include <QIcon>
 #include <QImage>
@@ -58,6 +60,14 @@ private slots:
         const QVariant names = QVariant::fromValue(QSet<QString>{QStringLiteral("a")});
         QVERIFY(names.canConvert<QVariantList>());
         QCOMPARE(names.value<QVariantList>().value(0).toString(), QStringLiteral("a"));
+    }
+
+    void commandLineFilesAreOpened()
+    {
+        const QStringList files = filesFromArguments(
+            {"vrxassist", "/data/run 1.log", "-style", "file:///data/fw%20a.mcs", "rel.bin", ""});
+        QCOMPARE(files, QStringList({"/data/run 1.log", "/data/fw a.mcs",
+                                     QDir::current().absoluteFilePath("rel.bin")}));
     }
 
     void everyNamedImageResolves_data()
