@@ -67,6 +67,8 @@ FsExplorerWidget::FsExplorerWidget(QWidget *parent)
     m_fileView->setSelectionBehavior(QAbstractItemView::SelectRows);
     m_fileView->setContextMenuPolicy(Qt::CustomContextMenu);
     m_fileView->setMinimumWidth(450);
+    // A drop-down that shows only a handful of rows makes every folder a scrolling job.
+    m_fileView->setMinimumHeight(320);
 
     auto *pathGroup = new QGroupBox(tr("Folder Path"), this);
     auto *pathLayout = new QHBoxLayout(pathGroup);
