@@ -160,6 +160,7 @@ private slots:
         QCOMPARE(recordedRuns(m_log), QList<QStringList>{arguments});
         QTRY_VERIFY(consoleText(*panel).contains("Update Task Finished!"));
         QVERIFY(consoleText(*panel).contains("NOTE : Using installed VRXUpdater: " + m_tool));
+        QVERIFY(consoleText(*panel).contains(QRegularExpression("NOTE : Time taken: \\d+ \\w+")));
         QVERIFY(static_cast<QAction *>(panel->runControls().constFirst())->isEnabled());
         if (slot == "onEraseBtnClicked")
             QVERIFY(m_boxes.first().startsWith("Risky Firmware Operation|This action will "

@@ -2,6 +2,7 @@
 
 #include "updater/core/toollocator.h"
 #include "updater/core/updatercommands.h"
+#include "util/core/qtimespan.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -67,6 +68,7 @@ bool ToolRunner::run(const QString &toolName, const QStringList &arguments, int 
         m_commandLine += QLatin1Char(' ') + argument;
     emit output(QStringLiteral("\nRunning .../") + m_commandLine + QLatin1Char('\n'));
     m_ended = false;
+    m_clock.start();
     emit started(taskNumber);
     m_process->start(location.path, arguments);
     return true;
@@ -114,6 +116,8 @@ void ToolRunner::onFinished(int exitCode, QProcess::ExitStatus exitStatus)
     if (exitCode != 0)
         emit output(tr("WARN : %1 ended with exit code %2\n").arg(m_toolName).arg(exitCode));
     emit output(tr("INFO : Update Task Finished!\n"));
+    // Flashing takes minutes; how long it took helps to spot a device that slowed down.
+    emit output(tr("NOTE : Time taken: %1\n").arg(QTimeSpan(m_clock.elapsed()).toString(2)));
     if (exitCode == 0 && !m_deviceListPath.isEmpty()) {
         QDir().mkpath(QFileInfo(m_deviceListPath).absolutePath());
         QFile file(m_deviceListPath);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QElapsedTimer>
 #include <QObject>
 #include <QProcess>
 #include <QStringList>
@@ -62,4 +63,5 @@ private:
     QString m_deviceListPath;
     QString m_collected;
     bool m_ended = true;
+    QElapsedTimer m_clock;
 };
