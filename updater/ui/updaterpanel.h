@@ -1,9 +1,12 @@
 #pragma once
 
 #include "updater/core/updatercommands.h"
+#include "updater/core/updatermacros.h"
 #include "viewer/ui/editorpanel.h"
 
 #include <QProcess>
+
+#include <optional>
 
 class QCheckBox;
 class QComboBox;
@@ -135,6 +138,10 @@ private:
     // Starts the tool for the row (-1 for a device command) after making sure of a log file.
     bool startTool(const QString &tool, const QStringList &arguments, int row,
                    bool writesDeviceList = false);
+    // The task's file and device for its macro; nullopt (with the console line) when the
+    // file is gone.
+    std::optional<MacroValues> taskValues(int row) const;
+    bool startTaskCommand(int row, const QString &command, const MacroValues &values, bool i2c);
     void onToolOutput(const QString &text);
     void onTaskEnded(int taskNumber, bool success);
     void runNextQueued();

@@ -144,23 +144,44 @@ bool UpdaterPanel::runToolForTask(int row)
     return runFirmwareTask(row, command);
 }
 
-bool UpdaterPanel::runFirmwareTask(int row, const QString &command)
+std::optional<MacroValues> UpdaterPanel::taskValues(int row) const
 {
     const UpdaterTask task = m_taskModel->task(row);
     if (!QFileInfo(task.filePath).isFile()) {
         m_console->print(tr("ERROR: File does not exist! (") + task.filePath +
                          QStringLiteral(")\n"));
-        return false;
+        return std::nullopt;
     }
     MacroValues values;
     values.device = QString::number(deviceNumberFor(row));
     values.filePath = task.filePath;
+    return values;
+}
+
+bool UpdaterPanel::startTaskCommand(int row, const QString &command, const MacroValues &values,
+                                    bool i2c)
+{
+    ToolCommand tool = UpdaterMacros::toToolCommand(UpdaterMacros::expand(command, values));
+    if (!tool.error.isEmpty()) {
+        m_console->print(tool.error);
+        return false;
+    }
+    if (i2c && !tool.arguments.contains(QLatin1String("--if=i2c")))
+        tool.arguments << QStringLiteral("--if=i2c");
+    return startTool(tool.tool, tool.arguments, row);
+}
+
+bool UpdaterPanel::runFirmwareTask(int row, const QString &command)
+{
+    std::optional<MacroValues> values = taskValues(row);
+    if (!values)
+        return false;
     if (UpdaterMacros::needsImageInfo(command)) {
-        const FirmwareName name = parseFirmwareName(task.filePath);
-        values.description = name.description;
-        values.version = name.version;
-        if (values.description.isEmpty())
-            values.description =
+        const FirmwareName name = parseFirmwareName(values->filePath);
+        values->description = name.description;
+        values->version = name.version;
+        if (values->description.isEmpty())
+            values->description =
                 Notify::getText(this, tr("Firmware description required!"),
                                 tr("Could not extract firmware description from file name!\n"
                                    "Please set a Firmware Description to continue!\n\n"
@@ -168,47 +189,27 @@ bool UpdaterPanel::runFirmwareTask(int row, const QString &command)
                                 16)
                     .value_or(QString())
                     .trimmed();
-        if (UpdaterMacros::isValidDescription(values.description) && values.version.isEmpty())
-            values.version =
+        if (UpdaterMacros::isValidDescription(values->description) && values->version.isEmpty())
+            values->version =
                 Notify::getText(this, tr("Firmware version required!"),
                                 tr("Could not extract firmware version from file name!\n"
                                    "Please set a Firmware version to continue!\n\n"
                                    "Firmware Version (32-bit unsigned number)"))
                     .value_or(QString())
                     .trimmed();
-        if (!UpdaterMacros::isValidDescription(values.description) ||
-            !UpdaterMacros::isValidVersion(values.version)) {
+        if (!UpdaterMacros::isValidDescription(values->description) ||
+            !UpdaterMacros::isValidVersion(values->version)) {
             m_console->print(tr("ERROR: Invalid image description or version. Aborting!\n"));
             return false;
         }
     }
-    ToolCommand tool = UpdaterMacros::toToolCommand(UpdaterMacros::expand(command, values));
-    if (!tool.error.isEmpty()) {
-        m_console->print(tool.error);
-        return false;
-    }
-    if (m_i2cChkBx->isChecked() && !tool.arguments.contains(QLatin1String("--if=i2c")))
-        tool.arguments << QStringLiteral("--if=i2c");
-    return startTool(tool.tool, tool.arguments, row);
+    return startTaskCommand(row, command, *values, m_i2cChkBx->isChecked());
 }
 
 bool UpdaterPanel::runLicenseTask(int row, const QString &command)
 {
-    const UpdaterTask task = m_taskModel->task(row);
-    if (!QFileInfo(task.filePath).isFile()) {
-        m_console->print(tr("ERROR: File does not exist! (") + task.filePath +
-                         QStringLiteral(")\n"));
-        return false;
-    }
-    MacroValues values;
-    values.device = QString::number(deviceNumberFor(row));
-    values.filePath = task.filePath;
-    const ToolCommand tool = UpdaterMacros::toToolCommand(UpdaterMacros::expand(command, values));
-    if (!tool.error.isEmpty()) {
-        m_console->print(tool.error);
-        return false;
-    }
-    return startTool(tool.tool, tool.arguments, row);
+    const std::optional<MacroValues> values = taskValues(row);
+    return values && startTaskCommand(row, command, *values, false);
 }
 
 void UpdaterPanel::onRunThisItemTriggered()
