@@ -1,6 +1,7 @@
 #include "monitor/core/vrxmon.h"
 
 #include "monitor/core/remotememprocessed.h"
+#include "monitor/core/vrxmonpeer.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -17,13 +18,70 @@
 using namespace VrxProto;
 
 namespace {
-// A client that connects and then says nothing must not hang the server for ever.
-constexpr int kHandshakeTimeoutSeconds = 5;
-
-void setRecvTimeout(int fd, int seconds)
+void setRecvTimeout(int fd, int milliseconds)
 {
-    struct timeval tv{seconds, 0};
+    struct timeval tv{milliseconds / 1000, (milliseconds % 1000) * 1000};
     setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &tv, sizeof tv);
+}
+
+enum class Sent { All, WouldBlock, Failed };
+
+// Never waits: a client that does not read what it is sent must not block the server thread.
+// A record only partly sent counts as blocked: the rest would have had to wait.
+Sent sendAll(int fd, const QByteArray &bytes)
+{
+    ssize_t n;
+    do {
+        n = send(fd, bytes.constData(), std::size_t(bytes.size()), MSG_NOSIGNAL | MSG_DONTWAIT);
+    } while (n < 0 && errno == EINTR);
+    if (n == bytes.size())
+        return Sent::All;
+    return n >= 0 || errno == EAGAIN || errno == EWOULDBLOCK ? Sent::WouldBlock : Sent::Failed;
+}
+
+// Waits for exactly length bytes within the receive timeout set on the socket. Returns the
+// bytes received, or -1 with errno set when nothing came.
+ssize_t recvAll(int fd, char *data, std::size_t length)
+{
+    std::size_t got = 0;
+    while (got < length) {
+        const ssize_t n = recv(fd, data + got, length - got, MSG_WAITALL);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0)
+            return got > 0 ? ssize_t(got) : n;
+        got += std::size_t(n);
+    }
+    return ssize_t(got);
+}
+
+VrxPeer::TcpEndpoint endpointOf(const sockaddr_in &a)
+{
+    VrxPeer::TcpEndpoint e;
+    e.address = a.sin_addr.s_addr;
+    e.port = ntohs(a.sin_port);
+    return e;
+}
+
+VrxPeer::TcpEndpoint peerEndpoint(int fd)
+{
+    sockaddr_in a{};
+    socklen_t len = sizeof a;
+    return getpeername(fd, reinterpret_cast<sockaddr *>(&a), &len) == 0 ? endpointOf(a)
+                                                                        : VrxPeer::TcpEndpoint{};
+}
+
+VrxPeer::TcpEndpoint localEndpoint(int fd)
+{
+    sockaddr_in a{};
+    socklen_t len = sizeof a;
+    return getsockname(fd, reinterpret_cast<sockaddr *>(&a), &len) == 0 ? endpointOf(a)
+                                                                        : VrxPeer::TcpEndpoint{};
+}
+
+QString peerText(const sockaddr_in &peer)
+{
+    return QStringLiteral("%1:%2").arg(QLatin1String(inet_ntoa(peer.sin_addr))).arg(ntohs(peer.sin_port));
 }
 
 void copyField(char *dst, std::size_t size, const QByteArray &src)
@@ -273,6 +331,12 @@ void VrxMon::runTcpServer(quint32 port)
 
 void VrxMon::acceptClient(int epfd)
 {
+    // A departure earlier in this batch leaves a hole; closed up first, the newcomer finds the
+    // free record at the end of the table.
+    if (m_compact) {
+        compactClients();
+        m_compact = false;
+    }
     emitMessage(QStringLiteral("INFO : Incoming CONNECTION...\n"));
     struct sockaddr_in peer{};
     socklen_t peerLen = sizeof peer;
@@ -286,15 +350,27 @@ void VrxMon::acceptClient(int epfd)
     if (setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on) != 0)
         emitMessage(QStringLiteral("Error: setsockopt failed! Possible cause: %s\n"));
 
-    setRecvTimeout(fd, kHandshakeTimeoutSeconds);
+    // Bounded, so a client that connects and then says nothing costs everyone a short pause
+    // only; it is dropped rather than kept without an identity it never sent.
+    setRecvTimeout(fd, kHandshakeTimeoutMs);
+    const auto dropDuringHandshake = [&](const QString &cause) {
+        emitMessage(handshakeFailedText(peerText(peer), cause));
+        close(fd);
+    };
     char idBuf[kFirstRecvSize];
-    const ssize_t got = recv(fd, idBuf, sizeof idBuf, 0);
-    const qint64 gotCount = got;
-    const QByteArray ack = encodeAck(gotCount);
-    send(fd, ack.constData(), ack.size(), MSG_NOSIGNAL);
+    ssize_t got;
+    do {
+        got = recv(fd, idBuf, sizeof idBuf, 0);
+    } while (got < 0 && errno == EINTR);
+    if (got <= 0) {
+        const bool timedOut = got < 0 && (errno == EAGAIN || errno == EWOULDBLOCK);
+        dropDuringHandshake(timedOut ? noIdCause() : got == 0 ? closedCause() : errorText());
+        return;
+    }
+    sendAll(fd, encodeAck(qint64(got)));
 
     const quint32 index = m_clientCount.load();
-    const ClientIdDecode id = decodeClientId(idBuf, got < 0 ? 0 : int(got));
+    const ClientIdDecode id = decodeClientId(idBuf, int(got));
     ClientIdRecord rec = id.record;
     QByteArray path;
     if (id.valid) {
@@ -315,6 +391,20 @@ void VrxMon::acceptClient(int epfd)
         close(fd);
         return;
     }
+
+    // The settings go out and their answer is awaited before the client joins the table and
+    // the epoll set, so a client dropped here leaves no trace behind.
+    sendAll(fd, encodeSettings(m_traceLevel, m_useTimestamp, m_devMask));
+    char reply[kAckSize];
+    const ssize_t answered = recvAll(fd, reply, sizeof reply);
+    if (answered != ssize_t(sizeof reply)) {
+        const bool closed = answered == 0 || (answered < 0 && errno != EAGAIN &&
+                                              errno != EWOULDBLOCK);
+        dropDuringHandshake(closed ? closedCause() : noAnswerCause());
+        return;
+    }
+    setRecvTimeout(fd, 0);
+
     ClientRecord &c = m_clients[index];
     if (c.fd != 0)
         emitMessage(QStringLiteral("ERROR: Something is wrong. Socket position %1 not empty (%2)!\n")
@@ -347,12 +437,6 @@ void VrxMon::acceptClient(int epfd)
     copyField(c.prompt, sizeof c.prompt, texts.prompt.toLocal8Bit());
     copyField(c.promptEmptyLine, sizeof c.promptEmptyLine, texts.promptEmptyLine.toLocal8Bit());
     lock.unlock();
-
-    const QByteArray settings = encodeSettings(m_traceLevel, m_useTimestamp, m_devMask);
-    send(fd, settings.constData(), settings.size(), MSG_NOSIGNAL);
-    char reply[kAckSize];
-    recv(fd, reply, sizeof reply, MSG_WAITALL);
-    setRecvTimeout(fd, 0);
 
     ClientIdRecord shown = rec;
     emitMessage(connectText(shown, QByteArray(c.path), QByteArray(c.ip), c.port, true));
@@ -460,8 +544,12 @@ void VrxMon::readClient(int index)
     }
     if (lineStart < total)
         showPiece(index, buf + lineStart, total - lineStart, false);
-    const QByteArray ack = encodeAck(qint64(n));
-    send(c.fd, ack.constData(), ack.size(), MSG_NOSIGNAL);
+    // A client that has left is noticed by the next peek as usual; one whose unread
+    // acknowledgements fill the socket would block the next send, so it goes now.
+    if (sendAll(c.fd, encodeAck(qint64(n))) == Sent::WouldBlock) {
+        emitMessage(acksUnreadText(QStringLiteral("%1:%2").arg(QLatin1String(c.ip)).arg(c.port)));
+        disconnectClient(index);
+    }
 }
 
 void VrxMon::executeCommand(int index)
@@ -481,6 +569,15 @@ void VrxMon::executeCommand(int index)
         return;
     case CmdKind::Plot:
         break;
+    }
+    // Only the memory of the process behind this connection is ever read, and not more of it
+    // than a file the plot tool would load. The refused client still gets its acknowledgement.
+    const VrxPeer::PlotGate gate =
+        VrxPeer::checkPlotRequest(c.processId, peerEndpoint(c.fd), localEndpoint(c.fd),
+                                  d.plotRequest);
+    if (!gate.allowed) {
+        emitMessage(gate.message);
+        return;
     }
     const int stray = RemoteMemProcessed.available();
     if (stray > 0) {

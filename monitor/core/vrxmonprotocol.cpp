@@ -300,4 +300,29 @@ QString outOfSyncText(int permits)
         .arg(permits);
 }
 
+QString handshakeFailedText(const QString &peer, const QString &cause)
+{
+    return QStringLiteral("ERROR: Handshake with %1 failed (%2)! Connection closed.\n")
+        .arg(peer, cause);
+}
+
+QString noIdCause()
+{
+    return QStringLiteral("no client ID within %1 ms").arg(kHandshakeTimeoutMs);
+}
+
+QString noAnswerCause()
+{
+    return QStringLiteral("no answer to the settings record within %1 ms").arg(kHandshakeTimeoutMs);
+}
+
+QString closedCause() { return QStringLiteral("the client closed the connection"); }
+
+QString acksUnreadText(const QString &peer)
+{
+    return QStringLiteral("ERROR: Client %1 does not read its acknowledgements! Removing "
+                          "client...\n")
+        .arg(peer);
+}
+
 } // namespace VrxProto

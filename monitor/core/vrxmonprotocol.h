@@ -21,6 +21,9 @@ constexpr int kRecvBufferSize = 4096;
 constexpr int kFirstRecvSize = 128;
 constexpr int kPathSize = 4096;
 constexpr quint32 kLowestPort = 50000;
+// Each receive of the handshake (ID record, answer to the settings record) waits this long at
+// most: a client that stalls it must not keep the server from everyone else.
+constexpr int kHandshakeTimeoutMs = 2000;
 constexpr char kValidationId[4] = {'O', 'K', 'A', 'V'};
 extern const char kPathUnknown[]; // "Process path cannot be determined"
 
@@ -142,5 +145,12 @@ CommandDecision parseCommand(const QByteArray &commandText, const QByteArray &pl
 QString stopReceivedText();
 QString stoppedText();
 QString outOfSyncText(int permits);
+// A client dropped during its handshake; peer is "<ip>:<port>".
+QString handshakeFailedText(const QString &peer, const QString &cause);
+QString noIdCause();       // "no client ID within 2000 ms"
+QString noAnswerCause();   // "no answer to the settings record within 2000 ms"
+QString closedCause();     // "the client closed the connection"
+// A client whose acknowledgements pile up unread is dropped before they block the server.
+QString acksUnreadText(const QString &peer);
 
 } // namespace VrxProto
