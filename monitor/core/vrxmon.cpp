@@ -4,10 +4,12 @@
 #include "monitor/core/vrxmonpeer.h"
 
 #include <arpa/inet.h>
+#include <linux/sockios.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -544,9 +546,11 @@ void VrxMon::readClient(int index)
     }
     if (lineStart < total)
         showPiece(index, buf + lineStart, total - lineStart, false);
-    // A client that has left is noticed by the next peek as usual; one whose unread
-    // acknowledgements fill the socket would block the next send, so it goes now.
-    if (sendAll(c.fd, encodeAck(qint64(n))) == Sent::WouldBlock) {
+    // A client that has left is noticed by the next peek as usual; one that stopped reading
+    // its acknowledgements would sooner or later block the send, so it goes now.
+    int unread = 0;
+    const bool backedUp = ioctl(c.fd, SIOCOUTQ, &unread) == 0 && unread >= kMaxUnreadAckBytes;
+    if (backedUp || sendAll(c.fd, encodeAck(qint64(n))) == Sent::WouldBlock) {
         emitMessage(acksUnreadText(QStringLiteral("%1:%2").arg(QLatin1String(c.ip)).arg(c.port)));
         disconnectClient(index);
     }

@@ -24,6 +24,9 @@ constexpr quint32 kLowestPort = 50000;
 // Each receive of the handshake (ID record, answer to the settings record) waits this long at
 // most: a client that stalls it must not keep the server from everyone else.
 constexpr int kHandshakeTimeoutMs = 2000;
+// Acknowledgements the client's side has not taken yet (its receive buffer is full) beyond
+// this many bytes mean it has stopped reading them; it is dropped before they block a send.
+constexpr int kMaxUnreadAckBytes = 2048 * kAckSize;
 constexpr char kValidationId[4] = {'O', 'K', 'A', 'V'};
 extern const char kPathUnknown[]; // "Process path cannot be determined"
 
