@@ -5,8 +5,11 @@
 #include "plot/core/qtviloplotitem.h"
 #include "plot/core/qtviloprocessmemory.h"
 #include "plot/core/qtviloreadrange.h"
+#include "plot/core/qtvilosizetext.h"
 #include "plot/core/qtvilotemppaths.h"
 #include "plot/core/qtvilovaluerange.h"
+
+#include "monitor/core/vrxmonpeer.h"
 
 #include <QDir>
 #include <QFile>
@@ -24,6 +27,10 @@ namespace {
 // An own buffer holds at most this many bytes: below QByteArray's 2 GiB and the most one
 // read() or pread() transfers on Linux.
 constexpr qint64 MaxBufferBytes = 0x7ffff000;
+// The monitor lets no larger read through; the reader refuses one all the same, as the size
+// comes from the client.
+static_assert(VrxPeer::kMaxPlotReadBytes == quint64(QtViloSizeText::LargeFileLimit),
+              "a memory read is bounded like a file");
 
 const QString PathNotFound = QStringLiteral("Path not found!                  ");
 const QString OpenFailed = QStringLiteral("ERROR: File open failed! Does file exist? ");
@@ -276,7 +283,16 @@ bool QtViloPlotDataReader::readMemoryItem(QtViloPlotItem *item)
 {
     const QtViloReadRange::Params params = rangeParams(item);
     const int width = item->sampleWidth();
-    const qint64 size = qint64(std::min<quint64>(item->memorySize, quint64(MaxBufferBytes)));
+    if (item->memorySize > quint64(QtViloSizeText::LargeFileLimit)) {
+        emit DataReadError(item, QStringLiteral("Could not read the process memory!"),
+                           QStringLiteral("%1 bytes requested, at most %2 bytes are read - "
+                                          "Process: %3")
+                               .arg(item->memorySize)
+                               .arg(QtViloSizeText::LargeFileLimit)
+                               .arg(item->processId));
+        return false;
+    }
+    const qint64 size = qint64(item->memorySize);
     const QtViloReadRange::ByteRange range = QtViloReadRange::memoryRange(params, size);
 
     Stores next;

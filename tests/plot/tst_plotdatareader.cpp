@@ -530,6 +530,21 @@ private slots:
                                QStringLiteral(" - File: /proc/2147483000/mem")));
     }
 
+    void memoryAboveTheLargeFileLimitIsRefused()
+    {
+        // The size comes from a client: refused before any buffer is made or process touched.
+        QtViloPlotItem item(QStringLiteral("request"), true, m_defaults);
+        item.processId = getpid();
+        item.baseAddress = quintptr(g_childPattern);
+        item.memorySize = 500000001;
+        QCOMPARE(failure(&item, false),
+                 qMakePair(QStringLiteral("Could not read the process memory!"),
+                           QStringLiteral("500000001 bytes requested, at most 500000000 bytes "
+                                          "are read - Process: %1")
+                               .arg(getpid())));
+        QCOMPARE(item.buffer().size(), 0);
+    }
+
     void memoryOfAChild()
     {
         for (int i = 0; i < 4096; ++i)
