@@ -83,7 +83,9 @@ VrxPeer::TcpEndpoint localEndpoint(int fd)
 
 QString peerText(const sockaddr_in &peer)
 {
-    return QStringLiteral("%1:%2").arg(QLatin1String(inet_ntoa(peer.sin_addr))).arg(ntohs(peer.sin_port));
+    return QStringLiteral("%1:%2")
+        .arg(QLatin1String(inet_ntoa(peer.sin_addr)))
+        .arg(ntohs(peer.sin_port));
 }
 
 void copyField(char *dst, std::size_t size, const QByteArray &src)

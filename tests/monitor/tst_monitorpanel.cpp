@@ -134,14 +134,16 @@ private slots:
         const quint16 port = nextPort();
         panel.setPort(port);
         panel.startMonitoring();
-        QTRY_VERIFY(readAll(panel.filePath()).contains(QStringLiteral("NOTE : VRX Monitor started!")));
+        QTRY_VERIFY(
+            readAll(panel.filePath()).contains(QStringLiteral("NOTE : VRX Monitor started!")));
         KitClient client(port);
         QVERIFY(client.handshake(1));
         for (int batch = 0; batch < 3; ++batch) {
             const QString line = QStringLiteral("ERROR: batch %1 on disk\n").arg(batch);
             QVERIFY(client.send(line.toLatin1()));
             QVERIFY(client.acked());
-            QTRY_VERIFY_WITH_TIMEOUT(readAll(panel.filePath()).contains(kitPrompt(1) + line), 20000);
+            QTRY_VERIFY_WITH_TIMEOUT(readAll(panel.filePath()).contains(kitPrompt(1) + line),
+                                     20000);
             QVERIFY(panel.serverThread()->isRunning());
         }
         stop(panel);

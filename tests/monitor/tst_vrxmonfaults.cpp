@@ -202,7 +202,8 @@ private slots:
             if (answer > 0)
                 QCOMPARE(send(fd, "\0\0\0\0", std::size_t(answer), MSG_NOSIGNAL), ssize_t(answer));
             QVERIFY(w.log());
-            QVERIFY(h.waitFor(handshakeFailed(fd, "no answer to the settings record within 2000 ms")));
+            QVERIFY(
+                h.waitFor(handshakeFailed(fd, "no answer to the settings record within 2000 ms")));
             QVERIFY(closedByMonitor(fd));
             close(fd);
         }
@@ -274,9 +275,9 @@ private slots:
         QByteArray junk(128, '\0');
         rng.fillRange(reinterpret_cast<quint32 *>(junk.data()), junk.size() / 4);
         int64_t received = 0;
-        QCOMPARE(vrxclient_identify_raw(noise.c, junk.constData(), std::size_t(junk.size()),
-                                        &received),
-                 0);
+        QCOMPARE(
+            vrxclient_identify_raw(noise.c, junk.constData(), std::size_t(junk.size()), &received),
+            0);
         QVERIFY(received > 0);
         QCOMPARE(vrxclient_receive_settings(noise.c, nullptr), 0);
         QVERIFY(h.waitFor(QStringLiteral("WARN : Assigning temporary ID...\n\n")));
@@ -336,7 +337,8 @@ private slots:
         QVERIFY(witnessed(w, h));
         QCOMPARE(h.countOf(QStringLiteral("~")), 16 * piece.size());
         for (int i = 0; i < 200; ++i)
-            QVERIFY(h.all().contains(kitPrompt(3) + QStringLiteral("still open %1 (no end)\n").arg(i)));
+            QVERIFY(
+                h.all().contains(kitPrompt(3) + QStringLiteral("still open %1 (no end)\n").arg(i)));
         QCOMPARE(plot.count(), 0);
         QCOMPARE(h.countOf(QStringLiteral("ERROR: ")), 0);
         QCOMPARE(h.host.server()->clientCount(), 3u);
@@ -390,7 +392,8 @@ private slots:
         {
             KitClient leaver(port);
             QVERIFY(leaver.handshake(2));
-            QVERIFY(leaver.send("leaving soon\nRunCmd( 1, Rec, 0x10, 64, int16, 1);\nlast words\n"));
+            QVERIFY(
+                leaver.send("leaving soon\nRunCmd( 1, Rec, 0x10, 64, int16, 1);\nlast words\n"));
             QTRY_VERIFY_WITH_TIMEOUT(plot.count() == 1, 20000);
             QVERIFY(w.client.send("while waiting\n")); // queued behind the request
         } // gone before the plot side has read anything
@@ -398,8 +401,8 @@ private slots:
         QVERIFY(w.client.acked());
         QVERIFY(h.waitFor(QStringLiteral("DISCONNECTED! Removing client: \n")));
         const QString leaver = kitPrompt(2);
-        for (const char *line : {"leaving soon\n", "RunCmd( 1, Rec, 0x10, 64, int16, 1);\n",
-                                 "last words\n"})
+        for (const char *line :
+             {"leaving soon\n", "RunCmd( 1, Rec, 0x10, 64, int16, 1);\n", "last words\n"})
             QVERIFY2(h.all().contains(leaver + QLatin1String(line)), line);
         QVERIFY(h.waitFor(kitPrompt(1) + "while waiting\n"));
         QVERIFY(w.log());
@@ -434,10 +437,12 @@ private slots:
         QCOMPARE(vrxclient_identify_raw(extra.c, id.constData(), 100, &received), 0);
         QCOMPARE(received, int64_t(100));
         QCOMPARE(vrxclient_receive_settings(extra.c, nullptr), -1);
-        QVERIFY(h.waitFor(QStringLiteral("ERROR: Something is wrong. Socket position 40 not empty (")));
+        QVERIFY(
+            h.waitFor(QStringLiteral("ERROR: Something is wrong. Socket position 40 not empty (")));
 
         for (int i = 0; i < 40; ++i)
-            QVERIFY(clients[std::size_t(i)]->send(QByteArray("at once ") + QByteArray::number(i) + "\n"));
+            QVERIFY(clients[std::size_t(i)]->send(QByteArray("at once ") + QByteArray::number(i) +
+                                                  "\n"));
         for (int i = 0; i < 40; ++i)
             QVERIFY(clients[std::size_t(i)]->acked());
         for (int i = 0; i < 40; ++i)
@@ -464,26 +469,25 @@ private slots:
         QVector<QtViloProcessMemory::Result> reads;
         QVector<QVector<qint16>> samples;
         Spawned *demo = nullptr;
-        connect(h.host.server(), &VrxMon::VirtualPlotItemConnected, this,
-                [&](const QString &text) {
-                    const QtViloPlotRequest r = parsePlotRequest(text, QtViloPlotItemDefaults());
-                    QVector<qint16> values(int(r.byteSize / 2));
-                    const bool killNow = reads.size() == 2;
-                    QtViloProcessMemory::Result result;
-                    std::thread reader([&] {
-                        result = QtViloProcessMemory::read(
-                            r.processId, r.baseAddress, reinterpret_cast<char *>(values.data()),
-                            qint64(r.byteSize));
-                    });
-                    if (killNow)
-                        kill(demo->pid, SIGKILL);
-                    reader.join();
-                    if (killNow)
-                        demo->reap();
-                    reads.append(result);
-                    samples.append(values);
-                    RemoteMemProcessed.release();
-                });
+        connect(h.host.server(), &VrxMon::VirtualPlotItemConnected, this, [&](const QString &text) {
+            const QtViloPlotRequest r = parsePlotRequest(text, QtViloPlotItemDefaults());
+            QVector<qint16> values(int(r.byteSize / 2));
+            const bool killNow = reads.size() == 2;
+            QtViloProcessMemory::Result result;
+            std::thread reader([&] {
+                result = QtViloProcessMemory::read(r.processId, r.baseAddress,
+                                                   reinterpret_cast<char *>(values.data()),
+                                                   qint64(r.byteSize));
+            });
+            if (killNow)
+                kill(demo->pid, SIGKILL);
+            reader.join();
+            if (killNow)
+                demo->reap();
+            reads.append(result);
+            samples.append(values);
+            RemoteMemProcessed.release();
+        });
         Spawned spawned({QStringLiteral(VRXDEMO_PATH), QStringLiteral("--port"),
                          QString::number(port), QStringLiteral("--interval-ms"),
                          QStringLiteral("0"), QStringLiteral("--samples"), QStringLiteral("256"),
@@ -505,14 +509,15 @@ private slots:
         QCOMPARE(samples.first().value(1) - samples.first().value(0), 1); // a ramp
 
         QVERIFY(h.waitFor(QStringLiteral("DISCONNECTED! Removing client: \n")));
-        QCOMPARE(reads.size(), 3); // nothing after the kill
+        QCOMPARE(reads.size(), 3);                                  // nothing after the kill
         QVERIFY(!reads.last().ok || reads.last().bytesRead == 512); // killed before or after
         QVERIFY(w.log());
         QVERIFY(witnessed(w, h));
         QCOMPARE(h.host.server()->clientDeviceNumbers(), QVector<quint64>{1});
         // Every line of the demo's records that were let go is there.
         for (int n = 0; n < 2; ++n)
-            QVERIFY(h.all().contains(QStringLiteral("/PCIe> NOTE : record %1: filling 256 samples\n").arg(n)));
+            QVERIFY(h.all().contains(
+                QStringLiteral("/PCIe> NOTE : record %1: filling 256 samples\n").arg(n)));
     }
 
     void plotRequestsForOtherProcessesAreRefused()
@@ -547,7 +552,8 @@ private slots:
         // Its own process, but more than the plot tool would ever load.
         KitClient greedy(port);
         QVERIFY(greedy.handshake(3));
-        QVERIFY(greedy.send("RunCmd( 1, Rec, 0x10, int16, 1, 0, 0, 64, 1, 16, 1, 1, 2147479552);\n"));
+        QVERIFY(
+            greedy.send("RunCmd( 1, Rec, 0x10, int16, 1, 0, 0, 64, 1, 16, 1, 1, 2147479552);\n"));
         QVERIFY(greedy.acked());
         QVERIFY(h.waitFor(mp + QStringLiteral("ERROR: Real Time Plot refused! 2147479552 bytes "
                                               "requested, at most 500000000 bytes are read.\n")));
@@ -595,8 +601,8 @@ private slots:
                 }
             }
             close(fd);
-            const QString where = QStringLiteral("%1 (%2)").arg(QLatin1String(inet_ntoa(target.sin_addr)),
-                                                                QLatin1String(a->ifa_name));
+            const QString where = QStringLiteral("%1 (%2)").arg(
+                QLatin1String(inet_ntoa(target.sin_addr)), QLatin1String(a->ifa_name));
             QVERIFY2(err != 0, qPrintable(QStringLiteral("the monitor answered on ") + where));
             tried << where + QStringLiteral(": ") + QString::fromLocal8Bit(strerror(err));
         }

@@ -113,10 +113,8 @@ private slots:
         QCOMPARE(VrxPeer::socketInodeIn(table, monitor, endpoint("127.0.0.1", 0xA3F0)),
                  quint64(4002));
         // A connection in TIME_WAIT has no socket any more.
-        QCOMPARE(VrxPeer::socketInodeIn(table, endpoint("127.0.0.1", 0xA3F1), monitor),
-                 quint64(0));
-        QCOMPARE(VrxPeer::socketInodeIn(table, endpoint("127.0.0.2", 0xA3F0), monitor),
-                 quint64(0));
+        QCOMPARE(VrxPeer::socketInodeIn(table, endpoint("127.0.0.1", 0xA3F1), monitor), quint64(0));
+        QCOMPARE(VrxPeer::socketInodeIn(table, endpoint("127.0.0.2", 0xA3F0), monitor), quint64(0));
         QCOMPARE(VrxPeer::socketInodeIn(QByteArray("garbage\n: x y\n"), monitor, monitor),
                  quint64(0));
     }
@@ -170,9 +168,11 @@ private slots:
         QTest::addColumn<QString>("request");
         QTest::addColumn<quint64>("bytes");
         const QString head = QStringLiteral("4711, /opt/acq/bin/grabber, Rec, 0x7f00, ");
-        QTest::newRow("demo") << head + "int16, 1, 0, 0, 64, 1000, 16, 1.0, 1.0, 128" << quint64(128);
+        QTest::newRow("demo") << head + "int16, 1, 0, 0, 64, 1000, 16, 1.0, 1.0, 128"
+                              << quint64(128);
         QTest::newRow("template order") << head + "2048, int16, 1" << quint64(0);
-        QTest::newRow("not a number") << head + "int16, 1, 0, 0, 64, 1, 16, 1, 1, lots" << quint64(0);
+        QTest::newRow("not a number")
+            << head + "int16, 1, 0, 0, 64, 1, 16, 1, 1, lots" << quint64(0);
         QTest::newRow("negative") << head + "int16, 1, 0, 0, 64, 1, 16, 1, 1, -5" << quint64(0);
         QTest::newRow("huge") << head + "int16, 1, 0, 0, 64, 1, 16, 1, 1, 18446744073709551615"
                               << quint64(18446744073709551615ULL);
