@@ -7,6 +7,7 @@
 #include "monitor/core/vrxmonprotocol.h"
 
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -15,12 +16,16 @@
 
 using namespace VrxProto;
 
+// Names the failed invariant, so a crash report says which one.
+#define check(ok)                                                                                  \
+    do {                                                                                           \
+        if (!(ok)) {                                                                               \
+            std::fprintf(stderr, "invariant failed, line %d: %s\n", __LINE__, #ok);                \
+            std::abort();                                                                          \
+        }                                                                                          \
+    } while (false)
+
 namespace {
-void check(bool ok)
-{
-    if (!ok)
-        std::abort();
-}
 
 // Commands found by plain substring search, cut as the matcher's fixed buffer cuts them.
 std::vector<std::string> referenceCommands(const std::string &s)

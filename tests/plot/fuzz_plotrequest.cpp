@@ -13,12 +13,12 @@
 #include <limits>
 
 // Names the failed invariant, so a crash report says which one.
-#define check(ok)                                                                                 \
-    do {                                                                                          \
-        if (!(ok)) {                                                                              \
-            std::fprintf(stderr, "invariant failed, line %d: %s\n", __LINE__, #ok);              \
-            std::abort();                                                                         \
-        }                                                                                         \
+#define check(ok)                                                                                  \
+    do {                                                                                           \
+        if (!(ok)) {                                                                               \
+            std::fprintf(stderr, "invariant failed, line %d: %s\n", __LINE__, #ok);                \
+            std::abort();                                                                          \
+        }                                                                                          \
     } while (false)
 
 namespace {
