@@ -5,7 +5,15 @@
 
 #include <QStringList>
 
+#include <algorithm>
+
 namespace {
+
+bool isHexDigit(QChar c)
+{
+    const ushort u = c.unicode();
+    return (u >= '0' && u <= '9') || (u >= 'a' && u <= 'f') || (u >= 'A' && u <= 'F');
+}
 
 class Fields
 {
@@ -71,11 +79,11 @@ QtViloPlotRequest parsePlotRequest(const QString &text, const QtViloPlotItemDefa
     QString hex = address;
     if (hex.startsWith(QLatin1String("0x"), Qt::CaseInsensitive))
         hex.remove(0, 2);
+    // toULongLong also skips blanks and takes a sign or a second "0x"; an address has none.
+    const bool digitsOnly = !hex.isEmpty() && std::all_of(hex.cbegin(), hex.cend(), isHexDigit);
     bool ok = false;
-    request.baseAddress = hex.isEmpty() ? 0 : hex.toULongLong(&ok, 16);
-    // toULongLong takes a sign and a second "0x"; an address has neither.
-    if (!ok || hex.startsWith(QLatin1Char('-')) || hex.startsWith(QLatin1Char('+')) ||
-        hex.startsWith(QLatin1String("0x"), Qt::CaseInsensitive)) {
+    request.baseAddress = digitsOnly ? hex.toULongLong(&ok, 16) : 0;
+    if (!ok) {
         request.baseAddress = 0;
         request.message = QStringLiteral("The plot request's address is not a number: ") + address;
         return request;

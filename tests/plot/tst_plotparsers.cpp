@@ -397,6 +397,8 @@ private slots:
             {"1,prog,var,0x,int16", "address"},
             {"1,prog,var,-10,int16", "address"},
             {"1,prog,var,0x0x10", "address"},
+            {"1,prog,var,0x 10", "address"},
+            {"1,prog,var,0x\t+10", "address"},
             {"abc,prog,var,0x10", "process id"},
             {",prog,var,0x10", "process id"},
             {"0,prog,var,0x10", "process id"}};

@@ -244,6 +244,15 @@ private slots:
             << UpdaterMacros::expand(QStringLiteral("VRXUpdater eu %dv:1 \"%fp\""),
                                      {"0", "/my fw/VRX14 r2.mcs", "", ""})
             << QStringList({"VRXUpdater", "eu", "0:1", "/my fw/VRX14 r2.mcs"});
+        // Quotes in a file name must not end the group the macro puts the path in.
+        QTest::newRow("quotes in the file name")
+            << UpdaterMacros::expand(QStringLiteral("VRXUpdater -d%dv --file=\"%fp\" -eu"),
+                                     {"0", "/fw/a \"b\" \"\".mcs", "", ""})
+            << QStringList({"VRXUpdater", "-d0", "--file=/fw/a \"b\" \"\".mcs", "-eu"});
+        QTest::newRow("quote first and last in the file name")
+            << UpdaterMacros::expand(QStringLiteral("VRXLicenseUtil \"%1\" %1"),
+                                     {"0", "\"x y\"", "", ""})
+            << QStringList({"VRXLicenseUtil", "\"x y\"", "\"x", "y\""});
         QTest::newRow("licence") << QString("VRXLicenseUtil \"/l/a b.lic\"")
                                  << QStringList({"VRXLicenseUtil", "/l/a b.lic"});
         QTest::newRow("quoted option")

@@ -12,6 +12,13 @@ namespace {
 
 const QString CustomLabel = QStringLiteral("Custom...");
 
+// QProcess::splitCommand reads three double quotes as one quote character, in or out of a
+// quoted group, so a value written this way comes back as one piece of the same word.
+QString escapedQuotes(QString value)
+{
+    return value.replace(QLatin1Char('"'), QStringLiteral("\"\"\""));
+}
+
 QString trimmedEnd(const QString &text)
 {
     int end = text.size();
@@ -94,7 +101,7 @@ QString expand(const QString &command, const MacroValues &values)
         if (command.at(pos) == QLatin1Char('%')) {
             for (const auto &placeholder : placeholders) {
                 if (command.midRef(pos).startsWith(placeholder.first)) {
-                    result += placeholder.second;
+                    result += escapedQuotes(placeholder.second);
                     pos += placeholder.first.size();
                     replaced = true;
                     break;

@@ -42,7 +42,9 @@ QVector<UpdaterMacro> builtIn();
 QString labelFor(const QString &command);
 // Whether the command uses the image description or version placeholders.
 bool needsImageInfo(const QString &command);
-// Replaces "%dv", "%fp", "%descr", "%ver" and "%1" with the values.
+// Replaces "%dv", "%fp", "%descr", "%ver" and "%1" with the values; a double quote in a value
+// is written as three, which toToolCommand reads back as one ("%fp" stays one argument even
+// when the file name holds quotes).
 QString expand(const QString &command, const MacroValues &values);
 // Splits an expanded command line (double quotes group words) and checks its first word
 // names a known tool.
