@@ -14,9 +14,14 @@
 
 #include <dlfcn.h>
 
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <vector>
+
+// TSan's own annotations for memory accesses it should not check.
+extern "C" void AnnotateIgnoreWritesBegin(const char *file, int line);
+extern "C" void AnnotateIgnoreWritesEnd(const char *file, int line);
 
 namespace {
 
@@ -255,8 +260,9 @@ bool _ZN11QMetaObject16invokeMethodImplEP7QObjectPN9QtPrivate15QSlotObjectBaseEN
     static const auto fn = real<bool (*)(void *, void *, int, void *)>(
         "_ZN11QMetaObject16invokeMethodImplEP7QObjectPN9QtPrivate15QSlotObjectBaseEN2Qt14Connecti"
         "onTypeEPv");
+    void *ordered = TsanQt::wrapSlot(slot);
     TsanQt::postingEvent();
-    return fn(object, slot, type, ret);
+    return fn(object, ordered, type, ret);
 }
 
 void _ZN6QTimer14singleShotImplEiN2Qt9TimerTypeEPK7QObjectPN9QtPrivate15QSlotObjectBaseE(
@@ -264,8 +270,9 @@ void _ZN6QTimer14singleShotImplEiN2Qt9TimerTypeEPK7QObjectPN9QtPrivate15QSlotObj
 {
     static const auto fn = real<void (*)(int, int, const void *, void *)>(
         "_ZN6QTimer14singleShotImplEiN2Qt9TimerTypeEPK7QObjectPN9QtPrivate15QSlotObjectBaseE");
+    void *ordered = TsanQt::wrapSlot(slot);
     TsanQt::postingEvent();
-    fn(msec, timerType, receiver, slot);
+    fn(msec, timerType, receiver, ordered);
 }
 
 void _ZN16QCoreApplication9postEventEP7QObjectP6QEventi(void *receiver, void *event, int priority)
@@ -274,6 +281,29 @@ void _ZN16QCoreApplication9postEventEP7QObjectP6QEventi(void *receiver, void *ev
         real<void (*)(void *, void *, int)>("_ZN16QCoreApplication9postEventEP7QObjectP6QEventi");
     TsanQt::postingEvent();
     fn(receiver, event, priority);
+}
+
+// The buffers behind QString, QByteArray, QVector (QArrayData::deallocate) and QList
+// (QListData::dispose). Their reference counts also change in Qt's uninstrumented code, a
+// queued call's copy of an argument for one, so TSan cannot see that the thread freeing a
+// buffer was the last to let go of it, and would call every such free a race with the
+// other thread's earlier use. The free itself is not checked; every other access to the
+// buffer still is.
+void _ZN10QArrayData10deallocateEPS_mm(void *data, std::size_t objectSize, std::size_t alignment)
+{
+    static const auto fn = real<void (*)(void *, std::size_t, std::size_t)>(
+        "_ZN10QArrayData10deallocateEPS_mm");
+    AnnotateIgnoreWritesBegin(__FILE__, __LINE__);
+    fn(data, objectSize, alignment);
+    AnnotateIgnoreWritesEnd(__FILE__, __LINE__);
+}
+
+void _ZN9QListData7disposeEPNS_4DataE(void *data)
+{
+    static const auto fn = real<void (*)(void *)>("_ZN9QListData7disposeEPNS_4DataE");
+    AnnotateIgnoreWritesBegin(__FILE__, __LINE__);
+    fn(data);
+    AnnotateIgnoreWritesEnd(__FILE__, __LINE__);
 }
 
 // QThread::start(Priority), wait(QDeadlineTimer), wait(unsigned long): see tsanqthooks.cpp.

@@ -6,4 +6,5 @@ void postingEvent();
 void deliveringEvent();
 void threadStarting(void *thread);
 void threadWaited(void *thread);
+void *wrapSlot(void *slotObject);
 } // namespace TsanQt

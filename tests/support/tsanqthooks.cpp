@@ -4,6 +4,8 @@
 
 #include <QThread>
 
+#include <sanitizer/tsan_interface.h>
+
 #include <atomic>
 #include <memory>
 #include <mutex>
@@ -53,9 +55,50 @@ std::shared_ptr<ThreadEnd> endOf(const void *thread)
     return it == s_ends.end() ? nullptr : it->second;
 }
 
+// A functor handed to invokeMethod or singleShot is counted by Qt's uninstrumented code and
+// destroyed by whichever thread lets go last, often not the one that ran it. This wrapper
+// orders each run before the destruction.
+class OrderedSlot : public QtPrivate::QSlotObjectBase
+{
+public:
+    explicit OrderedSlot(QtPrivate::QSlotObjectBase *inner)
+        : QSlotObjectBase(&OrderedSlot::impl), m_inner(inner)
+    {
+    }
+
+private:
+    static void impl(int which, QSlotObjectBase *base, QObject *receiver, void **args, bool *ret)
+    {
+        auto *self = static_cast<OrderedSlot *>(base);
+        switch (which) {
+        case Destroy:
+            __tsan_acquire(self);
+            self->m_inner->destroyIfLastRef();
+            delete self;
+            break;
+        case Call:
+            self->m_inner->call(receiver, args);
+            __tsan_release(self);
+            break;
+        case Compare:
+            *ret = self->m_inner->compare(args);
+            break;
+        }
+    }
+
+    QtPrivate::QSlotObjectBase *m_inner;
+};
+
 } // namespace
 
 namespace TsanQt {
+
+void *wrapSlot(void *slotObject)
+{
+    if (!slotObject)
+        return nullptr;
+    return new OrderedSlot(static_cast<QtPrivate::QSlotObjectBase *>(slotObject));
+}
 
 void threadStarting(void *object)
 {
