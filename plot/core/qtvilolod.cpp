@@ -410,6 +410,23 @@ void QtViloLodCurve::publish(const QtViloKeptList &list)
     filling.storeRelease(0);
 }
 
+void QtViloLodCurve::publishFor(const QtViloKeptList &list, const QRectF &rect, bool remember)
+{
+    QWriteLocker locker(&m_listLock);
+    if (remember && m_history.size() < HistoryDepth)
+        m_history.append({rect, list});
+    m_lists[m_current % 2] = list;
+    filling.storeRelease(0);
+    m_reference = rect;
+    m_lastRect = rect;
+}
+
+void QtViloLodCurve::setLastRect(const QRectF &rect)
+{
+    QWriteLocker locker(&m_listLock);
+    m_lastRect = rect;
+}
+
 void QtViloLodCurve::stepBack()
 {
     QWriteLocker locker(&m_listLock);
@@ -450,14 +467,14 @@ bool QtViloLodCurve::reduce(const QRectF &rect, quint64 requestSerial)
         current = m_lists[m_current == 2 ? 1 : m_current];
     }
     if (count > 0 && containsRect(rect, m_bounds) && current.holdsAll(count)) {
-        m_lastRect = rect;
+        setLastRect(rect);
         done.fetchAndStoreOrdered(1);
         return true;
     }
     if (count == 0 || !intersectsRect(rect, m_bounds)) {
         switchList();
         publish(QtViloKeptList());
-        m_lastRect = rect;
+        setLastRect(rect);
         done.fetchAndStoreOrdered(1);
         return true;
     }
@@ -469,12 +486,13 @@ bool QtViloLodCurve::reduce(const QRectF &rect, quint64 requestSerial)
                         rect.width() * rect.height() <=
                             m_reference.width() * m_reference.height();
     if (!zoomIn) {
-        while (!m_history.isEmpty() && !sameRect(m_history.last().rect, rect))
-            m_history.removeLast();
+        {
+            QWriteLocker locker(&m_listLock);
+            while (!m_history.isEmpty() && !sameRect(m_history.last().rect, rect))
+                m_history.removeLast();
+        }
         if (!m_history.isEmpty()) {
-            publish(m_history.last().list); // shared, not copied
-            m_reference = rect;
-            m_lastRect = rect;
+            publishFor(m_history.last().list, rect, false); // shared, not copied
             done.fetchAndStoreOrdered(1);
             return true;
         }
@@ -486,11 +504,7 @@ bool QtViloLodCurve::reduce(const QRectF &rect, quint64 requestSerial)
         done.fetchAndStoreOrdered(1);
         return false;
     }
-    if (m_history.size() < HistoryDepth)
-        m_history.append({rect, list});
-    publish(list);
-    m_reference = rect;
-    m_lastRect = rect;
+    publishFor(list, rect, true);
     done.fetchAndStoreOrdered(1);
     return true;
 }
@@ -514,21 +528,25 @@ quint8 QtViloLodCurve::currentListNumber() const
 
 int QtViloLodCurve::historySize() const
 {
+    QReadLocker locker(&m_listLock);
     return m_history.size();
 }
 
 QVector<QtViloLodCurve::HistoryEntry> QtViloLodCurve::history() const
 {
+    QReadLocker locker(&m_listLock);
     return m_history;
 }
 
 QRectF QtViloLodCurve::lastRect() const
 {
+    QReadLocker locker(&m_listLock);
     return m_lastRect;
 }
 
 QRectF QtViloLodCurve::referenceRect() const
 {
+    QReadLocker locker(&m_listLock);
     return m_reference;
 }
 

@@ -66,6 +66,8 @@ public:
     QtViloKeptList currentList(quint64 *generation) const;
     // The list number: 0 or 1, or 2 after an abort while at 0 (drawn as 1).
     quint8 currentListNumber() const;
+    // What the last reductions left; taken under the list lock, so any thread may ask while a
+    // worker reduces (but not from inside reduce()).
     int historySize() const;
     QVector<HistoryEntry> history() const;
     QRectF lastRect() const;
@@ -103,6 +105,10 @@ private:
     // Under the list lock: to the other list, emptied.
     void switchList();
     void publish(const QtViloKeptList &list);
+    // publish() for the view `rect`, which becomes the reference and last rectangle; with
+    // `remember`, the list also joins the history.
+    void publishFor(const QtViloKeptList &list, const QRectF &rect, bool remember);
+    void setLastRect(const QRectF &rect);
     void stepBack();
 
     QtViloPlotItem *m_item;
@@ -118,7 +124,8 @@ private:
     // Data generation of the lists; ~0 until the first reduction.
     quint64 m_generation = ~quint64(0);
 
-    // Only touched with dataLock() held for writing.
+    // Changed with dataLock() held for writing and under the list lock as well; reduce()
+    // reads them under dataLock(), the accessors under the list lock.
     QVector<HistoryEntry> m_history;
     QRectF m_lastRect;
     QRectF m_reference;

@@ -11,6 +11,8 @@
 #include <QString>
 #include <QVector>
 
+#include <atomic>
+
 class QFile;
 
 // One row of the plot items list: a sample file or a range of a client's memory, its read
@@ -68,7 +70,8 @@ public:
     FileState fileState = FileState::Normal;
 
     // Request serial of the last read asked for; a result with another serial is stale.
-    quint64 serial = 0;
+    // Set by the model on its thread while the reader and DSP workers compare it on theirs.
+    std::atomic<quint64> serial{0};
     // The mapped/stream choice of the cached data; a change drops the cache.
     bool cachedMapped = false;
 

@@ -3,6 +3,10 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+
+#include <memory>
 
 namespace LayoutFile {
 
@@ -20,19 +24,31 @@ QString readErrorText(const QString &path)
 
 Result write(const QString &path, const Contents &contents)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+    // QSaveFile writes a temporary beside the file and renames it over the file on commit(), so
+    // a crash, a full disk or a failed write leaves the previous layout whole. Something that
+    // is not a regular file (a device, a pipe) cannot be replaced that way and is written as is.
+    const QFileInfo target(path);
+    std::unique_ptr<QFileDevice> file;
+    if (target.exists() && !target.isFile())
+        file = std::make_unique<QFile>(path);
+    else
+        file = std::make_unique<QSaveFile>(path);
+    if (!file->open(QIODevice::WriteOnly)) {
         return {Status::OpenFailed, tr("Failed to open %1\n%2")
-                                        .arg(QDir::toNativeSeparators(path), file.errorString())};
+                                        .arg(QDir::toNativeSeparators(path), file->errorString())};
     }
     // The length is one byte: a longer geometry is cut and the file will not load back.
     const char length = char(quint8(contents.geometry.size()));
-    const bool written = file.write(&length, 1) == 1 &&
-                         file.write(contents.geometry) == contents.geometry.size() &&
-                         file.write(contents.state) == contents.state.size() && file.flush();
+    bool written = file->write(&length, 1) == 1 &&
+                   file->write(contents.geometry) == contents.geometry.size() &&
+                   file->write(contents.state) == contents.state.size();
+    if (auto *save = qobject_cast<QSaveFile *>(file.get()))
+        written = written && save->commit(); // without commit() the temporary is dropped
+    else
+        written = written && file->flush();
     if (!written) {
         return {Status::WriteFailed, tr("Error writing to %1\n%2")
-                                         .arg(QDir::toNativeSeparators(path), file.errorString())};
+                                         .arg(QDir::toNativeSeparators(path), file->errorString())};
     }
     return {};
 }

@@ -21,6 +21,7 @@ struct Contents
     QByteArray state;
 };
 
+// Replaces the file as a whole: it holds either its previous contents or the new ones.
 Result write(const QString &path, const Contents &contents);
 // Reads the parts; a file whose length byte promises more than it holds, or whose state
 // part is empty, is a read failure.

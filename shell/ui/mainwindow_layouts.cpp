@@ -25,6 +25,9 @@ constexpr char LastUsedGroup[] = "MainWindowLastUsedLayout";
 constexpr char DefaultGroup[] = "MainWindowDefaultLayout";
 constexpr int StateVersion = 0;
 
+// Qt 5.15 replaces the settings file as a whole (a flushed temporary renamed over it), so a
+// crash while layouts are stored leaves the previous ones; layout files go through
+// LayoutFile::write, which does the same.
 QSettings userSettings()
 {
     return QSettings(Identity::Organization, Identity::Application);

@@ -6,6 +6,7 @@
 #include "monitor/core/vrxmon.h"
 #include "monitor/core/vrxmonhost.h"
 #include "loadgen.h"
+#include "queuedsignalspy.h"
 #include "vrxclient.h"
 
 #include <QSignalSpy>

@@ -46,7 +46,7 @@ private slots:
     void lowPortsAndPipeAreRefused()
     {
         RecordingHost h;
-        QSignalSpy finished(h.host.server(), &VrxMon::finished);
+        QueuedSignalSpy finished(h.host.server(), &VrxMon::finished);
         h.host.start(1, QStringLiteral("127.0.0.1"), 49999, 0x1F, 1, 0xAB);
         QVERIFY(h.waitFor(QStringLiteral("INFO : [Device Mask] = 0xAB\n")));
         QVERIFY(h.messages.size() == 4);
@@ -75,7 +75,7 @@ private slots:
     void handshakeSettingsAndConnectTexts()
     {
         RecordingHost h;
-        QSignalSpy first(h.host.server(), &VrxMon::firstClientConnected);
+        QueuedSignalSpy first(h.host.server(), &VrxMon::firstClientConnected);
         const quint16 port = nextPort();
         QVERIFY(h.startAndListen(port, 0x1F, 0, 0xAB));
 
@@ -228,7 +228,7 @@ private slots:
     void commandsInTheStream()
     {
         RecordingHost h;
-        QSignalSpy finished(h.host.server(), &VrxMon::finished);
+        QueuedSignalSpy finished(h.host.server(), &VrxMon::finished);
         const quint16 port = nextPort();
         QVERIFY(h.startAndListen(port));
         const QString mp = h.host.server()->prompt();
@@ -274,7 +274,7 @@ private slots:
         RecordingHost h;
         const quint16 port = nextPort();
         QVERIFY(h.startAndListen(port));
-        QSignalSpy plot(h.host.server(), &VrxMon::VirtualPlotItemConnected);
+        QueuedSignalSpy plot(h.host.server(), &VrxMon::VirtualPlotItemConnected);
         KitClient a(port);
         QVERIFY(a.handshake(1));
         QVERIFY(h.waitFor(QStringLiteral("CONNECTED!")));
@@ -308,7 +308,7 @@ private slots:
         {
             RecordingHost h;
             QVERIFY(h.startAndListen(port));
-            QSignalSpy plot(h.host.server(), &VrxMon::VirtualPlotItemConnected);
+            QueuedSignalSpy plot(h.host.server(), &VrxMon::VirtualPlotItemConnected);
             KitClient a(port);
             QVERIFY(a.handshake(1));
             QVERIFY(a.send("RunCmd( 1, Rec, 0x10, 64, int16, 1);\n"));

@@ -27,7 +27,7 @@ private slots:
         if (!portFree())
             QSKIP("port 55555 is held by another program on this machine");
         RecordingHost first;
-        QSignalSpy firstFinished(first.host.server(), &VrxMon::finished);
+        QueuedSignalSpy firstFinished(first.host.server(), &VrxMon::finished);
         QVERIFY(first.startAndListen(kPort, 0x3, 0, 0x1));
         const QString firstPrompt = first.host.server()->prompt();
 

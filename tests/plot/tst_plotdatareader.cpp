@@ -1,4 +1,5 @@
 #include "testenv.h"
+#include "queuedsignalspy.h"
 
 #include "plot/core/qtviloplotdatareader.h"
 #include "plot/core/qtviloplotitem.h"
@@ -127,8 +128,8 @@ private:
     Driver m_driver;
     QtViloPlotDataReader *m_reader = nullptr;
     QThread *m_thread = nullptr;
-    std::unique_ptr<QSignalSpy> m_processed;
-    std::unique_ptr<QSignalSpy> m_errors;
+    std::unique_ptr<QueuedSignalSpy> m_processed;
+    std::unique_ptr<QueuedSignalSpy> m_errors;
     QtViloPlotItemDefaults m_defaults;
 
     std::unique_ptr<QtViloPlotItem> fileItem(const char *name, const QByteArray &content,
@@ -229,8 +230,8 @@ private slots:
         connect(&m_driver, &Driver::restartFileReader, m_reader, &QtViloPlotDataReader::enable);
         connect(&m_driver, &Driver::ReplicateToBinFile, m_reader,
                 &QtViloPlotDataReader::onReplicateToBinFile);
-        m_processed = std::make_unique<QSignalSpy>(m_reader, &QtViloPlotDataReader::itemProcessed);
-        m_errors = std::make_unique<QSignalSpy>(m_reader, &QtViloPlotDataReader::DataReadError);
+        m_processed = std::make_unique<QueuedSignalSpy>(m_reader, &QtViloPlotDataReader::itemProcessed);
+        m_errors = std::make_unique<QueuedSignalSpy>(m_reader, &QtViloPlotDataReader::DataReadError);
         QVERIFY(m_processed->isValid());
         QVERIFY(m_errors->isValid());
         // started() -> start() lets requests in.
@@ -469,8 +470,8 @@ private slots:
     {
         const QString tempDir = QDir::homePath() + QStringLiteral("/.local/share/Temp/");
         QDir(tempDir).removeRecursively();
-        QSignalSpy finished(m_reader, &QtViloPlotDataReader::ReplicateToBinFileFinished);
-        QSignalSpy failed(m_reader, &QtViloPlotDataReader::ReplicationError);
+        QueuedSignalSpy finished(m_reader, &QtViloPlotDataReader::ReplicateToBinFileFinished);
+        QueuedSignalSpy failed(m_reader, &QtViloPlotDataReader::ReplicationError);
         const QVector<quint16> samples = samplesOf<quint16>(300);
         auto item = fileItem("source.uint16", bytesOf(samples), "Uint16");
         item->dataOffset = 100;

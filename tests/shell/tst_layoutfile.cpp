@@ -6,6 +6,9 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <csignal>
+#include <sys/resource.h>
+
 class TestLayoutFile : public QObject
 {
     Q_OBJECT
@@ -81,6 +84,40 @@ private slots:
             LayoutFile::write(path("missing/dir/x.layout"), {QByteArray("g"), QByteArray("s")});
         QCOMPARE(writeResult.status, LayoutFile::Status::OpenFailed);
         QVERIFY(writeResult.message.startsWith(QStringLiteral("Failed to open ")));
+    }
+
+    void aFailedWriteLeavesThePreviousLayout()
+    {
+        // A write that stops half-way, here at the process's file size limit (which binds root
+        // too), must leave the previous layout readable and no temporary file beside it.
+        QVERIFY(QDir(m_dir.path()).mkpath(QStringLiteral("atomic")));
+        const QString file = path(QStringLiteral("atomic/kept.layout"));
+        const LayoutFile::Contents before{QByteArray(40, 'g'), QByteArray(200, 's')};
+        QVERIFY(LayoutFile::write(file, before).ok());
+
+        const LayoutFile::Contents after{QByteArray(40, 'n'), QByteArray(20000, 'n')};
+        rlimit limit{};
+        QCOMPARE(getrlimit(RLIMIT_FSIZE, &limit), 0);
+        const rlimit restore = limit;
+        limit.rlim_cur = 4096;
+        const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN); // EFBIG instead of a signal
+        QCOMPARE(setrlimit(RLIMIT_FSIZE, &limit), 0);
+        const LayoutFile::Result failed = LayoutFile::write(file, after);
+        setrlimit(RLIMIT_FSIZE, &restore);
+        std::signal(SIGXFSZ, oldHandler);
+
+        QCOMPARE(failed.status, LayoutFile::Status::WriteFailed);
+        LayoutFile::Contents read;
+        QVERIFY(LayoutFile::read(file, &read).ok());
+        QCOMPARE(read.geometry, before.geometry);
+        QCOMPARE(read.state, before.state);
+        QCOMPARE(QDir(path(QStringLiteral("atomic"))).entryList(QDir::Files | QDir::Hidden),
+                 QStringList{QStringLiteral("kept.layout")});
+
+        // Without the limit the same write replaces the layout whole.
+        QVERIFY(LayoutFile::write(file, after).ok());
+        QVERIFY(LayoutFile::read(file, &read).ok());
+        QCOMPARE(read.state, after.state);
     }
 
     void writeToAFullDeviceReportsTheShortWrite()

@@ -6,8 +6,8 @@
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
+#include <QSaveFile>
 
 ToolRunner::ToolRunner(QObject *parent)
     : QObject(parent), m_process(new QProcess(this)),
@@ -120,10 +120,10 @@ void ToolRunner::onFinished(int exitCode, QProcess::ExitStatus exitStatus)
     emit output(tr("NOTE : Time taken: %1\n").arg(QTimeSpan(m_clock.elapsed()).toString(2)));
     if (exitCode == 0 && !m_deviceListPath.isEmpty()) {
         QDir().mkpath(QFileInfo(m_deviceListPath).absolutePath());
-        QFile file(m_deviceListPath);
-        if (file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
-            file.write(m_collected.toLocal8Bit());
-            file.close();
+        // Replaced whole on commit(): a crash mid-write leaves the previous list.
+        QSaveFile file(m_deviceListPath);
+        if (file.open(QIODevice::WriteOnly) && file.write(m_collected.toLocal8Bit()) >= 0 &&
+            file.commit()) {
             emit deviceListWritten(UpdaterCommands::parseDeviceList(m_collected));
         } else {
             emit output(tr("ERROR: Unable to write device list %1: %2\n")

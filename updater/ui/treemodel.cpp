@@ -500,6 +500,9 @@ void TreeModel::save() const
     settings.setValue(QLatin1String(DatesKey), dates);
     settings.setValue(QLatin1String(UploadsKey), uploads);
     settings.endGroup();
+    // Qt 5.15 writes the settings file through QSaveFile: the new text goes to an unnamed
+    // temporary in the same folder, is flushed to disk, then gets a temporary name and is
+    // renamed over vrxassist.conf. A crash mid-write leaves the previous task list readable.
     settings.sync();
 }
 

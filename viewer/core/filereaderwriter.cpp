@@ -28,11 +28,17 @@ void appendBulk(QVector<qint32> &v, const qint32 *data, size_t n)
     std::memcpy(v.data() + old, data, n * sizeof(qint32));
 }
 
+// The caller holds the occurrence and match locks for writing. Squeezing reallocates, and the
+// panel reads the line vectors meanwhile, so those are squeezed under their own lock.
 void squeezeAll(FileIndex *index)
 {
-    for (QVector<qint32> *v :
-         {&index->lineEnds, &index->crlfCounts, &index->errorOffsets, &index->warningOffsets,
-          &index->errorLines, &index->warningLines, &index->matchOffsets, &index->matchLines})
+    {
+        QWriteLocker lines(&index->lineLock);
+        index->lineEnds.squeeze();
+        index->crlfCounts.squeeze();
+    }
+    for (QVector<qint32> *v : {&index->errorOffsets, &index->warningOffsets, &index->errorLines,
+                               &index->warningLines, &index->matchOffsets, &index->matchLines})
         v->squeeze();
 }
 
