@@ -13,6 +13,7 @@
 #include <QFileInfo>
 #include <QFileSystemWatcher>
 #include <QIcon>
+#include <QPointer>
 #include <QThread>
 
 namespace {
@@ -675,10 +676,21 @@ void QtViloPlotItemsModel::onAsciiReadError(QtViloPlotItem *item, const QString 
     // A failed read still ends its part of the batch, so a waiting client is let go before
     // anyone has to answer the box.
     finishRead(item);
-    if (showBox) {
-        Notify::warning(nullptr, tr("%1 - File read Error!").arg(item->name()),
-                        heading + QLatin1Char('\n') + detail);
+    if (!showBox)
+        return;
+    const QString title = tr("%1 - File read Error!").arg(item->name());
+    const QString text = heading + QLatin1Char('\n') + detail;
+    if (m_errorBoxOpen) {
+        // Each box runs an event loop of its own inside the one before: unanswered, they
+        // would nest without end.
+        qWarning("%s: %s", qPrintable(title), qPrintable(text));
+        return;
     }
+    m_errorBoxOpen = true;
+    const QPointer<QtViloPlotItemsModel> self(this);
+    Notify::warning(nullptr, title, text);
+    if (self)
+        m_errorBoxOpen = false;
 }
 
 void QtViloPlotItemsModel::finishRead(QtViloPlotItem *item)

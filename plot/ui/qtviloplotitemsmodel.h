@@ -154,6 +154,9 @@ private:
     // Read failures of memory items already shown: a client that keeps asking for a broken
     // range gets one box, not one per request.
     QSet<QString> m_shownMemoryErrors;
+    // A read error box is open: errors that come meanwhile (clients that keep going away while
+    // nobody is at the screen) go to the message log instead of stacking boxes.
+    bool m_errorBoxOpen = false;
     QString m_dspPlotRequest = QStringLiteral("None");
     bool m_memoryMapped = false;
     bool m_signalPlotEnabled = true;

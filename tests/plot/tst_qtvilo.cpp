@@ -18,6 +18,7 @@
 #include <QMimeData>
 #include <QProcess>
 #include <QSettings>
+#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QSpinBox>
 #include <QTableView>
@@ -244,6 +245,46 @@ private slots:
         }
         QCOMPARE(panel.model()->rowCount(), 1);
         QCOMPARE(warnings.titles.size(), 2);
+    }
+
+    void aReadErrorWhileItsBoxIsOpenOpensNoSecondBox()
+    {
+        // A box runs its own event loop; a client failing meanwhile must not open a box inside
+        // it, or boxes nobody answers nest without end. Its error goes to the message log.
+        QtVilo panel;
+        const auto request = [](const QString &name) {
+            return QStringLiteral("999999999, /bin/none, %1, 0x1000, int16, 1, 0, 0, 64, 1000, "
+                                  "16, 1.0, 1.0, 128")
+                .arg(name);
+        };
+        int boxes = 0;
+        int open = 0;
+        int deepest = 0;
+        bool firstLetGo = false;
+        bool secondLetGo = false;
+        Notify::setHook([&](Notify::Kind, const QString &, const QString &) {
+            ++boxes;
+            deepest = qMax(deepest, ++open);
+            if (boxes == 1) {
+                // The first client was let go before its box; the second one fails meanwhile.
+                firstLetGo = RemoteMemProcessed.tryAcquire();
+                panel.onVirtualPlotItemConnected(request(QStringLiteral("Second")));
+                secondLetGo = QTest::qWaitFor(
+                    [] { return RemoteMemProcessed.available() >= 1; }, 10000);
+            }
+            --open;
+            return QMessageBox::Ok;
+        });
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("^Second@")));
+        panel.onVirtualPlotItemConnected(request(QStringLiteral("First")));
+        QTRY_VERIFY(boxes > 0 && open == 0);
+        Notify::setHook({});
+        QVERIFY(firstLetGo);
+        QVERIFY(secondLetGo);
+        QVERIFY(RemoteMemProcessed.tryAcquire());
+        QCOMPARE(boxes, 1);
+        QCOMPARE(deepest, 1);
+        QCOMPARE(panel.model()->rowCount(), 2);
     }
 
     void demoProgramMemoryIsPlottedBeforeItGoesOn()
