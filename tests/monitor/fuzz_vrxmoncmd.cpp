@@ -5,6 +5,8 @@
 // Input: one byte n (n % 5 batch-size bytes follow), the batch sizes (1 + byte, taken in
 // turn), then the client's stream.
 #include "monitor/core/vrxmonprotocol.h"
+#include "tests/monitor/fuzzreference.h"
+#include "tests/support/fuzzcheck.h"
 
 #include <cstdint>
 #include <cstdio>
@@ -16,41 +18,7 @@
 
 using namespace VrxProto;
 
-// Names the failed invariant, so a crash report says which one.
-#define check(ok)                                                                                  \
-    do {                                                                                           \
-        if (!(ok)) {                                                                               \
-            std::fprintf(stderr, "invariant failed, line %d: %s\n", __LINE__, #ok);                \
-            std::abort();                                                                          \
-        }                                                                                          \
-    } while (false)
-
 namespace {
-
-// Commands found by plain substring search, cut as the matcher's fixed buffer cuts them.
-std::vector<std::string> referenceCommands(const std::string &s)
-{
-    std::vector<std::string> out;
-    std::size_t pos = 0;
-    for (;;) {
-        const std::size_t open = s.find("RunCmd(", pos);
-        if (open == std::string::npos)
-            break;
-        const std::size_t start = open + 7;
-        const std::size_t close = s.find(");", start);
-        if (close == std::string::npos)
-            break;
-        std::string text = s.substr(start, close - start);
-        if (text.size() + 2 > std::size_t(CmdMatcher::kCmdCapacity))
-            text = (text + ");").substr(0, std::size_t(CmdMatcher::kCmdCapacity));
-        const std::size_t nul = text.find('\0');
-        if (nul != std::string::npos)
-            text.resize(nul);
-        out.push_back(text);
-        pos = close + 2;
-    }
-    return out;
-}
 
 bool sameState(const CmdMatcher &a, const CmdMatcher &b)
 {

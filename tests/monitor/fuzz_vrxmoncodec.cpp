@@ -1,6 +1,8 @@
 // libFuzzer target for the monitor's byte handling: ID record, client timestamps, line
 // splitting and the streaming command matcher, each checked against a plain reference.
 #include "monitor/core/vrxmonprotocol.h"
+#include "tests/monitor/fuzzreference.h"
+#include "tests/support/fuzzcheck.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -9,39 +11,6 @@
 #include <vector>
 
 using namespace VrxProto;
-
-namespace {
-void check(bool ok)
-{
-    if (!ok)
-        std::abort();
-}
-
-// Commands found by plain substring search; the streaming matcher must agree with it.
-std::vector<std::string> referenceCommands(const std::string &s)
-{
-    std::vector<std::string> out;
-    std::size_t pos = 0;
-    for (;;) {
-        const std::size_t open = s.find("RunCmd(", pos);
-        if (open == std::string::npos)
-            break;
-        const std::size_t start = open + 7;
-        const std::size_t close = s.find(");", start);
-        if (close == std::string::npos)
-            break;
-        std::string text = s.substr(start, close - start);
-        if (text.size() + 2 > std::size_t(CmdMatcher::kCmdCapacity))
-            text = (text + ");").substr(0, std::size_t(CmdMatcher::kCmdCapacity));
-        const std::size_t nul = text.find('\0');
-        if (nul != std::string::npos)
-            text.resize(nul);
-        out.push_back(text);
-        pos = close + 2;
-    }
-    return out;
-}
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {

@@ -10,6 +10,7 @@
 //   4  byte offset into the text, modulo its length + 1
 //   5  the known total's distance from the real one, signed
 #include "plot/core/qtviloasciiparser.h"
+#include "tests/support/fuzzcheck.h"
 
 #include <QBuffer>
 
@@ -24,15 +25,6 @@
 #include <vector>
 
 using namespace QtViloAsciiParser;
-
-// Names the failed invariant, so a crash report says which one.
-#define check(ok)                                                                                  \
-    do {                                                                                           \
-        if (!(ok)) {                                                                               \
-            std::fprintf(stderr, "invariant failed, line %d: %s\n", __LINE__, #ok);                \
-            std::abort();                                                                          \
-        }                                                                                          \
-    } while (false)
 
 namespace {
 

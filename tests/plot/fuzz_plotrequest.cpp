@@ -4,6 +4,7 @@
 #include "plot/core/qtviloformats.h"
 #include "plot/core/qtviloplotitem.h"
 #include "plot/core/qtviloplotrequest.h"
+#include "tests/support/fuzzcheck.h"
 
 #include <QStringList>
 
@@ -11,15 +12,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
-
-// Names the failed invariant, so a crash report says which one.
-#define check(ok)                                                                                  \
-    do {                                                                                           \
-        if (!(ok)) {                                                                               \
-            std::fprintf(stderr, "invariant failed, line %d: %s\n", __LINE__, #ok);                \
-            std::abort();                                                                          \
-        }                                                                                          \
-    } while (false)
 
 namespace {
 

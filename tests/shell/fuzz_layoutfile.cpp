@@ -1,6 +1,7 @@
 // libFuzzer target for the layout file reader: any file is refused or split into exactly the
 // parts its length byte announces, and what it accepted writes back to the same bytes.
 #include "shell/core/layoutfile.h"
+#include "tests/support/fuzzcheck.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -9,15 +10,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-
-// Names the failed invariant, so a crash report says which one.
-#define check(ok)                                                                                  \
-    do {                                                                                           \
-        if (!(ok)) {                                                                               \
-            std::fprintf(stderr, "invariant failed, line %d: %s\n", __LINE__, #ok);                \
-            std::abort();                                                                          \
-        }                                                                                          \
-    } while (false)
 
 namespace {
 QString filePath(const char *name)

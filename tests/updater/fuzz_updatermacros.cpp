@@ -4,6 +4,7 @@
 //
 // Input: the firmware file path up to the first line feed, then a macro (also read as a macro
 // list).
+#include "tests/support/fuzzcheck.h"
 #include "updater/core/firmwarename.h"
 #include "updater/core/updatermacros.h"
 
@@ -18,15 +19,6 @@
 // The built-in macro list is a compiled-in resource this target does not link; nothing here
 // reads it.
 void initResources() {}
-
-// Names the failed invariant, so a crash report says which one.
-#define check(ok)                                                                                  \
-    do {                                                                                           \
-        if (!(ok)) {                                                                               \
-            std::fprintf(stderr, "invariant failed, line %d: %s\n", __LINE__, #ok);                \
-            std::abort();                                                                          \
-        }                                                                                          \
-    } while (false)
 
 namespace {
 
