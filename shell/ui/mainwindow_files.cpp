@@ -147,6 +147,8 @@ DockWidget *MainWindow::createDockWidget(const QString &FileName, EditorPanel *E
     auto *watcher = new QFileSystemWatcher(QStringList{FileName}, dock);
     connect(watcher, &QFileSystemWatcher::fileChanged, dock, &DockWidget::setTabModified);
     connect(watcher, &QFileSystemWatcher::fileChanged, panel, &EditorPanel::onWatchedFileChanged);
+    // The panel's own reload reads the file afresh, as re-opening it does.
+    connect(panel, &EditorPanel::FileLoaded, dock, &DockWidget::clearTabModified);
 
     m_viewMenu->addAction(dock->toggleViewAction());
     connect(dock, &QDockWidget::topLevelChanged, panel, &TextPanel::enableShortcuts);

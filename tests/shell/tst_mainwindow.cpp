@@ -278,6 +278,12 @@ private slots:
         file.write("more\n");
         file.close();
         QTRY_VERIFY_WITH_TIMEOUT(dock->windowTitle().endsWith(QStringLiteral(" [*]")), 10000);
+        // The panel's own reload button reads the file afresh.
+        for (QToolButton *button : dock->panel()->findChildren<QToolButton *>()) {
+            if (button->toolTip() == QLatin1String("Reload current file from disk"))
+                QTest::mouseClick(button, Qt::LeftButton);
+        }
+        QCOMPARE(dock->windowTitle(), QStringLiteral("Editor 1: watched.log"));
     }
 
     void closeAllEditorsRemovesTheirDocks()

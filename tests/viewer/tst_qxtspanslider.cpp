@@ -60,45 +60,6 @@ class Tst : public QObject
 {
     Q_OBJECT
 private slots:
-    void spanIsClampedAndOrdered()
-    {
-        QxtSpanSlider slider;
-        slider.setRange(0, 100);
-        QSignalSpy spans(&slider, &QxtSpanSlider::spanChanged);
-        QSignalSpy lowers(&slider, &QxtSpanSlider::lowerValueChanged);
-
-        slider.setSpan(30, 10);
-        QCOMPARE(spans.takeFirst(), (QVariantList{10, 30}));
-        slider.setSpan(-5, 500);
-        QCOMPARE(spans.takeFirst(), (QVariantList{0, 100}));
-        slider.setSpan(0, 100);
-        slider.setUpperValue(60);
-        QCOMPARE(spans.count(), 1);  // the no-op emits nothing
-        QCOMPARE(lowers.count(), 2); // 10 and 0; the upper-only change leaves it out
-        QCOMPARE(slider.upperValue(), 60);
-    }
-
-    void rangeChangeReclampsAndPublishes()
-    {
-        FileIndex index;
-        SpanAnnotations annotations;
-        QxtSpanSlider slider;
-        slider.setAnnotationSource(&index, &annotations);
-        slider.setRange(0, 100);
-        slider.setSpan(20, 80);
-        QCOMPARE(annotations.upper.load(), 80);
-        QSignalSpy spans(&slider, &QxtSpanSlider::spanChanged);
-
-        slider.setMaximum(50);
-        QCOMPARE(spans.takeFirst(), (QVariantList{20, 50}));
-        slider.setMinimum(30);
-        QCOMPARE(spans.takeFirst(), (QVariantList{30, 50}));
-        slider.setRange(0, 1000); // the span still fits
-        QCOMPARE(spans.count(), 0);
-        QCOMPARE(annotations.lower.load(), 30);
-        QCOMPARE(annotations.upper.load(), 50);
-    }
-
     void keysAndWheelMoveTheWholeSpan()
     {
         QxtSpanSlider slider;
@@ -237,18 +198,22 @@ private slots:
         QVERIFY(hasColourNear(image, QColor(30, 144, 255), 308, 2));
         QVERIFY(!hasColourNear(image, Qt::red, 108, 20));
 
+        // Errors on every row hide neither the warnings nor the search matches.
+        for (int i = 0; i <= 1000; ++i) {
+            annotations.errorMarks.insert(i / 1000.0);
+            annotations.warningMarks.insert(i / 1000.0 + 0.0004);
+        }
+        image = slider.grab().toImage();
+        QVERIFY(hasColourNear(image, QColor(255, 140, 0), 208, 2));
+        QVERIFY(hasColourNear(image, QColor(30, 144, 255), 308, 2));
+        annotations.errorMarks = {0.5};
+        annotations.warningMarks = {0.25};
+
         // Without inverted appearance the minimum is at the bottom.
         slider.setInvertedAppearance(false);
         image = slider.grab().toImage();
         QVERIFY(hasColourNear(image, QColor(255, 140, 0), 416 - 108, 2));
         QVERIFY(!hasColourNear(image, QColor(255, 140, 0), 108, 20));
-    }
-
-    void narrowWhenVertical()
-    {
-        const QxtSpanSlider slider(Qt::Vertical);
-        QVERIFY(slider.sizeHint().width() >= 16 && slider.sizeHint().width() <= 20);
-        QVERIFY(slider.minimumSizeHint().width() <= 20);
     }
 };
 

@@ -42,15 +42,15 @@ void squeezeAll(FileIndex *index)
         v->squeeze();
 }
 
-void refillSet(QSet<double> &marks, const QVector<qint32> &lines, qint32 maxLine,
-               double denominator)
+QSet<double> markSet(const QVector<qint32> &lines, qint32 maxLine, double denominator)
 {
-    marks.clear();
+    QSet<double> marks;
     marks.reserve(lines.size());
     for (const qint32 line : lines) {
         if (line <= maxLine)
             marks.insert(line / denominator);
     }
+    return marks;
 }
 
 template <class F>
@@ -77,6 +77,8 @@ struct FileReaderWriter::ChunkState
     qint32 crlf = 0;
     qint32 lastLineEnd = 0; // last element of lineEnds
     qint64 committed = 1;   // size of lineEnds
+    qint64 size = 0;        // of the file, for the progress figure
+    int percent = -1;       // last one sent
 };
 
 FileReaderWriter::FileReaderWriter(FileIndex *index, SpanAnnotations *annotations, QObject *parent)
@@ -88,11 +90,11 @@ void FileReaderWriter::IndexFile(const QString &SearchString, const QString &Fil
                                  const qint64 &ChunkSize, const qint64 &MaxBlockCount)
 {
     m_abort.clear();
-    // Held until the index is complete, so filters and searches wait for a whole index.
+    // Held until the index is complete, so filters and searches wait for a whole index. The
+    // annotation locks are not: the slider paints under them in the GUI thread, so they are
+    // only taken for the moment a refilled set is swapped in.
     QWriteLocker occurrences(&m_index->occurrenceLock);
-    QWriteLocker occurrenceMarks(&m_index->occurrenceAnnotationLock);
     QWriteLocker matches(&m_index->matchLock);
-    QWriteLocker matchMarks(&m_index->matchAnnotationLock);
     QWriteLocker whole(&m_index->wholeFileLock);
     {
         QWriteLocker lines(&m_index->lineLock);
@@ -122,6 +124,7 @@ void FileReaderWriter::IndexFile(const QString &SearchString, const QString &Fil
         return;
     }
     qint64 size = file.size();
+    st.size = size;
     if (size >= MappedFile::SizeLimit) {
         emit FileIndexError(FilePath,
                             tr("\"%1\" is too large to index (%2 bytes): files of 2 GiB or "
@@ -357,20 +360,33 @@ void FileReaderWriter::publishProgress(ChunkState &st, bool force)
         m_nextMarkRefill = m_markTimer.elapsed() + qMax<qint64>(200, 10 * cost.elapsed());
         emit SpanSliderRepaintRequested();
     }
+    if (st.size > 0) {
+        const int percent = int(qMin<qint64>(99, 100 * (qint64(m_index->lineEnds.last()) + 1) / st.size));
+        if (percent != st.percent) {
+            st.percent = percent;
+            emit IndexProgress(st.path, percent);
+        }
+    }
     emit FileIndexed(st.path, qint32(st.committed - 1));
 }
 
 void FileReaderWriter::refillOccurrenceMarks(qint32 lineLimit)
 {
+    // Built outside the annotation lock and swapped in, so a paint never waits for a build.
     const double denominator = qMax(1, m_index->lineEnds.size());
-    refillSet(m_annotations->errorMarks, m_index->errorLines, lineLimit, denominator);
-    refillSet(m_annotations->warningMarks, m_index->warningLines, lineLimit, denominator);
+    QSet<double> errors = markSet(m_index->errorLines, lineLimit, denominator);
+    QSet<double> warnings = markSet(m_index->warningLines, lineLimit, denominator);
+    QWriteLocker marks(&m_index->occurrenceAnnotationLock);
+    m_annotations->errorMarks.swap(errors);
+    m_annotations->warningMarks.swap(warnings);
 }
 
 void FileReaderWriter::refillSearchMarks(qint32 lineLimit)
 {
     const double denominator = qMax(1, m_index->lineEnds.size());
-    refillSet(m_annotations->searchMarks, m_index->matchLines, lineLimit, denominator);
+    QSet<double> found = markSet(m_index->matchLines, lineLimit, denominator);
+    QWriteLocker marks(&m_index->matchAnnotationLock);
+    m_annotations->searchMarks.swap(found);
 }
 
 void FileReaderWriter::finishIndex(const QString &path)
@@ -379,6 +395,7 @@ void FileReaderWriter::finishIndex(const QString &path)
     refillOccurrenceMarks(INT_MAX);
     refillSearchMarks(INT_MAX);
     emit SpanSliderRepaintRequested();
+    emit IndexProgress(path, 100);
     emit FileIndexed(path, m_index->lineEnds.size());
 }
 
@@ -455,12 +472,10 @@ void FileReaderWriter::AppendFile(const QString &FilePath, const QString &text)
     }
     {
         QReadLocker occurrences(&m_index->occurrenceLock);
-        QWriteLocker marks(&m_index->occurrenceAnnotationLock);
         refillOccurrenceMarks(INT_MAX);
     }
     {
         QReadLocker matches(&m_index->matchLock);
-        QWriteLocker marks(&m_index->matchAnnotationLock);
         refillSearchMarks(INT_MAX);
     }
     emit SpanSliderAnnotationsUpdated();

@@ -36,6 +36,9 @@ signals:
     // A file that could not be indexed (or only partly): the index stays seeded or holds
     // what was read, and FileIndexed still follows so the panel leaves "Indexing...".
     void FileIndexError(const QString &FilePath, const QString &Message);
+    // Share of the file indexed so far, sent when the figure changes; 100 comes right before
+    // the last FileIndexed of a pass, so it also tells the pass has ended.
+    void IndexProgress(const QString &FilePath, int Percent);
 
 private:
     struct ChunkState;
@@ -46,7 +49,7 @@ private:
                      bool tailScanned);
     void commitLines(ChunkState &st, size_t termBegin);
     void publishProgress(ChunkState &st, bool force);
-    // Callers hold the annotation locks for writing and the list locks; only entries whose
+    // Callers hold the list locks; the annotation locks are taken inside. Only entries whose
     // line is below lineLimit are shown (later ones belong to lines not yet closed).
     void refillOccurrenceMarks(qint32 lineLimit);
     void refillSearchMarks(qint32 lineLimit);

@@ -203,15 +203,18 @@ bool FileSearcher::scanRange(MappedFile &file, const ByteScan::Needle &needle, q
 void FileSearcher::publish(const QString &text)
 {
     {
-        QReadLocker matches(&m_index->matchLock);
+        // Built before the annotation lock is taken: the slider paints under it.
+        QSet<double> set;
+        {
+            QReadLocker matches(&m_index->matchLock);
+            QReadLocker lines(&m_index->lineLock);
+            const double denominator = qMax(1, m_index->lineEnds.size());
+            set.reserve(m_index->matchLines.size());
+            for (const qint32 line : qAsConst(m_index->matchLines))
+                set.insert(line / denominator);
+        }
         QWriteLocker marks(&m_index->matchAnnotationLock);
-        QReadLocker lines(&m_index->lineLock);
-        const double denominator = qMax(1, m_index->lineEnds.size());
-        QSet<double> &set = m_annotations->searchMarks;
-        set.clear();
-        set.reserve(m_index->matchLines.size());
-        for (const qint32 line : qAsConst(m_index->matchLines))
-            set.insert(line / denominator);
+        m_annotations->searchMarks.swap(set);
         emit SpanSliderRepaintRequested();
     }
     emit SearchProcessed(text, m_matchCount, m_scannedLines);

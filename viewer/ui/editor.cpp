@@ -67,7 +67,8 @@ Editor::Editor(int maxBlockCount, QWidget *parent)
     // During a flood the block count changes on every flush; the margins only move when
     // the number of digits does.
     connect(this, &QPlainTextEdit::blockCountChanged, this, [this](int count) {
-        if (decimalDigits(count) != m_lastDigits)
+        Q_UNUSED(count)
+        if (decimalDigits(largestNumber()) != m_lastDigits)
             updateLineNumberAreaWidth();
     });
     connect(this, &QPlainTextEdit::updateRequest, this,
@@ -79,8 +80,13 @@ int Editor::lineNumberAreaWidth() const
 {
     if (!m_lineNumbersVisible)
         return 0;
-    return decimalDigits(blockCount()) * fontMetrics().horizontalAdvance(QLatin1Char('9'))
+    return decimalDigits(largestNumber()) * fontMetrics().horizontalAdvance(QLatin1Char('9'))
            + LeftPadding + RightPadding;
+}
+
+qint64 Editor::largestNumber() const
+{
+    return m_lineNumberMode == FileLineNumbers ? m_firstLineNumber + blockCount() : blockCount();
 }
 
 qint64 Editor::shownNumber(const QTextBlock &block) const
@@ -114,6 +120,8 @@ void Editor::lineNumberAreaPaintEvent(QPaintEvent *event)
 void Editor::setFirstLineNumber(qint64 line)
 {
     m_firstLineNumber = line;
+    if (decimalDigits(largestNumber()) != m_lastDigits)
+        updateLineNumberAreaWidth();
     m_lineNumberArea->update();
 }
 
@@ -138,6 +146,7 @@ void Editor::setLineNumberMode(Editor::LineNumberMode mode)
     if (mode == m_lineNumberMode)
         return;
     m_lineNumberMode = mode;
+    updateLineNumberAreaWidth();
     m_lineNumberArea->update();
     emit lineNumberModeChanged(mode);
 }
@@ -151,7 +160,7 @@ void Editor::resizeEvent(QResizeEvent *event)
 
 void Editor::updateLineNumberAreaWidth()
 {
-    m_lastDigits = decimalDigits(blockCount());
+    m_lastDigits = decimalDigits(largestNumber());
     const int width = lineNumberAreaWidth();
     if (viewportMargins().left() != width)
         setViewportMargins(width, 0, 0, 0);

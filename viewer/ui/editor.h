@@ -28,7 +28,8 @@ public:
     explicit Editor(int maxBlockCount = ViewerBlockCount, QWidget *parent = nullptr);
     ~Editor() override;
 
-    // Decimal digits of the block count (at least one) times the width of "9", plus 13.
+    // Decimal digits of the largest number shown in the current mode (at least one) times
+    // the width of "9", plus 13.
     int lineNumberAreaWidth() const;
     void lineNumberAreaPaintEvent(QPaintEvent *event);
     bool lineNumbersVisible() const { return m_lineNumbersVisible; }
@@ -41,6 +42,7 @@ public:
     QMenu *lineNumberOptionsMenu() const { return m_lineNumberMenu; }
     // The number the line-number area shows for the block in the current mode.
     qint64 shownNumber(const QTextBlock &block) const;
+    qint64 largestNumber() const;
 
     // The filter results of both kinds, written by the occurrence filter and made current
     // by the panel. Owned by the panel's engine.

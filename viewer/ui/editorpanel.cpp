@@ -9,6 +9,7 @@
 #include "viewer/core/occurrencefilter.h"
 #include "viewer/core/viewerengine.h"
 #include "viewer/ui/editor.h"
+#include "viewer/ui/linewindow.h"
 #include "viewer/ui/qxtspanslider.h"
 
 #include <QAction>
@@ -24,11 +25,13 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QMimeDatabase>
+#include <QRegularExpression>
 #include <QScrollBar>
 #include <QShortcut>
 #include <QSpinBox>
 #include <QTextBlock>
 #include <QTextStream>
+#include <QTimer>
 #include <QToolBar>
 #include <QToolButton>
 
@@ -45,17 +48,6 @@ QToolButton *makeButton(QWidget *parent, const QString &icon, const QString &tip
     button->setToolTip(tip);
     button->setAutoRaise(true);
     return button;
-}
-
-// The editor holds one character where the file holds CR LF, and a lone CR ends a line as
-// LF does; the filters' document positions count the same way.
-QString toDocumentText(QByteArray &bytes)
-{
-    std::replace(bytes.begin(), bytes.end(), '\0', ' ');
-    QString text = QString::fromLocal8Bit(bytes);
-    text.replace(QLatin1String("\r\n"), QLatin1String("\n"));
-    text.replace(QLatin1Char('\r'), QLatin1Char('\n'));
-    return text;
 }
 
 const QStringList &textSuffixes()
@@ -103,9 +95,24 @@ EditorPanel::EditorPanel(QWidget *parent, Mode mode)
             &EditorPanel::onSpanSliderAnnotationsUpdated);
     connect(readerWriter, &FileReaderWriter::FileIndexError, this,
             [this](const QString &path, const QString &message) {
-                if (path == m_filePath)
-                    m_statusLabel->setText(message);
+                if (path != m_filePath)
+                    return;
+                m_indexError = message;
+                m_statusLabel->setText(message);
             });
+    connect(readerWriter, &FileReaderWriter::IndexProgress, this,
+            [this](const QString &path, int percent) {
+                if (path != m_filePath)
+                    return;
+                m_indexing = percent < 100;
+                if (m_indexing && m_indexError.isEmpty())
+                    m_statusLabel->setText(tr("Indexing... %1%").arg(percent));
+            });
+    m_reloadTimer = new QTimer(this);
+    m_reloadTimer->setSingleShot(true);
+    m_reloadTimer->setInterval(LockWaitMs);
+    connect(m_reloadTimer, &QTimer::timeout, this,
+            [this] { loadRange(m_slider->lowerValue(), m_slider->upperValue()); });
     connect(searcher, &FileSearcher::SearchProcessed, this, &EditorPanel::SearchResultReady);
     connect(searcher, &FileSearcher::SearchFinished, this,
             [this](const QString &text, const qint64 &count) {
@@ -267,16 +274,30 @@ bool EditorPanel::openFile(const QString &path)
                             "opened in the editor!"));
         return false;
     }
+    // The same file again keeps the place: the old lines stay shown until the new index
+    // reaches them.
+    const bool again = path == m_filePath && m_fileLoaded && m_mode == Viewer;
     m_previousPath = m_filePath;
     m_filePath = path;
     m_fileLoaded = false;
-    m_loadedUpper = -1;
-    m_loadedLower = 0;
-    m_settingSpan = true;
-    m_slider->setRange(0, 0);
-    m_slider->setSpan(0, 0);
-    m_settingSpan = false;
-    m_textView->clear();
+    m_indexing = true;
+    m_indexError.clear();
+    m_restore = again;
+    if (again) {
+        m_restoreLower = m_slider->lowerValue();
+        m_restoreSpan = m_slider->upperValue() - m_slider->lowerValue();
+        m_restoreRatio = m_scrollRatio;
+    } else {
+        m_loadedUpper = -1;
+        m_loadedLower = 0;
+        m_scrollRatio = 0.0;
+        m_settingSpan = true;
+        m_slider->setRange(0, 0);
+        m_slider->setSpan(0, 0);
+        m_settingSpan = false;
+        m_textView->clear();
+        m_window = LineWindow::Window();
+    }
     m_statusLabel->setText(tr("Indexing..."));
     m_searching = !m_searchText.isEmpty();
     emit NewFileOpened(m_searchText, path, ViewerEngine::ChunkSize,
@@ -296,10 +317,7 @@ void EditorPanel::reloadFile()
 {
     if (m_filePath.isEmpty())
         return;
-    const qint32 lower = m_slider->lowerValue();
     openFile(m_filePath);
-    // Back to where the user was once the index has got that far.
-    m_loadedLower = lower;
 }
 
 void EditorPanel::onOpenFileBtnClicked()
@@ -329,7 +347,15 @@ void EditorPanel::onSaveBtnClicked()
         return;
     }
     QTextStream out(&file);
-    out << m_textView->toPlainText();
+    const bool cut = std::any_of(m_window.lines.cbegin(), m_window.lines.cend(),
+                                 [](const LineWindow::Line &line) { return line.cut(); });
+    if (!cut || m_mode == Live) {
+        out << m_textView->toPlainText();
+        return;
+    }
+    // Lines shown cut are saved whole.
+    for (int block = 0; block < m_window.lines.size(); ++block)
+        out << (block > 0 ? QStringLiteral("\n") : QString()) << fullLineText(block);
 }
 
 void EditorPanel::onClearBtnClicked()
@@ -388,6 +414,8 @@ void EditorPanel::SearchResultReady(const QString SearchString, const qint64 &Ma
     if (SearchString != m_searchText)
         return;
     m_fileMatchCount = MatchCount;
+    if (m_searching) // what has been found so far, while the rest is searched
+        m_counterLabel->setText(QStringLiteral(" --/--/%1 ").arg(MatchCount));
 }
 
 void EditorPanel::findInLoadedText()
@@ -407,11 +435,18 @@ void EditorPanel::findInLoadedText()
 
 void EditorPanel::setNavigation(const QVector<qint32> &positions, int length)
 {
-    m_navPositions = positions;
+    // Only what is shown is walked: a line hidden by the filters holds no stop.
+    QVector<qint32> shown;
+    const QTextDocument *doc = m_textView->document();
+    for (const qint32 at : positions) {
+        if (doc->findBlock(at).isVisible())
+            shown << at;
+    }
+    m_navPositions = shown;
     m_navLength = length;
     m_currentMatch = 0;
-    m_nextAction->setEnabled(!positions.isEmpty());
-    m_prevAction->setEnabled(!positions.isEmpty());
+    m_nextAction->setEnabled(!shown.isEmpty());
+    m_prevAction->setEnabled(!shown.isEmpty());
     updateCounter();
 }
 
@@ -501,28 +536,32 @@ void EditorPanel::onMatchFilterFinished()
 {
     const QVector<qint32> &positions = m_engine->matchBuffers().acceptPending();
     m_textView->setLineFilter(getFilterPattern());
+    const QVector<qint32> shown = toDocumentPositions(positions);
     if (!m_filterButtons[MatchFilter]->isChecked())
         return;
     m_navTotal = m_fileMatchCount;
-    setNavigation(positions, m_searchText.size());
+    setNavigation(shown, m_searchText.size());
 }
 
 void EditorPanel::onCriticalFilterFinished()
 {
     const QVector<qint32> &positions = m_engine->criticalBuffers().acceptPending();
     m_textView->setLineFilter(getFilterPattern());
-    // With only the critical filters on, next and previous walk the error and warning marks;
-    // a result that arrives after they were switched off changes nothing.
-    if (m_filterButtons[MatchFilter]->isChecked() ||
-        (!m_filterButtons[ErrorFilter]->isChecked() &&
-         !m_filterButtons[WarningFilter]->isChecked()))
+    const QVector<qint32> shown = toDocumentPositions(positions);
+    // With only the critical filters on, next and previous walk the error and warning marks
+    // of the kinds shown; a result that arrives after they were switched off changes nothing.
+    const bool errors = m_filterButtons[ErrorFilter]->isChecked();
+    const bool warnings = m_filterButtons[WarningFilter]->isChecked();
+    if (m_filterButtons[MatchFilter]->isChecked() || (!errors && !warnings))
         return;
-    {
-        const FileIndex &index = m_engine->index();
-        QReadLocker lock(&index.occurrenceLock);
-        m_navTotal = index.errorOffsets.size() + index.warningOffsets.size();
+    const FileIndex &index = m_engine->index();
+    // The filter has just read the lists, so the lock is free unless a new pass started.
+    if (index.occurrenceLock.tryLockForRead(LockWaitMs)) {
+        m_navTotal = (errors ? index.errorOffsets.size() : 0) +
+                     (warnings ? index.warningOffsets.size() : 0);
+        index.occurrenceLock.unlock();
     }
-    setNavigation(positions, 6); // "ERROR:" and "WARN :" are both six characters
+    setNavigation(shown, 6); // "ERROR:" and "WARN :" are both six characters
 }
 
 void EditorPanel::onLineNumberBtnToogled(bool checked)
@@ -539,15 +578,31 @@ void EditorPanel::onFileIndexed(const QString &FilePath, const qint32 &LineCount
 {
     if (FilePath != m_filePath)
         return; // an older file's index
-    m_statusLabel->clear();
+    if (!m_indexing && m_indexError.isEmpty())
+        m_statusLabel->clear();
+    if (m_restore) {
+        // Re-opened: wait until the place is indexed, or clamp it once the whole file is.
+        if (m_indexing && LineCount < m_restoreLower + m_restoreSpan)
+            return;
+        m_restore = false;
+        const qint32 span = qMin(m_restoreSpan, LineCount);
+        const qint32 lower = qBound(0, m_restoreLower, LineCount - span);
+        m_scrollRatio = m_restoreRatio;
+        m_fileLoaded = true;
+        m_settingSpan = true;
+        m_slider->setRange(0, LineCount);
+        m_slider->setSpan(lower, lower + span);
+        m_settingSpan = false;
+        updateSliderToolTip();
+        onFileSpanSliderChanged(lower, lower + span);
+        return;
+    }
     const bool first = !m_fileLoaded;
     m_fileLoaded = true;
     m_settingSpan = true;
     m_slider->setRange(0, LineCount);
-    if (first) {
-        const qint32 lower = qBound(0, m_loadedLower, LineCount);
-        m_slider->setSpan(lower, qMin(LineCount, lower + m_textView->maximumBlockCount()));
-    }
+    if (first)
+        m_slider->setSpan(0, qMin(LineCount, m_textView->maximumBlockCount()));
     m_settingSpan = false;
     updateSliderToolTip();
     const int lower = m_slider->lowerValue(), upper = m_slider->upperValue();
@@ -586,6 +641,11 @@ void EditorPanel::followTail(qint32 lines)
 
 void EditorPanel::updateSliderToolTip()
 {
+    // A page is the lines shown, so paging never skips one; arrows and the wheel a tenth.
+    const int shown = qMin(m_slider->upperValue() - m_slider->lowerValue(),
+                           m_textView->maximumBlockCount());
+    m_slider->setPageStep(qMax(1, shown));
+    m_slider->setSingleStep(qMax(1, shown / 10));
     m_slider->setToolTip(QStringLiteral("Offset: %1\nSpan: %2\nMax: %3")
                              .arg(m_slider->lowerValue())
                              .arg(m_slider->upperValue() - m_slider->lowerValue())
@@ -614,55 +674,6 @@ void EditorPanel::onFileSpanSliderChanged(int lower, int upper)
         requestFilters();
 }
 
-void EditorPanel::loadRange(int lower, int upper)
-{
-    if (m_filePath.isEmpty())
-        return;
-    MappedFile file;
-    if (!file.open(m_filePath)) {
-        m_statusLabel->setText(file.errorString());
-        return;
-    }
-    const qint64 size = file.size();
-    const int blocks = m_textView->maximumBlockCount();
-    qint64 start = 0, end = size;
-    {
-        const FileIndex &index = m_engine->index();
-        QReadLocker lock(&index.lineLock);
-        const QVector<qint32> &ends = index.lineEnds;
-        const qint64 known = ends.size();
-        if (lower > 0)
-            start = lower < known ? ends[lower] + 1 : size;
-        const qint64 last = qint64(lower) + qMin(blocks, qMax(0, upper - lower));
-        m_loadedToEnd = last >= known;
-        // The last line's end is left out: with it the editor would hold one block more
-        // than its limit and drop the first line.
-        if (!m_loadedToEnd) {
-            const bool crlf = last > 0 && index.crlfCounts.value(int(last)) !=
-                                              index.crlfCounts.value(int(last) - 1);
-            end = qint64(ends[int(last)]) - (crlf ? 1 : 0);
-        }
-    }
-    start = qBound<qint64>(0, start, size);
-    end = qBound<qint64>(start, end, size);
-    QByteArray bytes(int(end - start), Qt::Uninitialized);
-    if (end > start) {
-        const unsigned char *p = file.map(start, end - start);
-        if (!p || !MappedGuard::run([&] { std::memcpy(bytes.data(), p, size_t(bytes.size())); }))
-            bytes.clear();
-    }
-    m_loadedLower = lower;
-    m_loadedUpper = upper;
-    m_restoringScroll = true;
-    m_textView->setFirstLineNumber(lower);
-    m_textView->setPlainText(toDocumentText(bytes));
-    m_textView->setLineFilter(getFilterPattern());
-    QScrollBar *bar = m_textView->verticalScrollBar();
-    bar->setValue(qRound(m_scrollRatio * bar->maximum()));
-    m_restoringScroll = false;
-    findInLoadedText();
-}
-
 void EditorPanel::onVScrollSliderReleased()
 {
     QScrollBar *bar = m_textView->verticalScrollBar();
@@ -676,9 +687,10 @@ void EditorPanel::onSpanSliderDragged()
 
 void EditorPanel::onSpanUpBtnClicked()
 {
-    // Half a span at a time, so the lines seen last stay in view.
+    // Half the shown lines at a time, so the lines seen last stay in view and none is
+    // skipped when the span is wider than what the editor holds.
     const int span = m_slider->upperValue() - m_slider->lowerValue();
-    const int step = qMax(1, span / 2);
+    const int step = qMax(1, qMin(span, m_textView->maximumBlockCount()) / 2);
     const int lower = qMax(m_slider->minimum(), m_slider->lowerValue() - step);
     m_slider->setSpan(lower, lower + span);
 }
@@ -686,7 +698,7 @@ void EditorPanel::onSpanUpBtnClicked()
 void EditorPanel::onSpanDownBtnClicked()
 {
     const int span = m_slider->upperValue() - m_slider->lowerValue();
-    const int step = qMax(1, span / 2);
+    const int step = qMax(1, qMin(span, m_textView->maximumBlockCount()) / 2);
     const int upper = qMin(m_slider->maximum(), m_slider->upperValue() + step);
     m_slider->setSpan(upper - span, upper);
 }

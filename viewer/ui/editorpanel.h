@@ -1,11 +1,13 @@
 #pragma once
 
+#include "viewer/ui/linewindow.h"
 #include "viewer/ui/textpanel.h"
 
 #include <QStringList>
 #include <QVector>
 
 class QSpinBox;
+class QTimer;
 class QxtSpanSlider;
 class ViewerEngine;
 
@@ -104,6 +106,11 @@ private:
     void findInLoadedText();
     void moveToMatch(int step);
     void followTail(qint32 lines);
+    // The filters' positions in the editor's text; cut lines whose left-out part matches
+    // are shown.
+    QVector<qint32> toDocumentPositions(const QVector<qint32> &positions);
+    // A shown line as it is in the file, also where it is shown cut.
+    QString fullLineText(int block) const;
 
     Mode m_mode;
     ViewerEngine *m_engine;
@@ -126,6 +133,18 @@ private:
     qint32 m_loadedUpper = -1;
     bool m_loadedToEnd = false;
     bool m_settingSpan = false;
+    bool m_indexing = false;
+    QString m_indexError; // why the file could not be (wholly) indexed
+    QTimer *m_reloadTimer;
+    LineWindow::Window m_window;
+    // Re-opening the same file goes back to this place once the index reaches it.
+    bool m_restore = false;
+    qint32 m_restoreLower = 0;
+    qint32 m_restoreSpan = 0;
+    double m_restoreRatio = 0.0;
+
+    // Longest the GUI thread waits for the index's line lock before it tries again later.
+    static constexpr int LockWaitMs = 10;
 
     QVector<qint32> m_navPositions;
     int m_navLength = 0;

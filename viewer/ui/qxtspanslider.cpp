@@ -5,9 +5,11 @@
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
-#include <QReadLocker>
+#include <QTimer>
 #include <QWheelEvent>
 
+#include <algorithm>
+#include <cmath>
 #include <vector>
 
 namespace {
@@ -341,22 +343,24 @@ void QxtSpanSlider::paintMarks(QPainter &painter, const QSet<double> &marks, con
                                int crossStart, int crossLength) const
 {
     const int len = length();
-    if (marks.isEmpty() || len <= 0)
+    if (marks.isEmpty() || len <= 0 || crossLength <= 0)
         return;
-    // One flag per pixel row: thousands of marks collapse into at most one rect per run.
-    std::vector<bool> rows(size_t(len), false);
+    // Marks per pixel row, shaded on a log scale of the densest row: a row with one mark
+    // still shows, and a kind present on every row does not become one flat bar.
+    std::vector<int> rows(size_t(len), 0);
     for (const double fraction : marks)
-        rows[size_t(qBound(0, posOfFraction(fraction), len - 1))] = true;
-    // Each mark is a 2 px line [pos - 1, pos + 1); neighbouring rows merge into one rect.
+        ++rows[size_t(qBound(0, posOfFraction(fraction), len - 1))];
+    const int densest = *std::max_element(rows.cbegin(), rows.cend());
+    const double scale = std::log1p(double(densest));
     for (int row = 0; row < len; ++row) {
-        if (!rows[size_t(row)])
+        const int count = rows[size_t(row)];
+        if (count == 0)
             continue;
-        int end = row;
-        while (end + 1 < len && rows[size_t(end + 1)])
-            ++end;
+        QColor shade = colour;
+        shade.setAlphaF(scale > 0 ? 0.45 + 0.55 * std::log1p(double(count)) / scale : 1.0);
+        // A lone mark is two pixels long, so it stays visible on a tall slider.
         const int start = qMax(0, row - 1);
-        painter.fillRect(widgetRect(start, end + 1 - start, crossStart, crossLength), colour);
-        row = end;
+        painter.fillRect(widgetRect(start, row + 1 - start, crossStart, crossLength), shade);
     }
 }
 
@@ -367,17 +371,30 @@ void QxtSpanSlider::paintEvent(QPaintEvent *)
     if (len <= 0 || thick <= 0)
         return;
 
-    // Shallow copies under the locks: O(1), and writers detach rather than touch ours.
-    QSet<double> searchMarks, errorMarks, warningMarks;
+    // Shallow copies under the locks: O(1), and writers detach rather than touch ours. The
+    // workers hold these locks only to swap a set in; should one be busy all the same, the
+    // last copies are painted and the marks again a frame later.
     if (m_index && m_annotations) {
-        {
-            QReadLocker lock(&m_index->matchAnnotationLock);
-            searchMarks = m_annotations->searchMarks;
+        bool missed = false;
+        if (m_index->matchAnnotationLock.tryLockForRead()) {
+            m_searchMarks = m_annotations->searchMarks;
+            m_index->matchAnnotationLock.unlock();
+        } else {
+            missed = true;
         }
-        QReadLocker lock(&m_index->occurrenceAnnotationLock);
-        errorMarks = m_annotations->errorMarks;
-        warningMarks = m_annotations->warningMarks;
+        if (m_index->occurrenceAnnotationLock.tryLockForRead()) {
+            m_errorMarks = m_annotations->errorMarks;
+            m_warningMarks = m_annotations->warningMarks;
+            m_index->occurrenceAnnotationLock.unlock();
+        } else {
+            missed = true;
+        }
+        if (missed)
+            QTimer::singleShot(16, this, qOverload<>(&QWidget::update));
     }
+    const QSet<double> &searchMarks = m_searchMarks;
+    const QSet<double> &errorMarks = m_errorMarks;
+    const QSet<double> &warningMarks = m_warningMarks;
 
     QPainter painter(this);
     const QPalette::ColorGroup group = !isEnabled()       ? QPalette::Disabled
@@ -402,10 +419,15 @@ void QxtSpanSlider::paintEvent(QPaintEvent *)
                          spanColour);
     }
 
-    // Errors last so they stay visible where sets overlap.
-    paintMarks(painter, searchMarks, SearchMarkColour, margin + 1, grooveThick - 2);
-    paintMarks(painter, warningMarks, WarningMarkColour, margin + 1, grooveThick - 2);
-    paintMarks(painter, errorMarks, ErrorMarkColour, margin + 1, grooveThick - 2);
+    // One lane per kind across the groove, so no kind hides another: errors, warnings and
+    // the search matches, which also cover the whole width when they are the only kind.
+    const int inner = grooveThick - 2;
+    const int lane = qMax(1, inner / 3);
+    const bool alone = errorMarks.isEmpty() && warningMarks.isEmpty();
+    paintMarks(painter, errorMarks, ErrorMarkColour, margin + 1, lane);
+    paintMarks(painter, warningMarks, WarningMarkColour, margin + 1 + lane, lane);
+    paintMarks(painter, searchMarks, SearchMarkColour, alone ? margin + 1 : margin + 1 + 2 * lane,
+               alone ? inner : inner - 2 * lane);
 
     const auto paintHandle = [&](const QRect &rect, bool grabbed) {
         if (rect.isEmpty())

@@ -87,6 +87,8 @@ private:
     int m_upper = 0;
     const FileIndex *m_index = nullptr;
     SpanAnnotations *m_annotations = nullptr;
+    // What was painted last, for a paint that finds a worker swapping a set in.
+    QSet<double> m_searchMarks, m_errorMarks, m_warningMarks;
 
     Grab m_grab = Grab::None;
     int m_pressPos = 0;   // track position of the press
