@@ -1,7 +1,6 @@
 #include "testenv.h"
 
 #include "viewer/ui/editor.h"
-#include "viewer/ui/loghighlighter.h"
 
 #include <QMenu>
 #include <QTextBlock>
@@ -50,35 +49,6 @@ class Tst : public QObject
 {
     Q_OBJECT
 private slots:
-    // --- maximum block count ---
-    void keepsTheNewestLines_data()
-    {
-        QTest::addColumn<int>("limit");
-        QTest::newRow("viewer") << int(Editor::ViewerBlockCount);
-        QTest::newRow("monitor") << int(Editor::MonitorBlockCount);
-    }
-    void keepsTheNewestLines()
-    {
-        QFETCH(int, limit);
-        Editor editor(limit);
-        const int appended = limit + 100;
-        for (int i = 0; i < appended; ++i)
-            editor.appendPlainText(QStringLiteral("line %1").arg(i));
-        QCOMPARE(editor.blockCount(), limit);
-        QCOMPARE(editor.document()->firstBlock().text(), QStringLiteral("line 100"));
-        QCOMPARE(editor.document()->lastBlock().text(), QStringLiteral("line %1").arg(appended - 1));
-    }
-
-    void paintsWithHiddenBlocks()
-    {
-        Editor editor;
-        editor.resize(400, 300);
-        editor.setPlainText(numberedLines(50));
-        editor.document()->findBlockByNumber(1).setVisible(false);
-        editor.document()->markContentsDirty(0, editor.document()->characterCount());
-        QVERIFY(!editor.grab().isNull());
-    }
-
     // --- colouring ---
     void eachRuleHasItsColour_data()
     {
@@ -113,27 +83,14 @@ private slots:
     {
         Editor editor;
         // Two rules on one line keep their own spans.
-        const QString both = QStringLiteral("ERROR: NOTE this");
+        const QString both = QStringLiteral("NOTE ERROR: this");
         QCOMPARE(colourIn(editor, both, QStringLiteral("ERROR:")), named("Red"));
         QCOMPARE(colourIn(editor, both, QStringLiteral("NOTE")), named("Fuchsia"));
-        // Spans come in rule order, not position order, so a later rule would win an overlap.
-        const QVector<LogHighlighter::Span> ordered = LogHighlighter::spans(QStringLiteral("NOTE ERROR:"));
-        QCOMPARE(ordered.size(), 2);
-        QCOMPARE(ordered.at(0).colour, named("Red"));
-        QCOMPARE(ordered.at(0).start, 5);
-        QCOMPARE(ordered.at(1).colour, named("Fuchsia"));
-        QCOMPARE(ordered.at(1).start, 0);
-        // \b keeps CONNECTED out of DISCONNECTED.
-        const QVector<LogHighlighter::Span> disc = LogHighlighter::spans(QStringLiteral("DISCONNECTED"));
-        QCOMPARE(disc.size(), 1);
-        QCOMPARE(disc.first().colour, named("Purple"));
-        // TRACE needs a word character after the colon.
-        QCOMPARE(LogHighlighter::spans(QStringLiteral("TRACE :x")).size(), 1);
-        QVERIFY(LogHighlighter::spans(QStringLiteral("TRACE : x")).isEmpty());
-        QVERIFY(LogHighlighter::spans(QStringLiteral("TRACE :")).isEmpty());
+        // \b keeps CONNECTED out of DISCONNECTED; TRACE needs a word character after the colon.
+        QCOMPARE(colourIn(editor, QStringLiteral("DISCONNECTED"), QStringLiteral("CONN")),
+                 named("Purple"));
         QVERIFY(!colourIn(editor, QStringLiteral("TRACE : x"), QStringLiteral("TRACE")).isValid());
-        // Case matters.
-        QVERIFY(LogHighlighter::spans(QStringLiteral("error: note")).isEmpty());
+        QVERIFY(!colourIn(editor, QStringLiteral("error: note"), QStringLiteral("error")).isValid());
     }
 
     // --- line-number options ---

@@ -141,22 +141,6 @@ private slots:
         QTEST(slider.upperValue(), "upper");
     }
 
-    void grooveClickPagesTowardTheClick()
-    {
-        QxtSpanSlider slider;
-        setUpViewerSlider(slider);
-        slider.setPageStep(10);
-        slider.setSpan(200, 400);
-        QSignalSpy dragged(&slider, &QxtSpanSlider::spanDragged);
-
-        drag(&slider, QPoint(9, 300), QPoint(9, 300)); // below the span: toward the end
-        QCOMPARE(slider.lowerValue(), 210);
-        QCOMPARE(slider.upperValue(), 410);
-        drag(&slider, QPoint(9, 20), QPoint(9, 20));
-        QCOMPARE(slider.lowerValue(), 200);
-        QCOMPARE(dragged.count(), 0);
-    }
-
     void emptyRangeIgnoresInput()
     {
         QxtSpanSlider slider;
