@@ -90,7 +90,8 @@ private slots:
         QCOMPARE(colourIn(editor, QStringLiteral("DISCONNECTED"), QStringLiteral("CONN")),
                  named("Purple"));
         QVERIFY(!colourIn(editor, QStringLiteral("TRACE : x"), QStringLiteral("TRACE")).isValid());
-        QVERIFY(!colourIn(editor, QStringLiteral("error: note"), QStringLiteral("error")).isValid());
+        QVERIFY(
+            !colourIn(editor, QStringLiteral("error: note"), QStringLiteral("error")).isValid());
     }
 
     // --- line-number options ---

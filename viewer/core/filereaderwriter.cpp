@@ -361,7 +361,8 @@ void FileReaderWriter::publishProgress(ChunkState &st, bool force)
         emit SpanSliderRepaintRequested();
     }
     if (st.size > 0) {
-        const int percent = int(qMin<qint64>(99, 100 * (qint64(m_index->lineEnds.last()) + 1) / st.size));
+        const qint64 done = qint64(m_index->lineEnds.last()) + 1;
+        const int percent = int(qMin<qint64>(99, 100 * done / st.size));
         if (percent != st.percent) {
             st.percent = percent;
             emit IndexProgress(st.path, percent);

@@ -80,8 +80,8 @@ int Editor::lineNumberAreaWidth() const
 {
     if (!m_lineNumbersVisible)
         return 0;
-    return decimalDigits(largestNumber()) * fontMetrics().horizontalAdvance(QLatin1Char('9'))
-           + LeftPadding + RightPadding;
+    return decimalDigits(largestNumber()) * fontMetrics().horizontalAdvance(QLatin1Char('9')) +
+           LeftPadding + RightPadding;
 }
 
 qint64 Editor::largestNumber() const

@@ -116,7 +116,7 @@ EditorPanel::EditorPanel(QWidget *parent, Mode mode)
     connect(searcher, &FileSearcher::SearchProcessed, this, &EditorPanel::SearchResultReady);
     connect(searcher, &FileSearcher::SearchFinished, this,
             [this](const QString &text, const qint64 &count) {
-                if (text != m_searchText)
+                if (text != engineSearchText())
                     return; // a newer search is on its way
                 m_searching = false;
                 m_fileMatchCount = count;
@@ -300,7 +300,7 @@ bool EditorPanel::openFile(const QString &path)
     }
     m_statusLabel->setText(tr("Indexing..."));
     m_searching = !m_searchText.isEmpty();
-    emit NewFileOpened(m_searchText, path, ViewerEngine::ChunkSize,
+    emit NewFileOpened(engineSearchText(), path, ViewerEngine::ChunkSize,
                        m_textView->maximumBlockCount());
     RecentFiles::add(path);
     // The main window rebuilds its "Recent Files" menu; found by name so that this library
@@ -353,9 +353,7 @@ void EditorPanel::onSaveBtnClicked()
         out << m_textView->toPlainText();
         return;
     }
-    // Lines shown cut are saved whole.
-    for (int block = 0; block < m_window.lines.size(); ++block)
-        out << (block > 0 ? QStringLiteral("\n") : QString()) << fullLineText(block);
+    writeWindow(out); // lines shown cut are saved whole
 }
 
 void EditorPanel::onClearBtnClicked()
@@ -403,7 +401,7 @@ void EditorPanel::onSearchRequested()
     m_searching = true;
     m_statusLabel->setText(tr("Searching..."));
     m_counterLabel->setText(QStringLiteral(" --/-- "));
-    emit StartFileSearchTask(m_searchText, m_filePath, ViewerEngine::ChunkSize,
+    emit StartFileSearchTask(engineSearchText(), m_filePath, ViewerEngine::ChunkSize,
                              m_textView->maximumBlockCount());
 }
 
@@ -411,11 +409,20 @@ void EditorPanel::SearchResultReady(const QString SearchString, const qint64 &Ma
                                     const qint64 &ScannedLines)
 {
     Q_UNUSED(ScannedLines)
-    if (SearchString != m_searchText)
+    if (SearchString != engineSearchText())
         return;
     m_fileMatchCount = MatchCount;
     if (m_searching) // what has been found so far, while the rest is searched
         m_counterLabel->setText(QStringLiteral(" --/--/%1 ").arg(MatchCount));
+}
+
+QString EditorPanel::engineSearchText() const
+{
+    // The engine matches Latin-1 bytes. A text with characters beyond Latin-1 can only be
+    // in a file as UTF-8, so it is handed over as its UTF-8 bytes.
+    const bool beyond = std::any_of(m_searchText.cbegin(), m_searchText.cend(),
+                                    [](QChar c) { return c.unicode() > 0xff; });
+    return beyond ? QString::fromLatin1(m_searchText.toUtf8()) : m_searchText;
 }
 
 void EditorPanel::findInLoadedText()
@@ -536,7 +543,7 @@ void EditorPanel::onMatchFilterFinished()
 {
     const QVector<qint32> &positions = m_engine->matchBuffers().acceptPending();
     m_textView->setLineFilter(getFilterPattern());
-    const QVector<qint32> shown = toDocumentPositions(positions);
+    const QVector<qint32> shown = toDocumentPositions(positions, true);
     if (!m_filterButtons[MatchFilter]->isChecked())
         return;
     m_navTotal = m_fileMatchCount;
@@ -547,7 +554,7 @@ void EditorPanel::onCriticalFilterFinished()
 {
     const QVector<qint32> &positions = m_engine->criticalBuffers().acceptPending();
     m_textView->setLineFilter(getFilterPattern());
-    const QVector<qint32> shown = toDocumentPositions(positions);
+    const QVector<qint32> shown = toDocumentPositions(positions, false);
     // With only the critical filters on, next and previous walk the error and warning marks
     // of the kinds shown; a result that arrives after they were switched off changes nothing.
     const bool errors = m_filterButtons[ErrorFilter]->isChecked();
@@ -557,8 +564,8 @@ void EditorPanel::onCriticalFilterFinished()
     const FileIndex &index = m_engine->index();
     // The filter has just read the lists, so the lock is free unless a new pass started.
     if (index.occurrenceLock.tryLockForRead(LockWaitMs)) {
-        m_navTotal = (errors ? index.errorOffsets.size() : 0) +
-                     (warnings ? index.warningOffsets.size() : 0);
+        m_navTotal =
+            (errors ? index.errorOffsets.size() : 0) + (warnings ? index.warningOffsets.size() : 0);
         index.occurrenceLock.unlock();
     }
     setNavigation(shown, 6); // "ERROR:" and "WARN :" are both six characters
@@ -610,7 +617,7 @@ void EditorPanel::onFileIndexed(const QString &FilePath, const qint32 &LineCount
     if (first || lower != m_loadedLower || upper != m_loadedUpper || m_loadedToEnd)
         onFileSpanSliderChanged(lower, upper);
     if (m_searching && !m_searchText.isEmpty() && first)
-        emit StartFileSearchTask(m_searchText, m_filePath, ViewerEngine::ChunkSize,
+        emit StartFileSearchTask(engineSearchText(), m_filePath, ViewerEngine::ChunkSize,
                                  m_textView->maximumBlockCount());
 }
 
@@ -642,8 +649,8 @@ void EditorPanel::followTail(qint32 lines)
 void EditorPanel::updateSliderToolTip()
 {
     // A page is the lines shown, so paging never skips one; arrows and the wheel a tenth.
-    const int shown = qMin(m_slider->upperValue() - m_slider->lowerValue(),
-                           m_textView->maximumBlockCount());
+    const int shown =
+        qMin(m_slider->upperValue() - m_slider->lowerValue(), m_textView->maximumBlockCount());
     m_slider->setPageStep(qMax(1, shown));
     m_slider->setSingleStep(qMax(1, shown / 10));
     m_slider->setToolTip(QStringLiteral("Offset: %1\nSpan: %2\nMax: %3")

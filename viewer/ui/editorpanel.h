@@ -7,6 +7,7 @@
 #include <QVector>
 
 class QSpinBox;
+class QTextStream;
 class QTimer;
 class QxtSpanSlider;
 class ViewerEngine;
@@ -104,13 +105,15 @@ private:
     void updateSliderToolTip();
     void setNavigation(const QVector<qint32> &positions, int length);
     void findInLoadedText();
+    // The search text as the engine is given it.
+    QString engineSearchText() const;
     void moveToMatch(int step);
     void followTail(qint32 lines);
-    // The filters' positions in the editor's text; cut lines whose left-out part matches
-    // are shown.
-    QVector<qint32> toDocumentPositions(const QVector<qint32> &positions);
-    // A shown line as it is in the file, also where it is shown cut.
-    QString fullLineText(int block) const;
+    // The filters' positions (of matches, or of errors and warnings) in the editor's text;
+    // lines cut for display are shown when the part left out holds what the filters show.
+    QVector<qint32> toDocumentPositions(const QVector<qint32> &positions, bool matches);
+    // The loaded lines, those shown cut in whole.
+    void writeWindow(QTextStream &out) const;
 
     Mode m_mode;
     ViewerEngine *m_engine;

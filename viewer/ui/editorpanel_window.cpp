@@ -10,10 +10,15 @@
 
 #include <QLabel>
 #include <QReadLocker>
-#include <QRegularExpression>
 #include <QScrollBar>
 #include <QTextBlock>
+#include <QToolButton>
+#include <QTextCodec>
+#include <QTextStream>
 #include <QTimer>
+
+#include <cstring>
+#include <memory>
 
 void EditorPanel::loadRange(int lower, int upper)
 {
@@ -96,42 +101,68 @@ void EditorPanel::loadRange(int lower, int upper)
     findInLoadedText();
 }
 
-QString EditorPanel::fullLineText(int block) const
+void EditorPanel::writeWindow(QTextStream &out) const
 {
-    if (block < 0 || block >= m_window.lines.size() || !m_window.lines[block].cut())
-        return m_textView->document()->findBlockByNumber(block).text();
-    const LineWindow::Line &line = m_window.lines[block];
     MappedFile file;
-    QString text;
-    if (!file.open(m_filePath) || file.size() < line.end)
-        return text;
-    const unsigned char *p = file.map(line.start, line.end - line.start);
-    if (p)
-        MappedGuard::run([&] { text = LineWindow::decode(p, line.end - line.start); });
-    return text;
+    const bool readable = file.open(m_filePath);
+    for (int block = 0; block < m_window.lines.size(); ++block) {
+        if (block > 0)
+            out << '\n';
+        const LineWindow::Line &line = m_window.lines[block];
+        if (!line.cut() || !readable || file.size() < line.end) {
+            out << m_textView->document()->findBlockByNumber(block).text();
+            continue;
+        }
+        // A line shown cut is written whole, a piece at a time: it may be of any length.
+        QTextCodec *codec = QTextCodec::codecForName(line.latin1 ? "ISO-8859-1" : "UTF-8");
+        std::unique_ptr<QTextDecoder> decoder(codec->makeDecoder());
+        constexpr qint64 Piece = qint64(4) << 20;
+        for (qint64 at = line.start; at < line.end; at += Piece) {
+            const qint64 n = qMin(Piece, line.end - at);
+            const unsigned char *p = file.map(at, n);
+            QByteArray bytes(int(n), Qt::Uninitialized);
+            if (!p || !MappedGuard::run([&] { std::memcpy(bytes.data(), p, size_t(n)); }))
+                break;
+            bytes.replace('\0', ' ');
+            out << decoder->toUnicode(bytes);
+        }
+    }
 }
 
-QVector<qint32> EditorPanel::toDocumentPositions(const QVector<qint32> &positions)
+QVector<qint32> EditorPanel::toDocumentPositions(const QVector<qint32> &positions, bool matches)
 {
     if (m_mode == Live || m_window.lines.isEmpty())
         return positions; // a live panel's text is the file's, character for character
     QVector<qint32> out;
     out.reserve(positions.size());
-    const QRegularExpression pattern(getFilterPattern(), QRegularExpression::CaseInsensitiveOption);
+    MappedFile file;
     for (const qint32 at : positions) {
         const int pos = LineWindow::documentPosition(m_window, at);
         if (pos < 0)
             continue;
+        out << pos;
         QTextBlock block = m_textView->document()->findBlock(pos);
         const int number = block.blockNumber();
-        // A line cut for display is filtered by its whole text.
-        if (!block.isVisible() && number < m_window.lines.size() &&
-            m_window.lines[number].cut() && !pattern.pattern().isEmpty() &&
-            pattern.match(fullLineText(number)).hasMatch()) {
+        if (block.isVisible() || number >= m_window.lines.size() || !m_window.lines[number].cut())
+            continue;
+        // The line filter only saw the shown part of a cut line; what the filter found in the
+        // rest decides. Its kind is read from the file: six bytes, whatever the line's length.
+        const LineWindow::Line &line = m_window.lines[number];
+        bool shown = matches && m_filterButtons[MatchFilter]->isChecked();
+        const qint64 offset = line.start + (at - line.bytePos);
+        if (!matches && (file.isOpen() || file.open(m_filePath)) && offset + 6 <= file.size()) {
+            const unsigned char *p = file.map(offset, 6);
+            char marker[6] = {};
+            if (p && MappedGuard::run([&] { std::memcpy(marker, p, 6); })) {
+                const QByteArray kind(marker, 6);
+                shown = (kind == "ERROR:" && m_filterButtons[ErrorFilter]->isChecked()) ||
+                        (kind == "WARN :" && m_filterButtons[WarningFilter]->isChecked());
+            }
+        }
+        if (shown) {
             block.setVisible(true);
             m_textView->document()->markContentsDirty(block.position(), block.length());
         }
-        out << pos;
     }
     return out;
 }

@@ -14,12 +14,12 @@ constexpr int DisplayWidth = 10000; // bytes of a line that are shown
 
 struct Line
 {
-    qint64 start = 0;     // first byte in the file
-    qint64 end = 0;       // one past the last byte before the terminator
-    qint64 bytePos = 0;   // first byte in the filters' coordinates (CR LF counted once)
-    int docPos = 0;       // first character in the editor's text
-    int shownBytes = 0;   // bytes of the line that are shown
-    int shownChars = 0;   // characters they decode to
+    qint64 start = 0;   // first byte in the file
+    qint64 end = 0;     // one past the last byte before the terminator
+    qint64 bytePos = 0; // first byte in the filters' coordinates (CR LF counted once)
+    int docPos = 0;     // first character in the editor's text
+    int shownBytes = 0; // bytes of the line that are shown
+    int shownChars = 0; // characters they decode to
     bool latin1 = false;
     bool cut() const { return shownBytes < end - start; }
 };
