@@ -19,8 +19,6 @@ signals:
     void NewFileOpened(const QString &SearchString, const QString &FilePath,
                        const qint64 &ChunkSize, const qint64 &MaxBlockCount);
     void SelectionsFilterRequest(const QString &FilePath, const QStringList &TypesList);
-    void SpanSliderAnnotationsUpdateRequest();
-    void ClearAnnotationsRequest();
 };
 
 class TestOccurrenceFilter : public QObject
@@ -56,10 +54,6 @@ private:
         connect(&panel, &Panel::NewFileOpened, engine.readerWriter(), &FileReaderWriter::IndexFile);
         connect(&panel, &Panel::SelectionsFilterRequest, engine.filter(),
                 &OccurrenceFilter::onSelectionsFilterRequest);
-        connect(&panel, &Panel::SpanSliderAnnotationsUpdateRequest, engine.filter(),
-                &OccurrenceFilter::onSpanSliderAnnotationsUpdateRequest);
-        connect(&panel, &Panel::ClearAnnotationsRequest, engine.filter(),
-                &OccurrenceFilter::onClearAnnotationsRequest);
         Relay relay(engine.readerWriter());
         QSignalSpy indexed(&relay, &Relay::FileIndexed);
         emit panel.NewFileOpened(QStringLiteral("needle"), m_path, 512000, 1000000);
@@ -92,6 +86,7 @@ private slots:
         QTest::newRow("middle") << 40 << 90 << 4000;
         QTest::newRow("capped by block count") << 40 << 290 << 25;
         QTest::newRow("to the end") << 250 << 400 << 4000;
+        QTest::newRow("nothing in range") << 1 << 2 << 4000;
     }
 
     void filtersTheDisplayedRange()
@@ -120,24 +115,6 @@ private slots:
         QCOMPARE(engine.criticalBuffers().acceptPending(),
                  expected(ref.errorOffsets + ref.warningOffsets, first, end));
         QCOMPARE(engine.matchBuffers().inUse, 1);
-    }
-
-    void rangeWithoutOccurrencesGivesEmptyBuffer()
-    {
-        ViewerEngine engine;
-        Panel panel;
-        connectPanel(engine, panel);
-        // Line 2 holds neither a marker nor the search text.
-        engine.annotations().lower = 1;
-        engine.annotations().upper = 2;
-        Relay relay(engine.readerWriter(), nullptr, engine.filter());
-        QSignalSpy match(&relay, &Relay::MatchFilterFinished);
-        QSignalSpy critical(&relay, &Relay::CriticalFilterFinished);
-        emit panel.SelectionsFilterRequest(m_path, {"critical", "search"});
-        QVERIFY(waitForCount(match, 1));
-        QCOMPARE(critical.count(), 1);
-        QVERIFY(engine.criticalBuffers().acceptPending().isEmpty());
-        QVERIFY(engine.matchBuffers().acceptPending().isEmpty());
     }
 
     void shutdownWhileWaitingForTheEditor()
