@@ -17,6 +17,17 @@ void FileIndex::clearVectors()
     matchLines.clear();
 }
 
+QVector<int> SpanAnnotations::binsOf(const QSet<double> &marks)
+{
+    QVector<int> bins;
+    if (marks.isEmpty())
+        return bins;
+    bins.fill(0, Bins);
+    for (const double fraction : marks)
+        ++bins[qBound(0, int(fraction * Bins), Bins - 1)];
+    return bins;
+}
+
 void FileIndex::setCapture(const QString &phrase, const QString &marker)
 {
     QWriteLocker lock(&wholeFileLock);

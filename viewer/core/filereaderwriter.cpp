@@ -377,17 +377,23 @@ void FileReaderWriter::refillOccurrenceMarks(qint32 lineLimit)
     const double denominator = qMax(1, m_index->lineEnds.size());
     QSet<double> errors = markSet(m_index->errorLines, lineLimit, denominator);
     QSet<double> warnings = markSet(m_index->warningLines, lineLimit, denominator);
+    QVector<int> errorBins = SpanAnnotations::binsOf(errors);
+    QVector<int> warningBins = SpanAnnotations::binsOf(warnings);
     QWriteLocker marks(&m_index->occurrenceAnnotationLock);
     m_annotations->errorMarks.swap(errors);
     m_annotations->warningMarks.swap(warnings);
+    m_annotations->errorBins.swap(errorBins);
+    m_annotations->warningBins.swap(warningBins);
 }
 
 void FileReaderWriter::refillSearchMarks(qint32 lineLimit)
 {
     const double denominator = qMax(1, m_index->lineEnds.size());
     QSet<double> found = markSet(m_index->matchLines, lineLimit, denominator);
+    QVector<int> bins = SpanAnnotations::binsOf(found);
     QWriteLocker marks(&m_index->matchAnnotationLock);
     m_annotations->searchMarks.swap(found);
+    m_annotations->searchBins.swap(bins);
 }
 
 void FileReaderWriter::finishIndex(const QString &path)

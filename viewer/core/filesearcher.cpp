@@ -32,6 +32,7 @@ void FileSearcher::clearMatches()
     m_index->matchOffsets.clear();
     m_index->matchLines.clear();
     m_annotations->searchMarks.clear();
+    m_annotations->searchBins.clear();
     emit SpanSliderRepaintRequested();
 }
 
@@ -205,6 +206,7 @@ void FileSearcher::publish(const QString &text)
     {
         // Built before the annotation lock is taken: the slider paints under it.
         QSet<double> set;
+        QVector<int> bins;
         {
             QReadLocker matches(&m_index->matchLock);
             QReadLocker lines(&m_index->lineLock);
@@ -213,8 +215,10 @@ void FileSearcher::publish(const QString &text)
             for (const qint32 line : qAsConst(m_index->matchLines))
                 set.insert(line / denominator);
         }
+        bins = SpanAnnotations::binsOf(set);
         QWriteLocker marks(&m_index->matchAnnotationLock);
         m_annotations->searchMarks.swap(set);
+        m_annotations->searchBins.swap(bins);
         emit SpanSliderRepaintRequested();
     }
     emit SearchProcessed(text, m_matchCount, m_scannedLines);

@@ -104,6 +104,8 @@ void OccurrenceFilter::onClearAnnotationsRequest()
         QWriteLocker marks(&m_index->occurrenceAnnotationLock);
         m_annotations->errorMarks.clear();
         m_annotations->warningMarks.clear();
+        m_annotations->errorBins.clear();
+        m_annotations->warningBins.clear();
         emit SpanSliderRepaintRequested();
     }
     {
@@ -113,6 +115,7 @@ void OccurrenceFilter::onClearAnnotationsRequest()
         QWriteLocker marks(&m_index->occurrenceAnnotationLock);
         QWriteLocker searchMarks(&m_index->matchAnnotationLock);
         m_annotations->searchMarks.clear();
+        m_annotations->searchBins.clear();
         emit SpanSliderRepaintRequested();
     }
     emit SpanSliderAnnotationsUpdated();

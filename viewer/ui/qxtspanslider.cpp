@@ -339,19 +339,22 @@ void QxtSpanSlider::wheelEvent(QWheelEvent *event)
 
 // --- painting ---------------------------------------------------------------------------
 
-void QxtSpanSlider::paintMarks(QPainter &painter, const QSet<double> &marks, const QColor &colour,
-                               int crossStart, int crossLength) const
+void QxtSpanSlider::paintMarks(QPainter &painter, const QVector<int> &bins,
+                               const QColor &colour, int crossStart, int crossLength) const
 {
     const int len = length();
-    if (marks.isEmpty() || len <= 0 || crossLength <= 0)
+    if (bins.isEmpty() || len <= 0 || crossLength <= 0)
         return;
-    // Marks per pixel row, shaded on a log scale of the densest row: a row with one mark
-    // still shows, and a kind present on every row does not become one flat bar.
     std::vector<int> rows(size_t(len), 0);
-    for (const double fraction : marks)
-        ++rows[size_t(qBound(0, posOfFraction(fraction), len - 1))];
-    const int densest = *std::max_element(rows.cbegin(), rows.cend());
-    const double scale = std::log1p(double(densest));
+    for (int i = 0; i < bins.size(); ++i) {
+        if (bins[i] > 0) {
+            const double fraction = (i + 0.5) / bins.size();
+            rows[size_t(qBound(0, posOfFraction(fraction), len - 1))] += bins[i];
+        }
+    }
+    // Shaded on a log scale of the densest row: a row with one mark still shows, and a kind
+    // present on every row does not become one flat bar.
+    const double scale = std::log1p(double(*std::max_element(rows.cbegin(), rows.cend())));
     for (int row = 0; row < len; ++row) {
         const int count = rows[size_t(row)];
         if (count == 0)
@@ -376,15 +379,19 @@ void QxtSpanSlider::paintEvent(QPaintEvent *)
     // last copies are painted and the marks again a frame later.
     if (m_index && m_annotations) {
         bool missed = false;
+        // Sets filled without bins (only ever small ones) are counted here.
+        const auto binsOf = [](const QVector<int> &bins, const QSet<double> &marks) {
+            return bins.isEmpty() ? SpanAnnotations::binsOf(marks) : bins;
+        };
         if (m_index->matchAnnotationLock.tryLockForRead()) {
-            m_searchMarks = m_annotations->searchMarks;
+            m_searchBins = binsOf(m_annotations->searchBins, m_annotations->searchMarks);
             m_index->matchAnnotationLock.unlock();
         } else {
             missed = true;
         }
         if (m_index->occurrenceAnnotationLock.tryLockForRead()) {
-            m_errorMarks = m_annotations->errorMarks;
-            m_warningMarks = m_annotations->warningMarks;
+            m_errorBins = binsOf(m_annotations->errorBins, m_annotations->errorMarks);
+            m_warningBins = binsOf(m_annotations->warningBins, m_annotations->warningMarks);
             m_index->occurrenceAnnotationLock.unlock();
         } else {
             missed = true;
@@ -392,9 +399,6 @@ void QxtSpanSlider::paintEvent(QPaintEvent *)
         if (missed)
             QTimer::singleShot(16, this, qOverload<>(&QWidget::update));
     }
-    const QSet<double> &searchMarks = m_searchMarks;
-    const QSet<double> &errorMarks = m_errorMarks;
-    const QSet<double> &warningMarks = m_warningMarks;
 
     QPainter painter(this);
     const QPalette::ColorGroup group = !isEnabled()       ? QPalette::Disabled
@@ -423,10 +427,10 @@ void QxtSpanSlider::paintEvent(QPaintEvent *)
     // the search matches, which also cover the whole width when they are the only kind.
     const int inner = grooveThick - 2;
     const int lane = qMax(1, inner / 3);
-    const bool alone = errorMarks.isEmpty() && warningMarks.isEmpty();
-    paintMarks(painter, errorMarks, ErrorMarkColour, margin + 1, lane);
-    paintMarks(painter, warningMarks, WarningMarkColour, margin + 1 + lane, lane);
-    paintMarks(painter, searchMarks, SearchMarkColour, alone ? margin + 1 : margin + 1 + 2 * lane,
+    const bool alone = m_errorBins.isEmpty() && m_warningBins.isEmpty();
+    paintMarks(painter, m_errorBins, ErrorMarkColour, margin + 1, lane);
+    paintMarks(painter, m_warningBins, WarningMarkColour, margin + 1 + lane, lane);
+    paintMarks(painter, m_searchBins, SearchMarkColour, alone ? margin + 1 : margin + 1 + 2 * lane,
                alone ? inner : inner - 2 * lane);
 
     const auto paintHandle = [&](const QRect &rect, bool grabbed) {

@@ -2,6 +2,7 @@
 
 #include <QSet>
 #include <QSlider>
+#include <QVector>
 
 class QPainter;
 struct FileIndex;
@@ -80,7 +81,8 @@ private:
     int visualForward() const;
     // Ends a handle or span drag; signals spanDragged() if the pointer moved.
     void finishDrag();
-    void paintMarks(QPainter &painter, const QSet<double> &marks, const QColor &colour,
+    // Paints one kind's bins (see SpanAnnotations) as marks per pixel row.
+    void paintMarks(QPainter &painter, const QVector<int> &bins, const QColor &colour,
                     int crossStart, int crossLength) const;
 
     int m_lower = 0;
@@ -88,7 +90,7 @@ private:
     const FileIndex *m_index = nullptr;
     SpanAnnotations *m_annotations = nullptr;
     // What was painted last, for a paint that finds a worker swapping a set in.
-    QSet<double> m_searchMarks, m_errorMarks, m_warningMarks;
+    QVector<int> m_searchBins, m_errorBins, m_warningBins;
 
     Grab m_grab = Grab::None;
     int m_pressPos = 0;   // track position of the press
