@@ -1,6 +1,7 @@
 #include "viewer/core/filereaderwriter.h"
 
 #include "viewer/core/mappedfile.h"
+#include "viewer/core/mappedwindow.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -138,6 +139,7 @@ void FileReaderWriter::IndexFile(const QString &SearchString, const QString &Fil
     m_terms.reserve(scratch);
     m_termCrlf.reserve(scratch);
 
+    MappedWindow window(file);
     qint64 offset = 0;
     while (offset < size) {
         if (m_abort.isStopped())
@@ -157,7 +159,7 @@ void FileReaderWriter::IndexFile(const QString &SearchString, const QString &Fil
             if (length <= 0)
                 break;
         }
-        const unsigned char *p = file.map(offset, length);
+        const unsigned char *p = window.map(offset, length, now);
         if (!p) {
             emit FileIndexError(FilePath,
                                 tr("Cannot map \"%1\": %2").arg(FilePath, file.errorString()));
@@ -178,9 +180,9 @@ void FileReaderWriter::IndexFile(const QString &SearchString, const QString &Fil
                                               .arg(offset));
             break;
         }
-        file.unmap();
         offset += length;
     }
+    window.release();
     file.close();
     m_appendBase = offset;
     m_appendCrlf = st.crlf;
