@@ -58,6 +58,7 @@ struct OpenResult
     double firstIndexedMs = -1;  // emitted by the worker, after the open began
     double screenfulMs = -1;     // first paint with text, after the open began
     double lastIndexedMs = -1;   // final FileIndexed received by the window
+    double lastEmittedMs = -1;   // final FileIndexed emitted by the worker
     double stallMs = 0;          // longest gap between timer ticks, minus the interval
 };
 
@@ -72,12 +73,14 @@ OpenResult openInWindow(App &app, MainWindow &window, const QString &path, qint3
     app.paintedAt = -1;
     auto *panel = new EditorPanel;
     app.watched = panel->editor();
-    std::atomic<qint64> firstEmitted{-1};
+    std::atomic<qint64> firstEmitted{-1}, lastEmitted{-1};
     QObject::connect(
         panel->engine()->readerWriter(), &FileReaderWriter::FileIndexed, panel->engine(),
-        [&](const QString &, const qint32 &) {
+        [&](const QString &, const qint32 &count) {
             qint64 expected = -1;
             firstEmitted.compare_exchange_strong(expected, clock.nsecsElapsed());
+            if (count == finalCount)
+                lastEmitted.store(clock.nsecsElapsed());
         },
         Qt::DirectConnection);
     QEventLoop loop;
@@ -115,6 +118,7 @@ OpenResult openInWindow(App &app, MainWindow &window, const QString &path, qint3
     r.firstIndexedMs = firstEmitted.load() / 1e6;
     r.screenfulMs = app.paintedAt / 1e6;
     r.lastIndexedMs = lastReceived / 1e6;
+    r.lastEmittedMs = lastEmitted.load() / 1e6;
     r.stallMs = std::max(0.0, maxGap / 1e6 - 1.0);
     app.watched = nullptr;
     if (dock)
@@ -159,7 +163,7 @@ qint32 writeLongLineLog(const QString &path)
         file.write("INFO : a short line before the long one\n");
     QByteArray words;
     while (words.size() < (1 << 20))
-        words += "ERROR: acquisition record trigger channel WARN : buffer sample stream ";
+        words += "acquisition record trigger channel buffer sample stream device clock ";
     words.truncate(1 << 20);
     for (int i = 0; i < 30; ++i)
         file.write(words);
@@ -220,7 +224,7 @@ int main(int argc, char **argv)
     MainWindow window;
     window.applyStartupLayout();
     window.show();
-    std::vector<double> screenful, stall, last, first;
+    std::vector<double> screenful, stall, last, first, emitted;
     qint64 peak = 0;
     for (int i = 0; i < runs; ++i) {
         resetPeakResident();
@@ -228,12 +232,14 @@ int main(int argc, char **argv)
         peak = std::max(peak, peakResident());
         if (qEnvironmentVariableIsSet("VRX_BENCH_VERBOSE"))
             std::printf("  run %d: first FileIndexed %.1f ms, screenful %.1f ms, last %.1f ms, "
-                        "stall %.1f ms\n",
-                        i, r.firstIndexedMs, r.screenfulMs, r.lastIndexedMs, r.stallMs);
+                        "stall %.1f ms, last emitted %.1f ms\n",
+                        i, r.firstIndexedMs, r.screenfulMs, r.lastIndexedMs, r.stallMs,
+                        r.lastEmittedMs);
         first.push_back(r.firstIndexedMs);
         screenful.push_back(r.screenfulMs < 0 ? 1e9 : r.screenfulMs - r.firstIndexedMs);
         stall.push_back(r.stallMs);
         last.push_back(r.lastIndexedMs < 0 ? 1e9 : r.lastIndexedMs);
+        emitted.push_back(r.lastEmittedMs < 0 ? 1e9 : r.lastEmittedMs);
     }
     const OpenResult lr = openInWindow(app, window, longPath, longFinal);
     const double longScreenful = lr.screenfulMs < 0 ? 1e9 : lr.screenfulMs - lr.firstIndexedMs;
@@ -245,8 +251,9 @@ int main(int argc, char **argv)
     std::printf("window: first screenful       %8.1f ms after the first FileIndexed (target <= 50)\n",
                 mScreenful);
     std::printf("window: longest stall         %8.1f ms while indexing (target < 50)\n", mStall);
-    std::printf("window: last FileIndexed      %8.1f ms, %.2f x the engine (target <= 1.2)\n",
-                mLast, ratio);
+    std::printf("window: last FileIndexed      %8.1f ms, %.2f x the engine (target <= 1.2); "
+                "emitted by the worker at %.1f ms\n",
+                mLast, ratio, median(emitted));
     std::printf("window: peak memory           %8.1f MiB\n", peak / 1048576.0);
     std::printf("long line: first screenful    %8.1f ms after the first FileIndexed\n",
                 longScreenful);
