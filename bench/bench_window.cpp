@@ -4,8 +4,9 @@
 // one 30 MB line is opened, the time to the last FileIndexed and peak memory. The baseline,
 // measured in the same run, is the engine alone indexing the same file (best of three).
 //
-// bench_window [MiB] [runs]: log size (default 1024, or VRX_BENCH_WINDOW_MB) and window
-// opens of it (default 3, the median is printed).
+// bench_window [MiB] [runs] [long MiB]: log size (default 1024, or VRX_BENCH_WINDOW_MB),
+// window opens of it (default 3, the median is printed) and the long line's size (default
+// 30; 0 leaves that part out).
 
 #include "benchutil.h"
 #include "loggen.h"
@@ -152,8 +153,8 @@ double engineIndexMs(const QString &path, qint32 finalCount)
     return best;
 }
 
-// A short log with one line of about 30 MB of words and no line feed in it.
-qint32 writeLongLineLog(const QString &path)
+// A short log with one line of mib MiB of words.
+qint32 writeLongLineLog(const QString &path, int mib)
 {
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
@@ -165,7 +166,7 @@ qint32 writeLongLineLog(const QString &path)
     while (words.size() < (1 << 20))
         words += "acquisition record trigger channel buffer sample stream device clock ";
     words.truncate(1 << 20);
-    for (int i = 0; i < 30; ++i)
+    for (int i = 0; i < mib; ++i)
         file.write(words);
     file.write("\n");
     ++lines;
@@ -197,12 +198,15 @@ int main(int argc, char **argv)
     App app(argc, argv);
     qint64 mib = 1024;
     int runs = 3;
+    int longMib = 30;
     if (argc > 1)
         mib = QByteArray(argv[1]).toLongLong();
     else if (qEnvironmentVariableIsSet("VRX_BENCH_WINDOW_MB"))
         mib = qEnvironmentVariableIntValue("VRX_BENCH_WINDOW_MB");
     if (argc > 2)
         runs = std::max(1, QByteArray(argv[2]).toInt());
+    if (argc > 3)
+        longMib = std::max(0, QByteArray(argv[3]).toInt());
     if (mib <= 0 || mib >= 2048) {
         std::fprintf(stderr, "size must be 1 to 2047 MiB\n");
         return 2;
@@ -215,7 +219,7 @@ int main(int argc, char **argv)
     const QString longPath = dir.filePath(QStringLiteral("longline.log"));
     const Generated g = generate(path, mib << 20);
     const qint32 finalCount = qint32(g.lines + 1);
-    const qint32 longFinal = writeLongLineLog(longPath);
+    const qint32 longFinal = writeLongLineLog(longPath, longMib);
     std::printf("generated %lld bytes, %lld lines; long-line log of %d lines\n", g.bytes,
                 g.lines, longFinal - 1);
 
@@ -241,8 +245,12 @@ int main(int argc, char **argv)
         last.push_back(r.lastIndexedMs < 0 ? 1e9 : r.lastIndexedMs);
         emitted.push_back(r.lastEmittedMs < 0 ? 1e9 : r.lastEmittedMs);
     }
-    const OpenResult lr = openInWindow(app, window, longPath, longFinal);
-    const double longScreenful = lr.screenfulMs < 0 ? 1e9 : lr.screenfulMs - lr.firstIndexedMs;
+    OpenResult lr;
+    if (longMib > 0)
+        lr = openInWindow(app, window, longPath, longFinal);
+    const double longScreenful = longMib == 0         ? 0
+                                 : lr.screenfulMs < 0 ? 1e9
+                                                      : lr.screenfulMs - lr.firstIndexedMs;
 
     const double mScreenful = median(screenful), mStall = median(stall), mLast = median(last);
     const double ratio = mLast / engineMs;
