@@ -2,6 +2,10 @@
 
 #include "viewer/core/mappedfile.h"
 
+#include <cstdint>
+#include <sys/mman.h>
+#include <unistd.h>
+
 // Keeps one large mapping of a file and hands out pointers to ranges inside it, so a pass
 // that walks the file in small chunks maps it only every few tens of MiB: mapping and
 // unmapping each small chunk costs several times the scan itself.
@@ -28,7 +32,9 @@ public:
             if (!m_base)
                 return nullptr;
         }
-        return m_base + (offset - m_start);
+        const unsigned char *p = m_base + (offset - m_start);
+        populate(p, length);
+        return p;
     }
 
     void release()
@@ -39,6 +45,22 @@ public:
     }
 
 private:
+    // Sets up the page tables of the range in one call instead of one fault per few pages,
+    // which measured about an eighth faster on files held in small page-cache folios. Past
+    // the end of a file that shrank the call merely fails; reading there is what faults.
+    static void populate(const unsigned char *p, qint64 length)
+    {
+#ifdef MADV_POPULATE_READ
+        static const uintptr_t page = uintptr_t(::sysconf(_SC_PAGESIZE));
+        const uintptr_t from = uintptr_t(p) & ~(page - 1);
+        ::madvise(reinterpret_cast<void *>(from), size_t(uintptr_t(p) + size_t(length) - from),
+                  MADV_POPULATE_READ);
+#else
+        Q_UNUSED(p)
+        Q_UNUSED(length)
+#endif
+    }
+
     MappedFile &m_file;
     qint64 m_span;
     const unsigned char *m_base = nullptr;
