@@ -81,16 +81,6 @@ private slots:
         }
     }
 
-    void mappedFileReportsOpenErrors()
-    {
-        QTemporaryDir dir;
-        MappedFile file;
-        QVERIFY(!file.open(dir.filePath("missing")));
-        QVERIFY(!file.errorString().isEmpty());
-        QVERIFY(!file.open(dir.path()));
-        QCOMPARE(file.errorString(), QStringLiteral("Not a regular file"));
-    }
-
     void truncatedMappingIsCaught()
     {
         QTemporaryDir dir;

@@ -59,18 +59,28 @@ private slots:
     {
         QTest::addColumn<int>("lower");
         QTest::addColumn<qint64>("chunk");
-        QTest::newRow("from the top") << 0 << qint64(512000);
-        QTest::newRow("from line 600") << 600 << qint64(512000);
-        QTest::newRow("from line 600, small chunks") << 600 << qint64(100);
-        QTest::newRow("beyond the index") << 5000 << qint64(512000);
+        QTest::addColumn<int>("longLine"); // length of one more line, with needles here and there
+        QTest::newRow("from the top") << 0 << qint64(512000) << 0;
+        QTest::newRow("from line 600") << 600 << qint64(512000) << 0;
+        QTest::newRow("from line 600, small chunks") << 600 << qint64(100) << 0;
+        QTest::newRow("beyond the index") << 5000 << qint64(512000) << 0;
+        QTest::newRow("a line of 1.3 MB") << 600 << qint64(512000) << 1300000;
     }
 
     void wrapsAroundTheDisplayedRange()
     {
         QFETCH(int, lower);
         QFETCH(qint64, chunk);
+        QFETCH(int, longLine);
         // Two matches on some lines; a NUL hides what follows it on its line.
         QByteArray data = numberedLines(1000, 7, "Needle and NEEDLE");
+        if (longLine > 0) {
+            // Across the borders of the 512 KiB blocks that candidates are collected in.
+            QByteArray line(longLine, 'x');
+            for (const int at : {0, 524285, 524291, 1048571, longLine - 6})
+                line.replace(at, 6, "neEdle");
+            data += line + '\n';
+        }
         data += "hidden \0 needle\nlast needle";
         data.replace("line 14 ", QByteArray("line 14 \0", 9));
         const QString path = m_dir.filePath("search.log");

@@ -1,6 +1,7 @@
 #include "viewer/core/filereaderwriter.h"
 
 #include "viewer/core/mappedfile.h"
+#include "viewer/core/mappedwindow.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -10,7 +11,9 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdint>
 #include <cstring>
+#include <sys/mman.h>
 
 namespace {
 
@@ -19,13 +22,58 @@ constexpr qint64 MaxChunkSize = qint64(16) << 20;
 constexpr qint64 DefaultChunkSize = 512000;
 constexpr qint64 MaxLineEnds = (qint64(1) << 29) - 1024;
 
-void appendBulk(QVector<qint32> &v, const qint32 *data, size_t n)
+// Every fresh page of a big vector costs a fault, and under virtualisation a fault costs
+// more than filling the page: the line vectors grow in few steps (to an estimate of the
+// final count) on memory that the system may back with huge pages.
+void adviseHugePages(const void *p, size_t bytes)
+{
+#ifdef MADV_HUGEPAGE
+    constexpr uintptr_t huge = uintptr_t(2) << 20;
+    const uintptr_t from = (uintptr_t(p) + huge - 1) & ~(huge - 1);
+    const uintptr_t to = (uintptr_t(p) + bytes) & ~(huge - 1);
+    if (to > from)
+        ::madvise(reinterpret_cast<void *>(from), to - from, MADV_HUGEPAGE);
+#else
+    Q_UNUSED(p)
+    Q_UNUSED(bytes)
+#endif
+}
+
+void reserveAdvised(QVector<qint32> &v, int capacity)
+{
+    v.reserve(capacity);
+    adviseHugePages(v.constData(), size_t(v.capacity()) * sizeof(qint32));
+}
+
+void appendBulk(QVector<qint32> &v, const qint32 *data, size_t n, qint64 expected)
 {
     if (n == 0)
         return;
     const int old = v.size();
-    v.resize(old + int(n)); // grows geometrically, so per-chunk appends stay amortised
+    if (qint64(old) + qint64(n) > v.capacity()) {
+        const qint64 needed = qint64(old) + qint64(n);
+        // The estimate comes from the first chunks, so it may be far off: trust it up to a
+        // bounded factor.
+        const qint64 grown = qMax(needed * 3 / 2, qMin(expected, needed * 8 + (16 << 20)));
+        reserveAdvised(v, int(qMin<qint64>(grown, MaxLineEnds + 1)));
+    }
+    v.resize(old + int(n));
     std::memcpy(v.data() + old, data, n * sizeof(qint32));
+}
+
+// An exact copy replaces the grown vector, so that squeezing later has nothing to do and the
+// copy lands on advised memory too. Only the indexing thread writes the vector, so it is
+// read without the lock; the swap takes it.
+void tighten(QVector<qint32> &v, QReadWriteLock &lock)
+{
+    if (v.capacity() == v.size())
+        return;
+    QVector<qint32> exact;
+    reserveAdvised(exact, v.size());
+    exact.resize(v.size());
+    std::memcpy(exact.data(), v.constData(), size_t(v.size()) * sizeof(qint32));
+    QWriteLocker locker(&lock);
+    v.swap(exact);
 }
 
 // The caller holds the occurrence and match locks for writing. Squeezing reallocates, and the
@@ -79,6 +127,8 @@ struct FileReaderWriter::ChunkState
     qint64 committed = 1;   // size of lineEnds
     qint64 size = 0;        // of the file, for the progress figure
     int percent = -1;       // last one sent
+    qint64 fileSize = 0;
+    qint64 scannedEnd = 0;  // end of the chunk being indexed
 };
 
 FileReaderWriter::FileReaderWriter(FileIndex *index, SpanAnnotations *annotations, QObject *parent)
@@ -141,6 +191,7 @@ void FileReaderWriter::IndexFile(const QString &SearchString, const QString &Fil
     m_terms.reserve(scratch);
     m_termCrlf.reserve(scratch);
 
+    MappedWindow window(file);
     qint64 offset = 0;
     while (offset < size) {
         if (m_abort.isStopped())
@@ -160,12 +211,14 @@ void FileReaderWriter::IndexFile(const QString &SearchString, const QString &Fil
             if (length <= 0)
                 break;
         }
-        const unsigned char *p = file.map(offset, length);
+        const unsigned char *p = window.map(offset, length, now);
         if (!p) {
             emit FileIndexError(FilePath,
                                 tr("Cannot map \"%1\": %2").arg(FilePath, file.errorString()));
             break;
         }
+        st.fileSize = size;
+        st.scannedEnd = offset + length;
         const ChunkResult result = indexChunk(st, p, offset, length);
         if (result == ChunkTruncated) {
             emit FileIndexError(FilePath, tr("\"%1\" changed while it was being indexed; the "
@@ -181,10 +234,12 @@ void FileReaderWriter::IndexFile(const QString &SearchString, const QString &Fil
                                               .arg(offset));
             break;
         }
-        file.unmap();
         offset += length;
     }
+    window.release();
     file.close();
+    tighten(m_index->lineEnds, m_index->lineLock);
+    tighten(m_index->crlfCounts, m_index->lineLock);
     m_appendBase = offset;
     m_appendCrlf = st.crlf;
     finishIndex(FilePath);
@@ -327,6 +382,11 @@ void FileReaderWriter::commitLines(ChunkState &st, size_t termBegin)
 {
     const size_t n = m_terms.size();
     size_t done = termBegin;
+    // Lines so far, scaled to the whole file, with a little room.
+    const qint64 expected =
+        st.scannedEnd > 0 ? qint64((st.committed + qint64(n)) * (double(st.fileSize) /
+                                                                  double(st.scannedEnd)) * 1.05)
+                          : 0;
     while (done < n) {
         size_t take = n - done;
         if (st.progressEvery > 0) {
@@ -336,8 +396,8 @@ void FileReaderWriter::commitLines(ChunkState &st, size_t termBegin)
         {
             // Whole runs of lines per lock: the panel sees them appear in batches.
             QWriteLocker lines(&m_index->lineLock);
-            appendBulk(m_index->lineEnds, m_terms.data() + done, take);
-            appendBulk(m_index->crlfCounts, m_termCrlf.data() + done, take);
+            appendBulk(m_index->lineEnds, m_terms.data() + done, take, expected);
+            appendBulk(m_index->crlfCounts, m_termCrlf.data() + done, take, expected);
         }
         done += take;
         st.committed += qint64(take);

@@ -2,6 +2,7 @@
 
 #include "viewer/core/bytescan.h"
 #include "viewer/core/mappedfile.h"
+#include "viewer/core/mappedwindow.h"
 
 #include <QElapsedTimer>
 #include <QReadLocker>
@@ -17,6 +18,9 @@ constexpr qint64 DefaultChunkSize = 512000;
 constexpr qint64 MaxMappedLine = qint64(64) << 20;
 // Intermediate results are published at most this often (plus at the two required points).
 constexpr qint64 PublishIntervalMs = 100;
+// Candidates are collected for this many start positions at a time, which bounds the
+// scratch list whatever the chunk.
+constexpr size_t CandidateBlock = 512 * 1024;
 
 } // namespace
 
@@ -88,6 +92,7 @@ bool FileSearcher::scanRange(MappedFile &file, const ByteScan::Needle &needle, q
     QElapsedTimer sincePublish;
     sincePublish.start();
     const qint64 len = needle.length();
+    MappedWindow window(file);
     qint64 a = from;
     while (a < to) {
         if (m_abort.isSet())
@@ -115,10 +120,11 @@ bool FileSearcher::scanRange(MappedFile &file, const ByteScan::Needle &needle, q
             if (b == file.size() && (last == first || *(last - 1) < b - 1))
                 ++m_scannedLines;
         }
-        if (file.currentSize() < b)
+        const qint64 now = file.currentSize();
+        if (now < b)
             return true; // the file shrank: search what is left no further
         const qint64 mapStart = needle.hasTerminator() && a > 0 ? a - 1 : a;
-        const unsigned char *p = file.map(mapStart, b - mapStart);
+        const unsigned char *p = window.map(mapStart, b - mapStart, now);
         if (!p)
             return true;
         const size_t n = size_t(b - a);
@@ -132,7 +138,7 @@ bool FileSearcher::scanRange(MappedFile &file, const ByteScan::Needle &needle, q
                 return qint32(std::lower_bound(first, last, qint32(pos)) - ends.cbegin());
             };
             if (!needle.hasTerminator())
-                m_candidates.resize(n);
+                m_candidates.resize(qMin(n, CandidateBlock));
             const int matchesBefore = m_index->matchOffsets.size();
             const qint64 countBefore = m_matchCount;
             const bool read = MappedGuard::run([&] {
@@ -163,23 +169,28 @@ bool FileSearcher::scanRange(MappedFile &file, const ByteScan::Needle &needle, q
                             break;
                     }
                 } else {
-                    const size_t count = needle.collectCandidates(chunk, n, m_candidates.data());
                     size_t nextAllowed = 0;
-                    for (size_t c = 0; c < count; ++c) {
-                        const size_t i = m_candidates[c];
-                        if (i < nextAllowed || !needle.matchesAt(chunk + i))
-                            continue;
-                        const qint64 pos = a + qint64(i);
-                        const qint32 line = lineOf(pos);
-                        const qint64 lineStart = line == 1 ? 0 : ends[line - 1] + 1;
-                        const qint64 s = qMax(lineStart, a);
-                        // Text after a NUL byte is not part of the decoded line.
-                        if (std::memchr(chunk + (s - a), 0, size_t(pos + len - s)))
-                            continue;
-                        m_index->matchOffsets.append(qint32(pos));
-                        m_index->matchLines.append(line);
-                        ++m_matchCount;
-                        nextAllowed = i + size_t(len);
+                    for (size_t block = 0; block + size_t(len) <= n; block += CandidateBlock) {
+                        // Starts in [block, block + CandidateBlock); a match may run past it.
+                        const size_t reach = qMin(n - block, CandidateBlock + size_t(len) - 1);
+                        const size_t count =
+                            needle.collectCandidates(chunk + block, reach, m_candidates.data());
+                        for (size_t c = 0; c < count; ++c) {
+                            const size_t i = block + m_candidates[c];
+                            if (i < nextAllowed || !needle.matchesAt(chunk + i))
+                                continue;
+                            const qint64 pos = a + qint64(i);
+                            const qint32 line = lineOf(pos);
+                            const qint64 lineStart = line == 1 ? 0 : ends[line - 1] + 1;
+                            const qint64 s = qMax(lineStart, a);
+                            // Text after a NUL byte is not part of the decoded line.
+                            if (std::memchr(chunk + (s - a), 0, size_t(pos + len - s)))
+                                continue;
+                            m_index->matchOffsets.append(qint32(pos));
+                            m_index->matchLines.append(line);
+                            ++m_matchCount;
+                            nextAllowed = i + size_t(len);
+                        }
                     }
                 }
             });
@@ -191,7 +202,6 @@ bool FileSearcher::scanRange(MappedFile &file, const ByteScan::Needle &needle, q
                 return true;
             }
         }
-        file.unmap();
         a = b;
         if (a < to && sincePublish.elapsed() >= PublishIntervalMs) {
             publish(needle.text());
