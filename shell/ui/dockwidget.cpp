@@ -184,7 +184,14 @@ void DockWidget::makeEditorDock(const QString &filePath)
 void DockWidget::setBaseTitle(const QString &title)
 {
     m_baseTitle = title;
-    setWindowTitle(m_modified ? title + QStringLiteral(" [*]") : title);
+    // The placeholder is there only while it is used, so the toolkit never warns about it.
+    if (m_modified) {
+        setWindowTitle(title + QStringLiteral(" [*]"));
+        setWindowModified(true);
+    } else {
+        setWindowModified(false);
+        setWindowTitle(title);
+    }
 }
 
 void DockWidget::setTabModified()

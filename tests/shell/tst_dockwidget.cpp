@@ -89,21 +89,6 @@ private slots:
         QCOMPARE(window.tabifiedDockWidgets(second), QList<QDockWidget *>{first});
     }
 
-    void modifiedMarkFollowsThePanel()
-    {
-        QMainWindow window;
-        auto *dock = new DockWidget(new QPlainTextEdit, &window);
-        dock->setBaseTitle(QStringLiteral("Editor 1: a.log"));
-        QCOMPARE(dock->windowTitle(), QStringLiteral("Editor 1: a.log"));
-        dock->setTabModified();
-        QCOMPARE(dock->windowTitle(), QStringLiteral("Editor 1: a.log [*]"));
-        dock->setTabModified();
-        QCOMPARE(dock->windowTitle(), QStringLiteral("Editor 1: a.log [*]"));
-        QCOMPARE(dock->blueTitleBar()->titleText(), dock->windowTitle());
-        dock->clearTabModified();
-        QCOMPARE(dock->windowTitle(), QStringLiteral("Editor 1: a.log"));
-    }
-
     void titleBarColourTellsWhetherTheDockHasFocus()
     {
         QMainWindow window;

@@ -14,10 +14,14 @@
 #include "util/ui/notify.h"
 #include "viewer/ui/editorpanel.h"
 
+#include <QContextMenuEvent>
 #include <QLabel>
+#include "shell/ui/bluetitlebar.h"
 #include <QLineEdit>
 #include <QMenuBar>
+#include <QTabBar>
 #include <QTableView>
+#include <QTimer>
 #include <QToolBar>
 #include <QMimeData>
 #include <QPlainTextEdit>
@@ -265,19 +269,72 @@ private slots:
         QCOMPARE(window->editorDocks().size(), 2);
     }
 
-    void changedFileMarksItsDock()
+    void changedFileMarksItsTabAndKeepsItsMenu()
     {
         auto window = startWindow();
         const QString log = makeFile("watched.log");
         QStringList files{log};
         window->openFiles(files);
         DockWidget *dock = window->editorDockFor(log);
-        QVERIFY(!dock->windowTitle().endsWith(QStringLiteral(" [*]")));
         QFile file(log);
         QVERIFY(file.open(QIODevice::Append));
         file.write("more\n");
         file.close();
-        QTRY_VERIFY_WITH_TIMEOUT(dock->windowTitle().endsWith(QStringLiteral(" [*]")), 10000);
+        QTabBar *bar = nullptr;
+        int tab = -1;
+        const auto findTab = [&] {
+            for (QTabBar *candidate : window->findChildren<QTabBar *>()) {
+                for (int i = 0; i < candidate->count(); ++i) {
+                    if (candidate->tabText(i).startsWith(dock->baseTitle())) {
+                        bar = candidate;
+                        tab = i;
+                    }
+                }
+            }
+            return bar && bar->tabText(tab) == dock->baseTitle() + QStringLiteral(" *");
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(findTab(), 10000);
+        QCOMPARE(dock->blueTitleBar()->titleText(), bar->tabText(tab));
+
+        // A right click on the marked tab opens the dock's menu.
+        QWidget *shown = nullptr;
+        QTimer::singleShot(0, this, [&] {
+            shown = QApplication::activePopupWidget();
+            if (shown)
+                shown->close();
+        });
+        const QPoint at = bar->tabRect(tab).center();
+        QContextMenuEvent click(QContextMenuEvent::Mouse, at, bar->mapToGlobal(at));
+        QApplication::sendEvent(bar, &click);
+        QCOMPARE(shown, static_cast<QWidget *>(dock->contextMenu()));
+    }
+
+    void restoringALayoutKeepsThePlotListPopupUsable()
+    {
+        auto window = startWindow();
+        QToolButton *popup = nullptr;
+        for (QToolButton *button : window->findChildren<QToolButton *>()) {
+            if (button->toolTip().startsWith(QStringLiteral("Show Plot Item List as popup")))
+                popup = button;
+        }
+        QVERIFY(popup);
+        QMenu *restore = nullptr;
+        for (QMenu *menu : window->findChildren<QMenu *>()) {
+            if (menu->title() == QLatin1String("Restore Layout"))
+                restore = menu;
+        }
+        QVERIFY(restore);
+        const auto choose = [restore](const QString &name) {
+            for (QAction *action : restore->actions()) {
+                if (action->text() == name)
+                    action->trigger();
+            }
+        };
+        QVERIFY(popup->isEnabled()); // the list's dock is hidden in the default layout
+        choose(QStringLiteral("Data Plot"));
+        QVERIFY(!popup->isEnabled());
+        choose(QStringLiteral("Default"));
+        QVERIFY(popup->isEnabled());
     }
 
     void closeAllEditorsRemovesTheirDocks()
