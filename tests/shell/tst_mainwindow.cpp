@@ -527,24 +527,40 @@ private slots:
         QVERIFY(!settings.value("MainWindowLastUsedLayout/state").toByteArray().isEmpty());
     }
 
-    void floatingDocksHandTheirPanelsTheirOwnKeys()
+    void ctrlETogglesTheErrorFilterDockedAndFloating_data()
     {
+        QTest::addColumn<bool>("floating");
+        QTest::newRow("docked") << false;
+        QTest::newRow("floating") << true;
+    }
+
+    void ctrlETogglesTheErrorFilterDockedAndFloating()
+    {
+        QFETCH(bool, floating);
         auto window = startWindow();
-        MonitorPanel *monitor = window->monitorPanel();
-        DockWidget *dock = nullptr;
-        for (DockWidget *candidate : window->fixedDocks()) {
-            if (candidate->panel() == monitor)
-                dock = candidate;
-        }
-        QVERIFY(dock);
-        QVERIFY(!monitor->shortcutsEnabled());
-        dock->FloatingToggle();
-        QVERIFY(monitor->shortcutsEnabled());
-        dock->FloatingToggle();
-        QVERIFY(!monitor->shortcutsEnabled());
+        const QString log = makeFile("keys.log", "ERROR: one\n");
+        QStringList files{log};
+        window->openFiles(files);
+        DockWidget *dock = window->editorDockFor(log);
+        auto *panel = qobject_cast<EditorPanel *>(dock->panel());
+        if (floating)
+            dock->FloatingToggle();
+        QCOMPARE(dock->isFloating(), floating);
+        QWidget *top = floating ? static_cast<QWidget *>(dock) : window.get();
+        QApplication::setActiveWindow(top);
+        QVERIFY(QTest::qWaitForWindowActive(top));
+        panel->textView()->setFocus();
+        QTRY_COMPARE(QApplication::focusWidget(), static_cast<QWidget *>(panel->textView()));
+        QAbstractButton *errors = panel->toggleButton(TextPanel::ErrorFilter);
+        const bool before = errors->isChecked();
+        QTest::keyClick(panel->textView(), Qt::Key_E, Qt::ControlModifier);
+        QCOMPARE(errors->isChecked(), !before);
+        QTest::keyClick(panel->textView(), Qt::Key_E, Qt::ControlModifier);
+        QCOMPARE(errors->isChecked(), before);
         // Every float or dock also stores the layout as the last used one.
         QSettings settings(QStringLiteral("OKAV"), QStringLiteral("vrxassist"));
-        QVERIFY(!settings.value("MainWindowLastUsedLayout/state").toByteArray().isEmpty());
+        QCOMPARE(settings.value("MainWindowLastUsedLayout/state").toByteArray().isEmpty(),
+                 !floating);
     }
 
     void showAllShowsEveryFixedDock()
