@@ -16,6 +16,7 @@
 #include <QLineEdit>
 #include <QSpinBox>
 #include <QTemporaryDir>
+#include <QTimer>
 #include <QtTest>
 
 #include <memory>
@@ -181,14 +182,42 @@ private slots:
         QVERIFY(list.readAll().contains("Device 1: VRX7"));
     }
 
-    void riskyCommandsAskFirst()
+    void enterOnARiskyBoxNeverGoesAhead_data()
     {
+        QTest::addColumn<bool>("toolAsks");
+        QTest::newRow("erase button") << false;
+        QTest::newRow("tool's own question") << true;
+    }
+
+    void enterOnARiskyBoxNeverGoesAhead()
+    {
+        QFETCH(bool, toolAsks);
         auto panel = makePanel();
-        m_answer = QMessageBox::No;
-        panel->onConfirmCandidateBtnClicked();
-        QVERIFY(!panel->runner()->isRunning());
-        QVERIFY(recordedRuns(m_log).isEmpty());
-        QCOMPARE(m_boxes.size(), 1);
+        // The real box this time, answered with a stray Enter.
+        Notify::setHook({});
+        QStringList boxes;
+        QTimer enter;
+        connect(&enter, &QTimer::timeout, this, [&] {
+            if (auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget())) {
+                boxes << box->windowTitle();
+                QTest::keyClick(box, Qt::Key_Return);
+            }
+        });
+        enter.start(10);
+        if (toolAsks) {
+            panel->taskModel()->insertTask(0, task("v5.mcs", "VRXUpdater eu %dv:1 \"%fp\""));
+            QVERIFY(panel->runToolForTask(0));
+            QVERIFY(waitForRun(*panel));
+            QTRY_VERIFY(consoleText(*panel).contains("Aborted by user."));
+            QVERIFY(consoleText(*panel).contains("Answer: n"));
+        } else {
+            panel->onEraseBtnClicked();
+            QVERIFY(!panel->runner()->isRunning());
+            QVERIFY(recordedRuns(m_log).isEmpty());
+        }
+        enter.stop();
+        initTestCase(); // the answering hook again
+        QCOMPARE(boxes, QStringList{"Risky Firmware Operation"});
     }
 
     void questionAnswerReachesTheTool_data()

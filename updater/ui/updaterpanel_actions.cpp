@@ -51,7 +51,7 @@ bool UpdaterPanel::runDeviceCommand(Action action)
                             "image\nfrom the on-board flash and may render the device "
                             "un-operational\nuntill a new firmware has been uploaded!\n\nAre "
                             "you sure you want to continue?"),
-                         QMessageBox::Yes | QMessageBox::No) != QMessageBox::Yes)
+                         QMessageBox::Yes | QMessageBox::No, QMessageBox::No) != QMessageBox::Yes)
         return false;
     return startTool(QLatin1String(ToolLocator::UpdaterName),
                      UpdaterCommands::arguments(action, commandOptions()), -1,
@@ -311,8 +311,10 @@ void UpdaterPanel::onToolOutput(const QString &text)
 
 void UpdaterPanel::ConfirmRiskyOperation(const QString &message)
 {
-    const QMessageBox::StandardButton answer = Notify::question(
-        this, tr("Risky Firmware Operation"), message, QMessageBox::Yes | QMessageBox::No);
+    // A stray Enter must never let an erase go ahead.
+    const QMessageBox::StandardButton answer =
+        Notify::question(this, tr("Risky Firmware Operation"), message,
+                         QMessageBox::Yes | QMessageBox::No, QMessageBox::No);
     m_runner->answer(answer == QMessageBox::Yes);
 }
 
