@@ -404,6 +404,7 @@ private slots:
         const QPoint onList = taskList->mapTo(window.get(), taskList->rect().center());
         window->redirectDrop(&data, onList);
         QCOMPARE(window->updaterPanel()->taskModel()->filePaths(), QStringList{firmware});
+        QCOMPARE(window->updaterPanel()->taskModel()->recentFirmwarePaths(), QStringList{firmware});
         // What the list cannot use comes back through the main window's dispatch.
         QCOMPARE(window->plotList()->model()->rowCount(), 1);
 
@@ -412,6 +413,52 @@ private slots:
         elsewhere.setUrls({QUrl::fromLocalFile(log)});
         window->redirectDrop(&elsewhere, QPoint(2, 2));
         QVERIFY(window->editorDockFor(log));
+    }
+
+    void dragsBetweenTaskAndPlotListsCarryPaths()
+    {
+        auto window = startWindow();
+        window->arrangeLayout(QStringLiteral("Advanced")); // both lists in view
+        QApplication::processEvents();
+        TreeModel *tasks = window->updaterPanel()->taskModel();
+        QtViloPlotItemsModel *plots = window->plotList()->model();
+        const QString first = makeFile("first.mcs"), second = makeFile("second.mcs");
+        tasks->AppendRows({first, second});
+        plots->AppendRows({makeFile("samples.bin", QByteArray(64, 1))}, false);
+        const auto dropOn = [](QAbstractItemView *view, QMimeData *data) {
+            const QPoint at = view->viewport()->rect().center();
+            QDropEvent drop(at, Qt::CopyAction | Qt::MoveAction, data, Qt::LeftButton,
+                            Qt::NoModifier);
+            // As the window system hands it over: entered, moved over, dropped.
+            QDragEnterEvent enter(at, drop.possibleActions(), data, Qt::LeftButton, Qt::NoModifier);
+            QApplication::sendEvent(view->viewport(), &enter);
+            QDragMoveEvent move(at, drop.possibleActions(), data, Qt::LeftButton, Qt::NoModifier);
+            QApplication::sendEvent(view->viewport(), &move);
+            drop.setDropAction(move.dropAction());
+            drop.setAccepted(false);
+            QApplication::sendEvent(view->viewport(), &drop);
+            return drop.isAccepted() ? drop.dropAction() : Qt::IgnoreAction;
+        };
+
+        // A task dragged into the plot list arrives as its file.
+        TaskTreeView *taskList = window->updaterPanel()->taskList();
+        taskList->setCurrentIndex(tasks->index(1, TreeModel::FilePath));
+        std::unique_ptr<QMimeData> task(
+            tasks->mimeData(taskList->selectionModel()->selectedIndexes()));
+        dropOn(window->plotList()->itemsView(), task.get());
+        QCOMPARE(plots->rowCount(), 2);
+        QCOMPARE(plots->filePath(1), second);
+
+        // Plot rows dragged into the task list: the firmware file becomes a task, the sample
+        // file is left out, no task moves and the plot list keeps its rows.
+        std::unique_ptr<QMimeData> rows(
+            plots->mimeData({plots->index(0, QtViloPlotItemsModel::FilePathColumn),
+                             plots->index(1, QtViloPlotItemsModel::FilePathColumn)}));
+        QVERIFY(dropOn(taskList, rows.get()) != Qt::MoveAction);
+        QCOMPARE(tasks->filePaths().size(), 3);
+        QCOMPARE(tasks->filePaths().count(second), 2);
+        QCOMPARE(tasks->filePaths().indexOf(first), 0);
+        QCOMPARE(plots->rowCount(), 2);
     }
 
     void layoutFilesRoundTripAndReportFailures()
