@@ -5,6 +5,7 @@
 // GUI thread records how long the event loop was kept from running during the flood.
 #include "loadgen.h"
 #include "monitor/core/vrxmonhost.h"
+#include "monitor/ui/hexspinbox.h"
 #include "monitor/ui/monitorpanel.h"
 #include "resources/initresources.h"
 #include "shell/core/startup.h"
@@ -657,9 +658,9 @@ Flood runWindow(const Expected &e)
         waitUntil([panel] { return !panel->isMonitoring(); }, 10000);
     }
     panel->kindBox()->setCurrentIndex(MonitorPanel::BuiltIn);
-    panel->traceLevelBox()->setValue(int(kTraceLevel));
+    panel->traceLevelBox()->setValue(kTraceLevel);
     panel->timestampBox()->setValue(int(kTimestamp));
-    panel->deviceMaskBox()->setValue(int(kDeviceMask));
+    panel->deviceMaskBox()->setValue(kDeviceMask);
 
     const uint16_t port = VrxLoadGen::firstBindablePort(50000);
     panel->setPort(port);

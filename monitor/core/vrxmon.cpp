@@ -1,5 +1,7 @@
 #include "monitor/core/vrxmon.h"
 
+#include "util/core/eightbittext.h"
+
 #include "monitor/core/remotememprocessed.h"
 #include "monitor/core/vrxmonpeer.h"
 
@@ -508,7 +510,8 @@ void VrxMon::showPiece(int index, const char *data, std::size_t length, bool end
     } else {
         bytes.append(data, int(length));
     }
-    const QString text = QString::fromUtf8(bytes.constData(), bytes.size());
+    // Clients send 8-bit text of no fixed encoding; every byte must reach the output file.
+    const QString text = decodeEightBit(bytes);
     emit MessageAvailable(text);
     if (ended)
         m_linesShown.fetch_add(1, std::memory_order_relaxed);
@@ -592,14 +595,17 @@ void VrxMon::executeCommand(int index)
         }
     }
     emit VirtualPlotItemConnected(d.plotRequest);
+    m_plotWaiting.store(true);
     // A timed try between checks of the stop flag keeps the wait off the processor.
     while (!RemoteMemProcessed.tryAcquire(1, 5)) {
         if (stopRequested()) {
+            m_plotWaiting.store(false);
             stopServer();
             m_stop.store(true);
             return;
         }
     }
+    m_plotWaiting.store(false);
 }
 
 void VrxMon::stopServer()

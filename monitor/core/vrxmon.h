@@ -46,6 +46,8 @@ public:
     quint32 deviceMask() const { return m_devMask; }
     QString prompt() const { return m_monitorPrompt; }
     quint32 clientCount() const { return m_clientCount.load(); }
+    // Thread-safe: a real-time plot request holds the loop until the plot side is done.
+    bool isWaitingForPlot() const { return m_plotWaiting.load(); }
 
     // Thread-safe: ends the loop (and any wait for the plot side) for good; used by owners
     // that shut down. Unlike the stop flag it is never cleared by a new start.
@@ -111,4 +113,5 @@ private:
     // A stop asked from another thread; unlike a shutdown the server can start again.
     std::atomic<bool> m_stopAsked{false};
     std::atomic<quint64> m_linesShown{0};
+    std::atomic<bool> m_plotWaiting{false};
 };

@@ -92,6 +92,12 @@ bool VrxMonHost::stop()
 {
     if (!m_thread->isRunning())
         return false;
+    // Held in a real-time plot request the server accepts nobody: a terminator would only
+    // wait for its acknowledgement and fail. Ending the wait directly stops it at once.
+    if (m_server->isWaitingForPlot()) {
+        m_server->requestStop();
+        return true;
+    }
     runTerminator(false);
     return true;
 }
@@ -155,6 +161,9 @@ void VrxMonHost::onTerminatorDone(bool ok)
     } else {
         post(QStringLiteral("\nERROR: Unable to stop or takeover existing listener! Possible "
                             "cause: Command not recognized!\n\n"));
+        // The server has left its start without a listener: it is stopped, and the next
+        // start must be able to try again.
+        m_thread->quit();
     }
     emit takeOverFinished(ok);
 }

@@ -1,5 +1,8 @@
 #include "monitor/core/vrxmonprotocol.h"
 
+#include <cctype>
+#include <climits>
+
 #include <QFile>
 
 #include <sys/time.h>
@@ -223,12 +226,9 @@ bool feedMatcher(CmdMatcher &m, char c)
         else
             m.overflow = true;
     }
-    if (c == token[m.position]) {
-        ++m.position;
-    } else {
-        // A byte that breaks a partial match may still begin a new one ("))" before ";").
-        m.position = (c == token[0]) ? 1 : 0;
-    }
+    // A mismatch starts the token over without looking at the byte again: "RRunCmd(" opens
+    // nothing, as the device library's users have come to rely on.
+    m.position = c == token[m.position] ? m.position + 1 : 0;
     if (m.position < tokenLen)
         return false;
     m.position = 0;
@@ -254,6 +254,25 @@ QByteArray commandText(const CmdMatcher &m)
     return text;
 }
 
+int readCommandCode(const QByteArray &field)
+{
+    // Leading digits after an optional sign, as C's atoi reads them; the rest is ignored and
+    // text without digits is 0, which stops the monitor.
+    const char *p = field.constData();
+    const char *end = p + field.size();
+    while (p < end && std::isspace(static_cast<unsigned char>(*p)))
+        ++p;
+    bool negative = false;
+    if (p < end && (*p == '+' || *p == '-'))
+        negative = *p++ == '-';
+    qint64 value = 0;
+    for (; p < end && *p >= '0' && *p <= '9'; ++p)
+        value = qMin<qint64>(value * 10 + (*p - '0'), qint64(INT_MAX) + 1);
+    if (negative)
+        value = -value;
+    return int(qBound<qint64>(INT_MIN, value, INT_MAX));
+}
+
 CommandDecision parseCommand(const QByteArray &text, const QByteArray &prefix)
 {
     CommandDecision d;
@@ -262,11 +281,7 @@ CommandDecision parseCommand(const QByteArray &text, const QByteArray &prefix)
         d.fields.append(f.trimmed());
     const int comma = text.indexOf(',');
     d.afterFirstComma = comma >= 0 ? text.mid(comma + 1) : QByteArray();
-    // Anything that does not read as a number is code 0, which stops the monitor.
-    bool ok = false;
-    d.code = d.fields.value(0).toInt(&ok);
-    if (!ok)
-        d.code = 0;
+    d.code = readCommandCode(d.fields.value(0));
     switch (d.code) {
     case 0:
         d.kind = CmdKind::Stop;

@@ -131,6 +131,9 @@ void resetMatcher(CmdMatcher &m);
 bool feedMatcher(CmdMatcher &m, char c);
 QByteArray commandText(const CmdMatcher &m); // between "RunCmd(" and ")", cut at a NUL
 
+// The command code: leading decimal digits with an optional sign, 0 when there are none.
+int readCommandCode(const QByteArray &field);
+
 enum class CmdKind { Stop, Plot, InsufficientParams, Unknown };
 
 struct CommandDecision

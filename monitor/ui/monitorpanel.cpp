@@ -1,9 +1,12 @@
 #include "monitor/ui/monitorpanel.h"
 
 #include "monitor/core/vrxmonhost.h"
+#include "monitor/ui/hexspinbox.h"
+#include "util/core/eightbittext.h"
 #include "util/core/homedir.h"
 #include "viewer/ui/editor.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QClipboard>
 #include <QComboBox>
@@ -28,14 +31,10 @@ const char kLastUsedGroup[] = "VRXMonitorLastUsedState";
 const QString kBuiltIn = QStringLiteral("Built-in");
 const QString kExternal = QStringLiteral("External (VRXUpdater)");
 
-QSpinBox *makeSpinBox(QWidget *parent, int maximum, bool hex)
+QSpinBox *makeSpinBox(QWidget *parent, int maximum)
 {
     auto *box = new QSpinBox(parent);
     box->setRange(0, maximum);
-    if (hex) {
-        box->setPrefix(QStringLiteral("0x"));
-        box->setDisplayIntegerBase(16);
-    }
     return box;
 }
 
@@ -56,7 +55,7 @@ MonitorPanel::MonitorPanel(const QString &externalProcessName, QWidget *parent)
     connect(host->serverThread(), &QThread::finished, this, &MonitorPanel::updateRunningState);
     connect(m_process, &QProcess::stateChanged, this, &MonitorPanel::updateRunningState);
     connect(m_process, &QProcess::readyReadStandardOutput, this, [this] {
-        m_textView->appendNoNewline(QString::fromLocal8Bit(m_process->readAllStandardOutput()));
+        m_textView->appendNoNewline(decodeEightBit(m_process->readAllStandardOutput()));
     });
     connect(textSizeBox(), QOverload<int>::of(&QSpinBox::valueChanged), this, [](int size) {
         QSettings().setValue(QStringLiteral("%1/OutputTextSize").arg(kStartupGroup), size);
@@ -111,7 +110,7 @@ void MonitorPanel::buildMonitorToolBar()
 
     bar->addSeparator();
     auto *cacheLabel = new QLabel(tr("Log Cache Count"), bar);
-    m_logCacheBox = makeSpinBox(bar, 100000, false);
+    m_logCacheBox = makeSpinBox(bar, 100000);
     m_logCacheBox->setMinimum(1);
     const QString cacheTip = tr("Set number of log files to cache.\nOldest file will be deleted\n"
                                 "when cache limit is reached.");
@@ -120,13 +119,13 @@ void MonitorPanel::buildMonitorToolBar()
     bar->addWidget(cacheLabel);
     bar->addWidget(m_logCacheBox);
 
-    m_traceBox = makeSpinBox(bar, 0x7fffffff, true);
+    m_traceBox = new HexSpinBox(bar);
     bar->addWidget(new QLabel(tr("Trace Level"), bar));
     bar->addWidget(m_traceBox);
-    m_timestampBox = makeSpinBox(bar, 255, false);
+    m_timestampBox = makeSpinBox(bar, 255);
     bar->addWidget(new QLabel(tr("TimeStamp  "), bar));
     bar->addWidget(m_timestampBox);
-    m_maskBox = makeSpinBox(bar, 0x7fffffff, true);
+    m_maskBox = new HexSpinBox(bar);
     bar->addWidget(new QLabel(tr("Device Mask"), bar));
     bar->addWidget(m_maskBox);
 
@@ -137,8 +136,9 @@ void MonitorPanel::buildMonitorToolBar()
     m_busyLabel = new QLabel(bar);
     m_busyMovie = new QMovie(QStringLiteral("://Images/loading.gif"), QByteArray(), m_busyLabel);
     m_busyLabel->setMovie(m_busyMovie);
-    m_busyLabel->setVisible(false);
-    bar->addWidget(m_busyLabel);
+    // A widget in a tool bar is shown and hidden through its action.
+    m_busyAction = bar->addWidget(m_busyLabel);
+    m_busyAction->setVisible(false);
 }
 
 void MonitorPanel::loadSettings()
@@ -154,9 +154,9 @@ void MonitorPanel::loadSettings()
     }
     settings.beginGroup(QLatin1String(kLastUsedGroup));
     m_logCacheBox->setValue(settings.value(QStringLiteral("MonitorLogCacheCount"), 20).toInt());
-    m_traceBox->setValue(int(settings.value(QStringLiteral("MonitorTraceLevel"), 0x7fffffff).toUInt()));
+    m_traceBox->setValue(settings.value(QStringLiteral("MonitorTraceLevel"), 0x7fffffff).toUInt());
     m_timestampBox->setValue(settings.value(QStringLiteral("MonitorTimeStamp"), 1).toInt());
-    m_maskBox->setValue(int(settings.value(QStringLiteral("MonitorDeviceMask"), 0x7fffffff).toUInt()));
+    m_maskBox->setValue(settings.value(QStringLiteral("MonitorDeviceMask"), 0x7fffffff).toUInt());
     const QString kind = settings.value(QStringLiteral("LastUsedMonitor")).toString();
     m_kindBox->setCurrentIndex(kind == kExternal ? External : BuiltIn);
 }
@@ -227,9 +227,9 @@ void MonitorPanel::startMonitoring()
 {
     if (isMonitoring())
         return;
-    const quint32 trace = quint32(m_traceBox->value());
+    const quint32 trace = m_traceBox->value();
     const quint32 timestamp = quint32(m_timestampBox->value());
-    const quint32 mask = quint32(m_maskBox->value());
+    const quint32 mask = m_maskBox->value();
 
     const QString directory = outputDirectory();
     const bool haveDirectory = QDir().mkpath(directory);
@@ -292,7 +292,7 @@ void MonitorPanel::updateRunningState()
         const QSignalBlocker block(m_startButton);
         m_startButton->setChecked(running);
     }
-    m_busyLabel->setVisible(running);
+    m_busyAction->setVisible(running);
     if (running)
         m_busyMovie->start();
     else

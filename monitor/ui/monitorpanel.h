@@ -2,6 +2,8 @@
 
 #include "viewer/ui/editorpanel.h"
 
+class HexSpinBox;
+class QAction;
 class QComboBox;
 class QLabel;
 class QMovie;
@@ -30,9 +32,9 @@ public:
     QComboBox *kindBox() const { return m_kindBox; }
     QComboBox *startupBox() const { return m_startupBox; }
     QSpinBox *logCacheBox() const { return m_logCacheBox; }
-    QSpinBox *traceLevelBox() const { return m_traceBox; }
+    HexSpinBox *traceLevelBox() const { return m_traceBox; }
     QSpinBox *timestampBox() const { return m_timestampBox; }
-    QSpinBox *deviceMaskBox() const { return m_maskBox; }
+    HexSpinBox *deviceMaskBox() const { return m_maskBox; }
     QLabel *busyIndicator() const { return m_busyLabel; }
     bool isMonitoring() const;
 
@@ -68,10 +70,11 @@ private:
     QComboBox *m_kindBox = nullptr;
     QComboBox *m_startupBox = nullptr;
     QSpinBox *m_logCacheBox = nullptr;
-    QSpinBox *m_traceBox = nullptr;
+    HexSpinBox *m_traceBox = nullptr;
     QSpinBox *m_timestampBox = nullptr;
-    QSpinBox *m_maskBox = nullptr;
+    HexSpinBox *m_maskBox = nullptr;
     QLabel *m_busyLabel = nullptr;
     QMovie *m_busyMovie = nullptr;
+    QAction *m_busyAction = nullptr;
     quint16 m_port = 55555;
 };

@@ -4,6 +4,7 @@
 #include <QApplication>
 #include <QBoxLayout>
 #include <QDockWidget>
+#include <QEvent>
 #include <QLabel>
 #include <QPainter>
 #include <QPixmap>
@@ -19,6 +20,14 @@ const QPixmap &titleImage(int which)
     return images[which];
 }
 } // namespace
+
+QString shownWindowTitle(const QWidget *widget)
+{
+    QString title = widget->windowTitle();
+    title.replace(QLatin1String("[*]"),
+                  widget->isWindowModified() ? QStringLiteral("*") : QString());
+    return title;
+}
 
 BlueTitleBar::BlueTitleBar(QDockWidget *dock)
     : QWidget(dock), m_dock(dock), m_titleLabel(new QLabel(this)), m_toolBar(new QToolBar(this))
@@ -36,7 +45,7 @@ BlueTitleBar::BlueTitleBar(QDockWidget *dock)
     bold.setBold(true);
     m_titleLabel->setFont(bold);
     m_titleLabel->setContentsMargins(1, 1, 1, 2);
-    m_titleLabel->setText(dock->windowTitle());
+    m_titleLabel->setText(shownWindowTitle(dock));
 
     auto *layout = new QBoxLayout(QBoxLayout::LeftToRight, this);
     layout->setContentsMargins(5, 0, 5, 0);
@@ -44,7 +53,7 @@ BlueTitleBar::BlueTitleBar(QDockWidget *dock)
     layout->addWidget(m_titleLabel, 1);
     layout->addWidget(m_toolBar);
 
-    connect(dock, &QWidget::windowTitleChanged, m_titleLabel, &QLabel::setText);
+    dock->installEventFilter(this); // title and modified mark
     connect(dock, &QDockWidget::featuresChanged, this, &BlueTitleBar::updateOrientation);
     connect(qApp, &QApplication::focusChanged, this, &BlueTitleBar::onFocusChanged);
     updateOrientation();
@@ -53,6 +62,16 @@ BlueTitleBar::BlueTitleBar(QDockWidget *dock)
 QColor BlueTitleBar::backgroundColor() const
 {
     return QColor(m_active ? QStringLiteral("LightSteelBlue") : QStringLiteral("Lightgrey"));
+}
+
+bool BlueTitleBar::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == m_dock &&
+        (event->type() == QEvent::WindowTitleChange || event->type() == QEvent::ModifiedChange)) {
+        m_titleLabel->setText(shownWindowTitle(m_dock));
+        update();
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 QString BlueTitleBar::titleText() const
@@ -131,6 +150,6 @@ void BlueTitleBar::paintEvent(QPaintEvent *)
         bold.setBold(true);
         painter.setFont(bold);
         painter.drawText(QRect(8, 0, length - 8, thickness), Qt::AlignLeft | Qt::AlignVCenter,
-                         m_dock->windowTitle());
+                         shownWindowTitle(m_dock));
     }
 }

@@ -7,6 +7,10 @@ class QLabel;
 class QToolBar;
 class QAction;
 
+// A window title as the toolkit shows it: the "[*]" placeholder becomes "*" while the
+// window is modified and disappears otherwise. Tab labels show titles this way.
+QString shownWindowTitle(const QWidget *widget);
+
 // The dock title bar: three images (left cap, stretched centre, right cap) over a colour
 // that tells whether the dock holds the focus.
 class BlueTitleBar : public QWidget
@@ -27,6 +31,7 @@ public:
 
 protected:
     void paintEvent(QPaintEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private slots:
     void onFocusChanged(QWidget *old, QWidget *now);

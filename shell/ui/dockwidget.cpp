@@ -184,7 +184,14 @@ void DockWidget::makeEditorDock(const QString &filePath)
 void DockWidget::setBaseTitle(const QString &title)
 {
     m_baseTitle = title;
-    setWindowTitle(m_modified ? title + QStringLiteral(" [*]") : title);
+    // The placeholder is there only while it is used, so the toolkit never warns about it.
+    if (m_modified) {
+        setWindowTitle(title + QStringLiteral(" [*]"));
+        setWindowModified(true);
+    } else {
+        setWindowModified(false);
+        setWindowTitle(title);
+    }
 }
 
 void DockWidget::setTabModified()
@@ -241,9 +248,28 @@ Qt::Orientation DockWidget::sizingOrientation() const
 
 void DockWidget::setSizeHints(int sizeHint, int minSizeHint)
 {
+    const bool newHint = sizeHint != m_sizeHintExtent;
     m_sizeHintExtent = sizeHint;
     m_minSizeHintExtent = minSizeHint;
+    const Qt::Orientation orientation = sizingOrientation();
+    // Docked, the main window's layout asks the panel for its minimum, not the dock.
+    if (QWidget *content = panel()) {
+        if (!m_panelMinimum.isValid())
+            m_panelMinimum = content->minimumSize();
+        QSize minimum = m_panelMinimum;
+        if (minSizeHint >= 0)
+            (orientation == Qt::Horizontal ? minimum.rwidth() : minimum.rheight()) = minSizeHint;
+        content->setMinimumSize(minimum);
+    }
     updateGeometry();
+    // A size hint takes effect as the size the dock gets now; the user may drag it later.
+    if (newHint && sizeHint >= 0) {
+        if (isFloating())
+            resize(orientation == Qt::Horizontal ? QSize(sizeHint, height())
+                                                 : QSize(width(), sizeHint));
+        else if (m_mainWindow->dockWidgetArea(this) != Qt::NoDockWidgetArea)
+            m_mainWindow->resizeDocks({this}, {sizeHint}, orientation);
+    }
 }
 
 QSize DockWidget::sizeHint() const

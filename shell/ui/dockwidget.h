@@ -82,4 +82,5 @@ private:
     bool m_tabVisible = false;
     int m_sizeHintExtent = -1;
     int m_minSizeHintExtent = -1;
+    QSize m_panelMinimum; // the panel's own minimum, kept while a hint overrides it
 };

@@ -397,32 +397,39 @@ void MainWindow::connectSignals()
 
 void MainWindow::createShortcuts()
 {
+    // A floating dock is a tool window: the window's shortcuts reach it too. The keys a
+    // floating text panel handles itself (its enableShortcuts) are limited to the docked
+    // panels here, or both would match and neither would fire.
+    const Qt::ShortcutContext Docked = Qt::WidgetWithChildrenShortcut;
+    const Qt::ShortcutContext Everywhere = Qt::WindowShortcut;
     struct Entry
     {
         QKeySequence key;
         void (MainWindow::*slot)();
+        Qt::ShortcutContext context;
     };
     const Entry entries[] = {
-        {QKeySequence(Qt::CTRL + Qt::Key_P), &MainWindow::onCTRL_P_Pressed},
-        {QKeySequence(Qt::CTRL + Qt::Key_F), &MainWindow::onCTRL_F_Pressed},
-        {QKeySequence(Qt::CTRL + Qt::Key_S), &MainWindow::onCTRL_S_Pressed},
-        {QKeySequence(Qt::CTRL + Qt::Key_E), &MainWindow::onCTRL_E_Pressed},
-        {QKeySequence(Qt::CTRL + Qt::Key_W), &MainWindow::onCTRL_W_Pressed},
-        {QKeySequence(Qt::CTRL + Qt::Key_U), &MainWindow::onCTRL_U_Pressed},
-        {QKeySequence(Qt::CTRL + Qt::Key_D), &MainWindow::onCTRL_D_Pressed},
-        {QKeySequence(Qt::Key_Slash), &MainWindow::on_Slash_Pressed},
-        {QKeySequence(Qt::Key_Question), &MainWindow::on_Question_Pressed},
-        {QKeySequence(Qt::Key_K), &MainWindow::on_K_Pressed},
-        {QKeySequence(Qt::Key_J), &MainWindow::on_J_Pressed},
-        {QKeySequence(Qt::Key_F3), &MainWindow::on_F3_Pressed},
-        {QKeySequence(Qt::Key_F4), &MainWindow::on_F4_Pressed},
-        {QKeySequence(Qt::Key_F5), &MainWindow::on_F5_Pressed},
-        {QKeySequence(Qt::Key_F8), &MainWindow::on_F8_Pressed},
-        {QKeySequence(Qt::Key_F9), &MainWindow::on_F9_Pressed},
-        {QKeySequence(Qt::Key_F10), &MainWindow::on_F10_Pressed},
+        {QKeySequence(Qt::CTRL + Qt::Key_P), &MainWindow::onCTRL_P_Pressed, Everywhere},
+        {QKeySequence(Qt::CTRL + Qt::Key_F), &MainWindow::onCTRL_F_Pressed, Docked},
+        {QKeySequence(Qt::CTRL + Qt::Key_S), &MainWindow::onCTRL_S_Pressed, Docked},
+        {QKeySequence(Qt::CTRL + Qt::Key_E), &MainWindow::onCTRL_E_Pressed, Docked},
+        {QKeySequence(Qt::CTRL + Qt::Key_W), &MainWindow::onCTRL_W_Pressed, Docked},
+        {QKeySequence(Qt::CTRL + Qt::Key_U), &MainWindow::onCTRL_U_Pressed, Docked},
+        {QKeySequence(Qt::CTRL + Qt::Key_D), &MainWindow::onCTRL_D_Pressed, Docked},
+        {QKeySequence(Qt::Key_Slash), &MainWindow::on_Slash_Pressed, Docked},
+        {QKeySequence(Qt::Key_Question), &MainWindow::on_Question_Pressed, Docked},
+        {QKeySequence(Qt::Key_K), &MainWindow::on_K_Pressed, Docked},
+        {QKeySequence(Qt::Key_J), &MainWindow::on_J_Pressed, Docked},
+        {QKeySequence(Qt::Key_F3), &MainWindow::on_F3_Pressed, Everywhere},
+        {QKeySequence(Qt::Key_F4), &MainWindow::on_F4_Pressed, Everywhere},
+        {QKeySequence(Qt::Key_F5), &MainWindow::on_F5_Pressed, Everywhere},
+        {QKeySequence(Qt::Key_F8), &MainWindow::on_F8_Pressed, Everywhere},
+        {QKeySequence(Qt::Key_F9), &MainWindow::on_F9_Pressed, Everywhere},
+        {QKeySequence(Qt::Key_F10), &MainWindow::on_F10_Pressed, Everywhere},
     };
     for (const Entry &entry : entries) {
         auto *shortcut = new QShortcut(entry.key, this);
+        shortcut->setContext(entry.context);
         connect(shortcut, &QShortcut::activated, this, entry.slot);
         m_shortcuts << shortcut;
     }

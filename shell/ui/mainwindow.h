@@ -76,6 +76,7 @@ public slots:
     void destroyDockWidget();
     void onVisibilityChanged(bool visible);
     void onPlotItemsListPopupBtnMenuShow();
+    void updatePlotListPopupBtn();
     void onPlotItemsListPopupBtnMenuHide();
     void openRecentFile();
     void openTextFiles(QStringList &FilePathList);

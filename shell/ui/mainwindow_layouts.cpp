@@ -5,6 +5,7 @@
 #include "plot/ui/qtvilo.h"
 #include "shell/core/layoutfile.h"
 #include "shell/core/startup.h"
+#include "shell/ui/bluetitlebar.h"
 #include "shell/ui/dockwidget.h"
 #include "util/core/identity.h"
 #include "util/ui/notify.h"
@@ -81,6 +82,8 @@ bool MainWindow::arrangeLayout(const QString &name)
         }
     }
     QMetaObject::invokeMethod(this, &MainWindow::connectTabBars, Qt::QueuedConnection);
+    // The reset hid and showed docks with their signals blocked.
+    updatePlotListPopupBtn();
     return true;
 }
 
@@ -307,12 +310,16 @@ void MainWindow::onVisibilityChanged(bool)
     updateShowAllAct();
 }
 
-void MainWindow::onPlotItemsListPopupBtnMenuShow()
+void MainWindow::updatePlotListPopupBtn()
 {
     // The pop-up shows the list only while its dock is hidden; the dock keeps it otherwise.
-    const bool dockShown = m_plotListDock->isVisible();
-    m_plotListPopupBtn->setEnabled(!dockShown);
-    if (!dockShown && sender() == m_plotListPopupMenu) {
+    m_plotListPopupBtn->setEnabled(!m_plotListDock->isVisible());
+}
+
+void MainWindow::onPlotItemsListPopupBtnMenuShow()
+{
+    updatePlotListPopupBtn();
+    if (!m_plotListDock->isVisible() && sender() == m_plotListPopupMenu) {
         m_plotListPopupHost->layout()->addWidget(m_plotList);
         m_plotList->show();
     }
@@ -344,9 +351,10 @@ DockWidget *MainWindow::dockForTab(QTabBar *tabBar, int index) const
 {
     if (!tabBar || index < 0 || index >= tabBar->count())
         return nullptr;
+    // Tab labels show the title with the modified mark resolved.
     const QString text = tabBar->tabText(index);
     for (DockWidget *dock : allDocks()) {
-        if (dock->windowTitle() == text)
+        if (shownWindowTitle(dock) == text)
             return dock;
     }
     return nullptr;

@@ -44,8 +44,14 @@ SizeHintsDialog::SizeHintsDialog(DockWidget *dock, QWidget *parent)
     const Qt::Orientation orientation = dock->sizingOrientation();
     QWidget *panel = dock->panel();
 
-    m_sizeHint = makeBox(dock->sizeHintExtent());
-    m_minSizeHint = makeBox(dock->minSizeHintExtent());
+    // The hints in force, the toolkit's own where none was set here.
+    m_sizeHint = makeBox(dock->sizeHintExtent() >= 0 ? dock->sizeHintExtent()
+                                                      : extent(dock->sizeHint(), orientation));
+    m_minSizeHint = makeBox(dock->minSizeHintExtent() >= 0
+                                ? dock->minSizeHintExtent()
+                                : extent(dock->minimumSizeHint(), orientation));
+    m_shownSizeHint = m_sizeHint->value();
+    m_shownMinSizeHint = m_minSizeHint->value();
     m_maxSize = makeBox(panel ? extent(panel->maximumSize(), orientation) : NoLimit);
     m_dockMaxSize = makeBox(extent(dock->maximumSize(), orientation));
 
@@ -72,6 +78,9 @@ void SizeHintsDialog::apply()
                                          limit(m_maxSize->value())));
     m_dock->setMaximumSize(
         withExtent(m_dock->maximumSize(), orientation, limit(m_dockMaxSize->value())));
-    m_dock->setSizeHints(m_sizeHint->value(), m_minSizeHint->value());
+    const int hint = m_sizeHint->value();
+    const int minHint = m_minSizeHint->value();
+    m_dock->setSizeHints(hint == m_shownSizeHint ? m_dock->sizeHintExtent() : hint,
+                         minHint == m_shownMinSizeHint ? m_dock->minSizeHintExtent() : minHint);
     m_dock->updateGeometry();
 }

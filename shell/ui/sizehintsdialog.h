@@ -26,4 +26,7 @@ private:
     QSpinBox *m_minSizeHint;
     QSpinBox *m_maxSize;
     QSpinBox *m_dockMaxSize;
+    // What the hint boxes showed: a value left as shown is no new hint.
+    int m_shownSizeHint;
+    int m_shownMinSizeHint;
 };

@@ -8,6 +8,8 @@
 #include "tests/monitor/fuzzreference.h"
 #include "tests/support/fuzzcheck.h"
 
+#include <algorithm>
+#include <climits>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -44,9 +46,8 @@ void checkDecision(const QByteArray &text, const QByteArray &prefix)
     check(comma < 0 ? d.afterFirstComma.isEmpty()
                     : text.left(comma + 1) + d.afterFirstComma == text);
 
-    bool ok = false;
-    const int code = d.fields.value(0).toInt(&ok);
-    check(d.code == (ok ? code : 0));
+    const long code = std::strtol(d.fields.value(0).constData(), nullptr, 10);
+    check(d.code == int(std::max<long>(INT_MIN, std::min<long>(INT_MAX, code))));
     switch (d.code) {
     case 0:
         check(d.kind == CmdKind::Stop && d.message == stopReceivedText());

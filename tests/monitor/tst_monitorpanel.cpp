@@ -4,6 +4,7 @@
 #include "monitortesthelpers.h"
 #include "monitor/core/vrxmon.h"
 #include "monitor/core/vrxmonhost.h"
+#include "monitor/ui/hexspinbox.h"
 #include "monitor/ui/monitorpanel.h"
 #include "resources/initresources.h"
 #include "viewer/ui/editor.h"
@@ -19,6 +20,7 @@
 #include <QSpinBox>
 #include <QTextBlock>
 #include <QThread>
+#include <QSocketNotifier>
 #include <QToolButton>
 #include <QtTest>
 
@@ -28,6 +30,12 @@ quint16 g_nextPort = 50610; // a range of this test's own
 quint16 nextPort()
 {
     return nextBindablePort(g_nextPort);
+}
+
+QByteArray readBytes(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 QString readAll(const QString &path)
@@ -60,38 +68,122 @@ private slots:
         QDir(MonitorPanel::outputDirectory()).removeRecursively();
     }
 
-    void settingsStartWithTheirDefaultsAndAreStoredOnStart()
+    void settingsTypedInAreSentAndStoredAndTheIndicatorRuns()
     {
         MonitorPanel panel(QStringLiteral("vrxupdater"));
+        panel.resize(1600, 400); // the whole tool bar in view
         QCOMPARE(panel.logCacheBox()->value(), 20);
-        QCOMPARE(panel.traceLevelBox()->value(), 0x7fffffff);
-        QCOMPARE(panel.timestampBox()->value(), 1);
-        QCOMPARE(panel.deviceMaskBox()->value(), 0x7fffffff);
-        QCOMPARE(panel.kindBox()->currentText(), QStringLiteral("Built-in"));
+        QCOMPARE(panel.traceLevelBox()->text(), QStringLiteral("0x7FFFFFFF"));
         QCOMPARE(panel.startupBox()->currentText(), QStringLiteral("Last Used"));
-        QCOMPARE(panel.textSizeBox()->value(), 8);
-        QCOMPARE(panel.editor()->maximumBlockCount(), 10000);
+        panel.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&panel));
+        QVERIFY(!panel.busyIndicator()->isVisible());
 
-        panel.setPort(nextPort());
-        panel.traceLevelBox()->setValue(0x1f);
-        panel.startMonitoring();
-        QTRY_VERIFY(panel.startButton()->isChecked());
-        QVERIFY(panel.busyIndicator()->isVisible() || !panel.isVisible());
+        // Every bit of trace level and device mask, typed as a user would.
+        for (QAbstractSpinBox *box : {static_cast<QAbstractSpinBox *>(panel.traceLevelBox()),
+                                      static_cast<QAbstractSpinBox *>(panel.deviceMaskBox())}) {
+            box->setFocus();
+            QTest::keyClick(box, Qt::Key_A, Qt::ControlModifier);
+            QTest::keyClicks(box, QStringLiteral("ffffffff"));
+            QTest::keyClick(box, Qt::Key_Return);
+            QCOMPARE(box->text(), QStringLiteral("0xFFFFFFFF"));
+        }
+        const quint16 port = nextPort();
+        panel.setPort(port);
+        QTest::mouseClick(panel.startButton(), Qt::LeftButton);
+        QTRY_VERIFY(panel.editor()->toPlainText().contains(QStringLiteral("VRX Monitor started!")));
+        QVERIFY(panel.startButton()->isChecked());
+        QVERIFY(panel.busyIndicator()->isVisible());
+        KitClient client(port);
+        vrxclient_settings sent{};
+        QVERIFY(client.handshake(1, "PCIe", "VRX14", &sent));
+        QCOMPARE(sent.trace_level, 0xFFFFFFFFu);
+        QCOMPARE(sent.device_mask, 0xFFFFFFFFu);
         QSettings settings;
         settings.beginGroup(QStringLiteral("VRXMonitorLastUsedState"));
-        QCOMPARE(settings.value(QStringLiteral("MonitorTraceLevel")).toInt(), 0x1f);
-        QCOMPARE(settings.value(QStringLiteral("LastUsedMonitor")).toString(),
-                 QStringLiteral("Built-in"));
+        QCOMPARE(settings.value(QStringLiteral("MonitorTraceLevel")).toUInt(), 0xFFFFFFFFu);
         QCOMPARE(settings.value(QStringLiteral("LastUsedState")).toBool(), true);
         stop(panel);
         QTRY_VERIFY(!panel.startButton()->isChecked());
+        QVERIFY(!panel.busyIndicator()->isVisible());
         QCOMPARE(settings.value(QStringLiteral("LastUsedState")).toBool(), false);
 
-        // Last Used restarts what ran when the program was left.
+        // Last Used restarts what ran when the program was left, with the stored values.
         settings.setValue(QStringLiteral("LastUsedState"), true);
-        panel.applyStartupOption();
-        QTRY_VERIFY(panel.serverThread()->isRunning());
+        MonitorPanel again(QStringLiteral("vrxupdater"));
+        QCOMPARE(again.deviceMaskBox()->text(), QStringLiteral("0xFFFFFFFF"));
+        again.setPort(nextPort());
+        again.applyStartupOption();
+        QTRY_VERIFY(again.serverThread()->isRunning());
+        stop(again);
+    }
+
+    void failedTakeoverShowsStoppedAndTheNextStartWorks()
+    {
+        // Something that is no monitor holds the port: it drops whoever connects.
+        const quint16 port = nextPort();
+        const int squatter = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        sockaddr_in addr{};
+        addr.sin_family = AF_INET;
+        addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        addr.sin_port = htons(port);
+        QVERIFY(bind(squatter, reinterpret_cast<sockaddr *>(&addr), sizeof addr) == 0);
+        QVERIFY(listen(squatter, 4) == 0);
+        QSocketNotifier dropper(squatter, QSocketNotifier::Read);
+        connect(&dropper, &QSocketNotifier::activated, this, [squatter] {
+            const int fd = accept(squatter, nullptr, nullptr);
+            if (fd >= 0)
+                ::close(fd);
+        });
+        MonitorPanel panel(QStringLiteral("vrxupdater"));
+        panel.show();
+        panel.setPort(port);
+        QTest::mouseClick(panel.startButton(), Qt::LeftButton);
+        QTRY_VERIFY_WITH_TIMEOUT(panel.editor()->toPlainText().contains(
+                                     QStringLiteral("ERROR: Unable to stop or takeover existing "
+                                                    "listener!")),
+                                 20000);
+        QTRY_VERIFY(!panel.serverThread()->isRunning());
+        QVERIFY(!panel.startButton()->isChecked());
+        QVERIFY(!panel.busyIndicator()->isVisible());
+
+        dropper.setEnabled(false);
+        ::close(squatter);
+        QTest::mouseClick(panel.startButton(), Qt::LeftButton);
+        QTRY_VERIFY_WITH_TIMEOUT(panel.editor()->toPlainText().contains(
+                                     QStringLiteral("NOTE : VRX Monitor started!")),
+                                 20000);
+        QVERIFY(panel.startButton()->isChecked());
+        KitClient client(port);
+        QVERIFY(client.handshake(1));
         stop(panel);
+    }
+
+    void stopWhileAPlotRequestWaitsIsQuiet()
+    {
+        MonitorPanel panel(QStringLiteral("vrxupdater"));
+        panel.show();
+        const quint16 port = nextPort();
+        panel.setPort(port);
+        QueuedSignalSpy plot(panel.editor()->vrxMonHost()->server(),
+                             &VrxMon::VirtualPlotItemConnected);
+        QTest::mouseClick(panel.startButton(), Qt::LeftButton);
+        QTRY_VERIFY(panel.editor()->toPlainText().contains(QStringLiteral("VRX Monitor started!")));
+        KitClient client(port);
+        QVERIFY(client.handshake(1));
+        QVERIFY(client.send("RunCmd( 1, Rec, 0x10, 64, int16, 1);\n"));
+        QTRY_VERIFY_WITH_TIMEOUT(plot.count() == 1, 20000);
+
+        // Nobody serves the request; the user stops the monitor.
+        const int before = panel.editor()->toPlainText().size();
+        QTest::mouseClick(panel.startButton(), Qt::LeftButton);
+        QTRY_VERIFY(panel.editor()->toPlainText().contains(
+            QStringLiteral("NOTE : VRX Monitor stopped!")));
+        QTRY_VERIFY(!panel.startButton()->isChecked());
+        QVERIFY(!panel.serverThread()->isRunning());
+        const QString after = panel.editor()->toPlainText().mid(before);
+        QVERIFY2(!after.contains(QStringLiteral("ERROR")), qPrintable(after));
+        QCOMPARE(RemoteMemProcessed.available(), 0);
     }
 
     void copiedTemplateIsTrimmed()
@@ -127,9 +219,11 @@ private slots:
         QTRY_VERIFY(readAll(panel.filePath()).startsWith(expected));
     }
 
-    void eachBatchIsInTheOutputFileWhileTheMonitorRuns()
+    void eachBatchIsInTheOutputFileByteForByte()
     {
         // What a crash would leave: the file as it is on disk while everything still runs.
+        // The file holds the client's bytes whatever they are; the view reads valid UTF-8 as
+        // UTF-8 and anything else as Latin-1.
         MonitorPanel panel(QStringLiteral("vrxupdater"));
         const quint16 port = nextPort();
         panel.setPort(port);
@@ -138,12 +232,20 @@ private slots:
             readAll(panel.filePath()).contains(QStringLiteral("NOTE : VRX Monitor started!")));
         KitClient client(port);
         QVERIFY(client.handshake(1));
-        for (int batch = 0; batch < 3; ++batch) {
-            const QString line = QStringLiteral("ERROR: batch %1 on disk\n").arg(batch);
-            QVERIFY(client.send(line.toLatin1()));
+        const QList<QPair<QByteArray, QString>> batches = {
+            {"ERROR: caf\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x98\x80\n",
+             QStringLiteral("ERROR: caf\u00e9 \u20ac ") + QString::fromUcs4(U"\U0001F600") + "\n"},
+            {"WARN : na\xEFve \xB5s\n", QStringLiteral("WARN : na\u00efve \u00b5s\n")},
+            {"cut \xE2\x82 \xC0\xAF \xED\xAF\xBF\n",
+             QStringLiteral("cut \u00e2\u0082 \u00c0\u00af \u00ed\u00af\u00bf\n")},
+        };
+        const QByteArray prompt = kitPrompt(1).toLatin1();
+        for (const auto &batch : batches) {
+            QVERIFY(client.send(batch.first));
             QVERIFY(client.acked());
-            QTRY_VERIFY_WITH_TIMEOUT(readAll(panel.filePath()).contains(kitPrompt(1) + line),
+            QTRY_VERIFY_WITH_TIMEOUT(readBytes(panel.filePath()).contains(prompt + batch.first),
                                      20000);
+            QTRY_VERIFY(panel.editor()->toPlainText().contains(kitPrompt(1) + batch.second.trimmed()));
             QVERIFY(panel.serverThread()->isRunning());
         }
         stop(panel);

@@ -7,6 +7,7 @@
 #include <QTemporaryFile>
 #include <QtTest>
 
+#include <climits>
 #include <cstring>
 #include <unistd.h>
 
@@ -214,10 +215,12 @@ private slots:
         CmdMatcher m;
         resetMatcher(m);
         QList<QByteArray> cmds;
-        feedAll(m, "text RunCmd( 7, x);\nRRunCmd(1,a());more RunCmd(abc\0junk);", &cmds);
+        // A mismatch starts the token over: neither "RRunCmd(" nor "))" ends a match.
+        feedAll(m, "text RunCmd( 7, x);\nRRunCmd(1,a());RunCmd(1,a());\n"
+                   "RunCmd(1,b) ;);more RunCmd(abc\0junk);", &cmds);
         QCOMPARE(cmds.size(), 2);
         QCOMPARE(cmds[0], QByteArray(" 7, x"));
-        QCOMPARE(cmds[1], QByteArray("1,a()"));
+        QCOMPARE(cmds[1], QByteArray("1,a());\nRunCmd(1,b) ;"));
         // The third closes only with the next batch; a NUL cuts the text.
         feedAll(m, QByteArray("abc\0junk);", 10), &cmds);
         QCOMPARE(cmds.size(), 3);
@@ -258,6 +261,8 @@ private slots:
         QCOMPARE(parseCommand("0", prefix).kind, CmdKind::Stop);
         QCOMPARE(parseCommand("", prefix).kind, CmdKind::Stop);
         QCOMPARE(parseCommand(" 0 , extra", prefix).kind, CmdKind::Stop);
+        QCOMPARE(parseCommand("-1x", prefix).code, -1);
+        QCOMPARE(parseCommand("99999999999", prefix).code, INT_MAX);
 
         d = parseCommand(" 1, Rec, 0x7f00, 2048, int16", prefix);
         QCOMPARE(d.kind, CmdKind::InsufficientParams);

@@ -253,6 +253,16 @@ private slots:
         QVERIFY(h.waitFor(QStringLiteral("ERROR: Unknown command 'RunCmd('.\n"), 2));
         QCOMPARE(finished.count(), 0);
 
+        // A doubled first letter opens nothing, and ")" before ");" starts the close over;
+        // the code is read like atoi: leading digits after a sign, the rest ignored.
+        QVERIFY(a.send("RRunCmd(5));\nRunCmd( +7x, y);\nRunCmd(1z, a, b);\n"));
+        QVERIFY(a.acked());
+        QVERIFY(h.waitFor(QStringLiteral("ERROR: Unknown command 'RunCmd('.\n"), 3));
+        QVERIFY(h.waitFor(QStringLiteral("ERROR: Insuffivient command parameters' a, b'.\n")));
+        QVERIFY(h.waitFor(kitPrompt(1) + "RunCmd(1z, a, b);\n"));
+        QCOMPARE(h.countOf(QStringLiteral("Stop command received")), 0);
+        QCOMPARE(finished.count(), 0);
+
         QVERIFY(a.send("RunCmd(abc);"));
         QTRY_VERIFY_WITH_TIMEOUT(finished.count() >= 1, 20000);
         QVERIFY(h.waitFor(QStringLiteral("\n[")));

@@ -9,7 +9,10 @@
 #include <QMenu>
 #include <QPlainTextEdit>
 #include <QSpinBox>
+#include <QTimer>
 #include <QtTest>
+
+#include <functional>
 
 class TestDockWidget : public QObject
 {
@@ -89,21 +92,6 @@ private slots:
         QCOMPARE(window.tabifiedDockWidgets(second), QList<QDockWidget *>{first});
     }
 
-    void modifiedMarkFollowsThePanel()
-    {
-        QMainWindow window;
-        auto *dock = new DockWidget(new QPlainTextEdit, &window);
-        dock->setBaseTitle(QStringLiteral("Editor 1: a.log"));
-        QCOMPARE(dock->windowTitle(), QStringLiteral("Editor 1: a.log"));
-        dock->setTabModified();
-        QCOMPARE(dock->windowTitle(), QStringLiteral("Editor 1: a.log [*]"));
-        dock->setTabModified();
-        QCOMPARE(dock->windowTitle(), QStringLiteral("Editor 1: a.log [*]"));
-        QCOMPARE(dock->blueTitleBar()->titleText(), dock->windowTitle());
-        dock->clearTabModified();
-        QCOMPARE(dock->windowTitle(), QStringLiteral("Editor 1: a.log"));
-    }
-
     void titleBarColourTellsWhetherTheDockHasFocus()
     {
         QMainWindow window;
@@ -147,33 +135,64 @@ private slots:
         QVERIFY(hint.height() > hint.width());
     }
 
-    void sizeHintsDialogAppliesItsValues()
+    void sizeHintsTakeEffectWhileDocked()
     {
         QMainWindow window;
+        window.setCentralWidget(new QPlainTextEdit);
         auto *panel = new QPlainTextEdit;
         auto *dock = new DockWidget(panel, &window);
         window.addDockWidget(Qt::LeftDockWidgetArea, dock);
-        SizeHintsDialog dialog(dock);
-        QCOMPARE(dialog.maxSizeBox()->value(), -1);
-        QCOMPARE(dialog.sizeHintBox()->minimum(), -1);
-        QCOMPARE(dialog.sizeHintBox()->maximum(), 1000);
-        dialog.sizeHintBox()->setValue(300);
-        dialog.minSizeHintBox()->setValue(120);
-        dialog.maxSizeBox()->setValue(600);
-        dialog.dockMaxSizeBox()->setValue(700);
-        dialog.apply();
-        QCOMPARE(dock->sizeHint().width(), 300);
-        QCOMPARE(dock->minimumSizeHint().width(), 120);
+        window.resize(900, 500);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        const auto type = [](QSpinBox *box, int value) {
+            box->setFocus();
+            QTest::keyClick(box, Qt::Key_A, Qt::ControlModifier);
+            QTest::keyClicks(box, QString::number(value));
+        };
+        // The user edits the dialog and presses OK; what the boxes showed comes back.
+        const auto edit = [&](const std::function<void(SizeHintsDialog *)> &change) {
+            QStringList shown;
+            QTimer::singleShot(0, this, [&] {
+                auto *dialog = qobject_cast<SizeHintsDialog *>(QApplication::activeModalWidget());
+                QVERIFY(dialog);
+                for (QSpinBox *box : {dialog->sizeHintBox(), dialog->minSizeHintBox(),
+                                      dialog->maxSizeBox(), dialog->dockMaxSizeBox()})
+                    shown << box->text();
+                change(dialog);
+                QTest::keyClick(dialog, Qt::Key_Return);
+            });
+            for (QAction *action : dock->contextMenu()->actions()) {
+                if (action->text() == QLatin1String("Change Size Hints..."))
+                    action->trigger();
+            }
+            return shown;
+        };
+        const int natural = dock->sizeHint().width();
+        const int naturalMin = dock->minimumSizeHint().width();
+        QStringList shown = edit([&](SizeHintsDialog *dialog) {
+            type(dialog->sizeHintBox(), 300);
+            type(dialog->minSizeHintBox(), 220);
+            type(dialog->maxSizeBox(), 600);
+            type(dialog->dockMaxSizeBox(), 500);
+        });
+        QCOMPARE(shown.mid(0, 3), (QStringList{QString::number(natural),
+                                               QString::number(naturalMin), "No limit"}));
+        QTRY_COMPARE(dock->width(), 300);
         QCOMPARE(panel->maximumWidth(), 600);
-        QCOMPARE(dock->maximumWidth(), 700);
+        QCOMPARE(dock->maximumWidth(), 500);
+        // The splitter cannot make it narrower than the minimum.
+        window.resizeDocks({dock}, {50}, Qt::Horizontal);
+        QTRY_VERIFY(dock->width() >= 220);
 
-        SizeHintsDialog again(dock);
-        QCOMPARE(again.maxSizeBox()->value(), 600);
-        again.maxSizeBox()->setValue(-1);
-        again.dockMaxSizeBox()->setValue(-1);
-        again.apply();
+        shown = edit([&](SizeHintsDialog *dialog) {
+            type(dialog->maxSizeBox(), -1);
+            type(dialog->dockMaxSizeBox(), -1);
+        });
+        QCOMPARE(shown, (QStringList{"300", "220", "600", "500"}));
         QCOMPARE(panel->maximumWidth(), QWIDGETSIZE_MAX);
         QCOMPARE(dock->maximumWidth(), QWIDGETSIZE_MAX);
+        QVERIFY(dock->width() >= 220); // hints left as shown change nothing
     }
 };
 

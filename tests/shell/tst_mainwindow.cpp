@@ -14,10 +14,14 @@
 #include "util/ui/notify.h"
 #include "viewer/ui/editorpanel.h"
 
+#include <QContextMenuEvent>
 #include <QLabel>
+#include "shell/ui/bluetitlebar.h"
 #include <QLineEdit>
 #include <QMenuBar>
+#include <QTabBar>
 #include <QTableView>
+#include <QTimer>
 #include <QToolBar>
 #include <QMimeData>
 #include <QPlainTextEdit>
@@ -265,25 +269,79 @@ private slots:
         QCOMPARE(window->editorDocks().size(), 2);
     }
 
-    void changedFileMarksItsDock()
+    void changedFileMarksItsTabAndKeepsItsMenu()
     {
         auto window = startWindow();
         const QString log = makeFile("watched.log");
         QStringList files{log};
         window->openFiles(files);
         DockWidget *dock = window->editorDockFor(log);
-        QVERIFY(!dock->windowTitle().endsWith(QStringLiteral(" [*]")));
         QFile file(log);
         QVERIFY(file.open(QIODevice::Append));
         file.write("more\n");
         file.close();
-        QTRY_VERIFY_WITH_TIMEOUT(dock->windowTitle().endsWith(QStringLiteral(" [*]")), 10000);
-        // The panel's own reload button reads the file afresh.
+        QTabBar *bar = nullptr;
+        int tab = -1;
+        const auto findTab = [&] {
+            for (QTabBar *candidate : window->findChildren<QTabBar *>()) {
+                for (int i = 0; i < candidate->count(); ++i) {
+                    if (candidate->tabText(i).startsWith(dock->baseTitle())) {
+                        bar = candidate;
+                        tab = i;
+                    }
+                }
+            }
+            return bar && bar->tabText(tab) == dock->baseTitle() + QStringLiteral(" *");
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(findTab(), 10000);
+        QCOMPARE(dock->blueTitleBar()->titleText(), bar->tabText(tab));
+
+        // A right click on the marked tab opens the dock's menu.
+        QWidget *shown = nullptr;
+        QTimer::singleShot(0, this, [&] {
+            shown = QApplication::activePopupWidget();
+            if (shown)
+                shown->close();
+        });
+        const QPoint at = bar->tabRect(tab).center();
+        QContextMenuEvent click(QContextMenuEvent::Mouse, at, bar->mapToGlobal(at));
+        QApplication::sendEvent(bar, &click);
+        QCOMPARE(shown, static_cast<QWidget *>(dock->contextMenu()));
+
+        // The panel's own reload button reads the file afresh and clears the mark.
         for (QToolButton *button : dock->panel()->findChildren<QToolButton *>()) {
             if (button->toolTip() == QLatin1String("Reload current file from disk"))
                 QTest::mouseClick(button, Qt::LeftButton);
         }
-        QCOMPARE(dock->windowTitle(), QStringLiteral("Editor 1: watched.log"));
+        QTRY_COMPARE(bar->tabText(tab), dock->baseTitle());
+    }
+
+    void restoringALayoutKeepsThePlotListPopupUsable()
+    {
+        auto window = startWindow();
+        QToolButton *popup = nullptr;
+        for (QToolButton *button : window->findChildren<QToolButton *>()) {
+            if (button->toolTip().startsWith(QStringLiteral("Show Plot Item List as popup")))
+                popup = button;
+        }
+        QVERIFY(popup);
+        QMenu *restore = nullptr;
+        for (QMenu *menu : window->findChildren<QMenu *>()) {
+            if (menu->title() == QLatin1String("Restore Layout"))
+                restore = menu;
+        }
+        QVERIFY(restore);
+        const auto choose = [restore](const QString &name) {
+            for (QAction *action : restore->actions()) {
+                if (action->text() == name)
+                    action->trigger();
+            }
+        };
+        QVERIFY(popup->isEnabled()); // the list's dock is hidden in the default layout
+        choose(QStringLiteral("Data Plot"));
+        QVERIFY(!popup->isEnabled());
+        choose(QStringLiteral("Default"));
+        QVERIFY(popup->isEnabled());
     }
 
     void closeAllEditorsRemovesTheirDocks()
@@ -353,6 +411,7 @@ private slots:
         const QPoint onList = taskList->mapTo(window.get(), taskList->rect().center());
         window->redirectDrop(&data, onList);
         QCOMPARE(window->updaterPanel()->taskModel()->filePaths(), QStringList{firmware});
+        QCOMPARE(window->updaterPanel()->taskModel()->recentFirmwarePaths(), QStringList{firmware});
         // What the list cannot use comes back through the main window's dispatch.
         QCOMPARE(window->plotList()->model()->rowCount(), 1);
 
@@ -361,6 +420,52 @@ private slots:
         elsewhere.setUrls({QUrl::fromLocalFile(log)});
         window->redirectDrop(&elsewhere, QPoint(2, 2));
         QVERIFY(window->editorDockFor(log));
+    }
+
+    void dragsBetweenTaskAndPlotListsCarryPaths()
+    {
+        auto window = startWindow();
+        window->arrangeLayout(QStringLiteral("Advanced")); // both lists in view
+        QApplication::processEvents();
+        TreeModel *tasks = window->updaterPanel()->taskModel();
+        QtViloPlotItemsModel *plots = window->plotList()->model();
+        const QString first = makeFile("first.mcs"), second = makeFile("second.mcs");
+        tasks->AppendRows({first, second});
+        plots->AppendRows({makeFile("samples.bin", QByteArray(64, 1))}, false);
+        const auto dropOn = [](QAbstractItemView *view, QMimeData *data) {
+            const QPoint at = view->viewport()->rect().center();
+            QDropEvent drop(at, Qt::CopyAction | Qt::MoveAction, data, Qt::LeftButton,
+                            Qt::NoModifier);
+            // As the window system hands it over: entered, moved over, dropped.
+            QDragEnterEvent enter(at, drop.possibleActions(), data, Qt::LeftButton, Qt::NoModifier);
+            QApplication::sendEvent(view->viewport(), &enter);
+            QDragMoveEvent move(at, drop.possibleActions(), data, Qt::LeftButton, Qt::NoModifier);
+            QApplication::sendEvent(view->viewport(), &move);
+            drop.setDropAction(move.dropAction());
+            drop.setAccepted(false);
+            QApplication::sendEvent(view->viewport(), &drop);
+            return drop.isAccepted() ? drop.dropAction() : Qt::IgnoreAction;
+        };
+
+        // A task dragged into the plot list arrives as its file.
+        TaskTreeView *taskList = window->updaterPanel()->taskList();
+        taskList->setCurrentIndex(tasks->index(1, TreeModel::FilePath));
+        std::unique_ptr<QMimeData> task(
+            tasks->mimeData(taskList->selectionModel()->selectedIndexes()));
+        dropOn(window->plotList()->itemsView(), task.get());
+        QCOMPARE(plots->rowCount(), 2);
+        QCOMPARE(plots->filePath(1), second);
+
+        // Plot rows dragged into the task list: the firmware file becomes a task, the sample
+        // file is left out, no task moves and the plot list keeps its rows.
+        std::unique_ptr<QMimeData> rows(
+            plots->mimeData({plots->index(0, QtViloPlotItemsModel::FilePathColumn),
+                             plots->index(1, QtViloPlotItemsModel::FilePathColumn)}));
+        QVERIFY(dropOn(taskList, rows.get()) != Qt::MoveAction);
+        QCOMPARE(tasks->filePaths().size(), 3);
+        QCOMPARE(tasks->filePaths().count(second), 2);
+        QCOMPARE(tasks->filePaths().indexOf(first), 0);
+        QCOMPARE(plots->rowCount(), 2);
     }
 
     void layoutFilesRoundTripAndReportFailures()
@@ -476,24 +581,40 @@ private slots:
         QVERIFY(!settings.value("MainWindowLastUsedLayout/state").toByteArray().isEmpty());
     }
 
-    void floatingDocksHandTheirPanelsTheirOwnKeys()
+    void ctrlETogglesTheErrorFilterDockedAndFloating_data()
     {
+        QTest::addColumn<bool>("floating");
+        QTest::newRow("docked") << false;
+        QTest::newRow("floating") << true;
+    }
+
+    void ctrlETogglesTheErrorFilterDockedAndFloating()
+    {
+        QFETCH(bool, floating);
         auto window = startWindow();
-        MonitorPanel *monitor = window->monitorPanel();
-        DockWidget *dock = nullptr;
-        for (DockWidget *candidate : window->fixedDocks()) {
-            if (candidate->panel() == monitor)
-                dock = candidate;
-        }
-        QVERIFY(dock);
-        QVERIFY(!monitor->shortcutsEnabled());
-        dock->FloatingToggle();
-        QVERIFY(monitor->shortcutsEnabled());
-        dock->FloatingToggle();
-        QVERIFY(!monitor->shortcutsEnabled());
+        const QString log = makeFile("keys.log", "ERROR: one\n");
+        QStringList files{log};
+        window->openFiles(files);
+        DockWidget *dock = window->editorDockFor(log);
+        auto *panel = qobject_cast<EditorPanel *>(dock->panel());
+        if (floating)
+            dock->FloatingToggle();
+        QCOMPARE(dock->isFloating(), floating);
+        QWidget *top = floating ? static_cast<QWidget *>(dock) : window.get();
+        QApplication::setActiveWindow(top);
+        QVERIFY(QTest::qWaitForWindowActive(top));
+        panel->textView()->setFocus();
+        QTRY_COMPARE(QApplication::focusWidget(), static_cast<QWidget *>(panel->textView()));
+        QAbstractButton *errors = panel->toggleButton(TextPanel::ErrorFilter);
+        const bool before = errors->isChecked();
+        QTest::keyClick(panel->textView(), Qt::Key_E, Qt::ControlModifier);
+        QCOMPARE(errors->isChecked(), !before);
+        QTest::keyClick(panel->textView(), Qt::Key_E, Qt::ControlModifier);
+        QCOMPARE(errors->isChecked(), before);
         // Every float or dock also stores the layout as the last used one.
         QSettings settings(QStringLiteral("OKAV"), QStringLiteral("vrxassist"));
-        QVERIFY(!settings.value("MainWindowLastUsedLayout/state").toByteArray().isEmpty());
+        QCOMPARE(settings.value("MainWindowLastUsedLayout/state").toByteArray().isEmpty(),
+                 !floating);
     }
 
     void showAllShowsEveryFixedDock()

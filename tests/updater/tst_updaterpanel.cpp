@@ -11,11 +11,14 @@
 
 #include <QAction>
 #include <QCheckBox>
+#include <QFileDialog>
+#include <QToolButton>
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QSpinBox>
 #include <QTemporaryDir>
+#include <QTimer>
 #include <QtTest>
 
 #include <memory>
@@ -162,6 +165,8 @@ private slots:
         QVERIFY(consoleText(*panel).contains("NOTE : Using installed VRXUpdater: " + m_tool));
         QVERIFY(consoleText(*panel).contains(QRegularExpression("NOTE : Time taken: \\d+ \\w+")));
         QVERIFY(static_cast<QAction *>(panel->runControls().constFirst())->isEnabled());
+        // The console keeps its own title; "VRXUpdater" is the panel's.
+        QCOMPARE(panel->consoleView()->windowTitle(), QStringLiteral("VRXUpdater Console"));
         if (slot == "onEraseBtnClicked")
             QVERIFY(m_boxes.first().startsWith("Risky Firmware Operation|This action will "
                                                "completely erase"));
@@ -181,14 +186,42 @@ private slots:
         QVERIFY(list.readAll().contains("Device 1: VRX7"));
     }
 
-    void riskyCommandsAskFirst()
+    void enterOnARiskyBoxNeverGoesAhead_data()
     {
+        QTest::addColumn<bool>("toolAsks");
+        QTest::newRow("erase button") << false;
+        QTest::newRow("tool's own question") << true;
+    }
+
+    void enterOnARiskyBoxNeverGoesAhead()
+    {
+        QFETCH(bool, toolAsks);
         auto panel = makePanel();
-        m_answer = QMessageBox::No;
-        panel->onConfirmCandidateBtnClicked();
-        QVERIFY(!panel->runner()->isRunning());
-        QVERIFY(recordedRuns(m_log).isEmpty());
-        QCOMPARE(m_boxes.size(), 1);
+        // The real box this time, answered with a stray Enter.
+        Notify::setHook({});
+        QStringList boxes;
+        QTimer enter;
+        connect(&enter, &QTimer::timeout, this, [&] {
+            if (auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget())) {
+                boxes << box->windowTitle();
+                QTest::keyClick(box, Qt::Key_Return);
+            }
+        });
+        enter.start(10);
+        if (toolAsks) {
+            panel->taskModel()->insertTask(0, task("v5.mcs", "VRXUpdater eu %dv:1 \"%fp\""));
+            QVERIFY(panel->runToolForTask(0));
+            QVERIFY(waitForRun(*panel));
+            QTRY_VERIFY(consoleText(*panel).contains("Aborted by user."));
+            QVERIFY(consoleText(*panel).contains("Answer: n"));
+        } else {
+            panel->onEraseBtnClicked();
+            QVERIFY(!panel->runner()->isRunning());
+            QVERIFY(recordedRuns(m_log).isEmpty());
+        }
+        enter.stop();
+        initTestCase(); // the answering hook again
+        QCOMPARE(boxes, QStringList{"Risky Firmware Operation"});
     }
 
     void questionAnswerReachesTheTool_data()
@@ -204,6 +237,7 @@ private slots:
         auto panel = makePanel();
         panel->taskModel()->insertTask(0, task("v5.mcs", "VRXUpdater eu %dv:1 \"%fp\"", "3: V5"));
         m_answer = yes ? QMessageBox::Yes : QMessageBox::No;
+        panel->i2cOption()->setChecked(true); // not for a macro of the list
         QVERIFY(panel->runToolForTask(0));
         QVERIFY(waitForRun(*panel));
         QTRY_VERIFY(consoleText(*panel).contains("Update Task Finished!"));
@@ -347,6 +381,47 @@ private slots:
                               "--if=i2c"}));
     }
 
+    void plusButtonAddsTheBrowsedFileWithTheRecentMacroAndDevice()
+    {
+        auto panel = makePanel();
+        panel->taskModel()->insertTask(0, task("old.mcs", "VRXUpdater v %dv:1 \"%fp\"", "2: VRX8"));
+        panel->show();
+        QToolButton *plus = nullptr;
+        for (QToolButton *button : panel->findChildren<QToolButton *>()) {
+            if (button->defaultAction() &&
+                button->defaultAction()->text().startsWith(QLatin1String("New Firmware task")))
+                plus = button;
+        }
+        QVERIFY(plus);
+        const QString picked = writeFile(m_dir->filePath(QStringLiteral("picked.mmcs")));
+        // The user cancels the browse first, then picks a file by name.
+        for (const QString &typed : {QString(), picked}) {
+            QString title;
+            QTimer::singleShot(0, this, [&] {
+                auto *dialog = qobject_cast<QFileDialog *>(QApplication::activeModalWidget());
+                QVERIFY(dialog);
+                title = dialog->windowTitle();
+                if (typed.isEmpty()) {
+                    QTest::keyClick(dialog, Qt::Key_Escape);
+                    return;
+                }
+                auto *name = dialog->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"));
+                QVERIFY(name);
+                name->clear();
+                QTest::keyClicks(name, typed);
+                QTest::keyClick(name, Qt::Key_Return);
+            });
+            QTest::mouseClick(plus, Qt::LeftButton);
+            QCOMPARE(title, QStringLiteral("Open Firmware File"));
+            QCOMPARE(panel->taskModel()->rowCount(), typed.isEmpty() ? 1 : 2);
+        }
+        const UpdaterTask added = panel->taskModel()->task(1);
+        QCOMPARE(added.filePath, picked);
+        QCOMPARE(added.macro, QStringLiteral("VRXUpdater v %dv:1 \"%fp\""));
+        QCOMPARE(added.device, QStringLiteral("2: VRX8"));
+        QCOMPARE(panel->taskModel()->recentFirmwarePaths().value(0), picked);
+    }
+
     void taskListIsGuardedAt31Rows()
     {
         auto panel = makePanel();
@@ -354,11 +429,12 @@ private slots:
         for (int i = 0; i < 30; ++i)
             model->insertTask(i,
                               task(QStringLiteral("t%1.mcs").arg(i), "VRXUpdater v %dv:1 \"%fp\""));
-        panel->addNewTask();
+        panel->taskList()->setCurrentIndex(model->index(29, TreeModel::FilePath));
+        panel->onReuseItemTriggered();
         QCOMPARE(model->rowCount(), 31);
         QVERIFY(m_boxes.isEmpty());
         const UpdaterTask last = model->task(30);
-        panel->onReuseItemTriggered();
+        panel->addNewTask(); // refused before anything is browsed
         QCOMPARE(m_boxes, QStringList{"Abusive usage!|Alright! You had your fun!\n\nNow formating "
                                       "your disk...\n\nByebye!"});
         QCOMPARE(model->rowCount(), 1);

@@ -207,6 +207,29 @@ private slots:
         QCOMPARE(recentPath(), QCoreApplication::applicationDirPath());
     }
 
+    void folderPopupShowsTheOpenedBranches()
+    {
+        auto explorer = openExplorer();
+        TreeComboBox *box = explorer->pathBox();
+        QVERIFY(QTest::qWaitForWindowExposed(explorer.get()));
+        box->showPopup();
+        QTreeView *tree = box->treeView();
+        QTRY_VERIFY(tree->isVisible());
+        // From "/" down to the current folder at least: several rows, not one.
+        int rows = 0;
+        for (QModelIndex row = tree->model()->index(0, 0, tree->rootIndex()); row.isValid();
+             row = tree->indexBelow(row))
+            ++rows;
+        const int depth = m_dir.path().count(QLatin1Char('/')) + 1;
+        QVERIFY2(rows >= depth, qPrintable(QString::number(rows)));
+        const int shown = qMin(rows, box->maxVisibleItems());
+        QVERIFY2(tree->viewport()->height() >= shown * tree->sizeHintForRow(0),
+                 qPrintable(QStringLiteral("%1 rows in %2 px")
+                                .arg(shown)
+                                .arg(tree->viewport()->height())));
+        box->hidePopup();
+    }
+
     void filterSplitsIntoNamePatterns()
     {
         auto explorer = openExplorer();

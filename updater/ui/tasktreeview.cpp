@@ -42,7 +42,8 @@ void TaskTreeView::takeDroppedUrls(const QMimeData *mimeData, int row)
 
 bool TaskTreeView::isInternalDrag(const QDropEvent *event) const
 {
-    return event->mimeData()->hasFormat(QString::fromLatin1(TreeModel::MimeType));
+    // Another list sends the same type with its own paths; only our own drag moves rows.
+    return event->source() == this || m_model->isOwnDrag(event->mimeData());
 }
 
 int TaskTreeView::dropRow(const QPoint &pos) const
@@ -57,7 +58,7 @@ void TaskTreeView::dragEnterEvent(QDragEnterEvent *event)
 {
     QTreeView::dragEnterEvent(event);
     // Files the list cannot use are accepted too, so that they can be handed back.
-    if (!isInternalDrag(event) && event->mimeData()->hasUrls()) {
+    if (isInternalDrag(event) || event->mimeData()->hasUrls()) {
         setState(DraggingState);
         event->acceptProposedAction();
     }
@@ -66,23 +67,32 @@ void TaskTreeView::dragEnterEvent(QDragEnterEvent *event)
 void TaskTreeView::dragMoveEvent(QDragMoveEvent *event)
 {
     QTreeView::dragMoveEvent(event);
-    if (!isInternalDrag(event) && event->mimeData()->hasUrls())
+    if (isInternalDrag(event) || event->mimeData()->hasUrls())
         event->acceptProposedAction();
 }
 
 void TaskTreeView::dropEvent(QDropEvent *event)
 {
     if (isInternalDrag(event)) {
-        QTreeView::dropEvent(event);
-        // The model has moved the rows already: a Move result would make the drag's source
-        // remove the (moved) selected rows afterwards. The drag only offers Move, so the one
-        // other result it takes is "nothing to do".
-        if (event->isAccepted() && event->dropAction() == Qt::MoveAction)
-            event->setDropAction(Qt::IgnoreAction);
+        QList<int> rows;
+        for (const QModelIndex &index : selectionModel()->selectedRows())
+            rows << index.row();
+        const int row = dropRow(event->pos());
+        m_model->moveTasks(rows, row < 0 ? m_model->rowCount() : row);
+        // Moved already: a Move result would make the drag's source remove the selected rows
+        // afterwards. The drag only offers Move, so the one other result is "nothing to do".
+        event->setDropAction(Qt::IgnoreAction);
+        event->accept();
+        stopAutoScroll();
+        setState(NoState);
+        viewport()->update();
         return;
     }
     if (!event->mimeData()->hasUrls()) {
         QTreeView::dropEvent(event);
+        // Paths from another list are copied, never taken away from it.
+        if (event->isAccepted() && (event->possibleActions() & Qt::CopyAction))
+            event->setDropAction(Qt::CopyAction);
         return;
     }
     takeDroppedUrls(event->mimeData(), dropRow(event->pos()));

@@ -55,29 +55,34 @@ QList<int> validRows(QList<int> rows, int count)
     return rows;
 }
 
-QList<int> decodeRows(const QMimeData *data)
+// The lists of the program exchange file paths, one streamed string each.
+QStringList decodePaths(const QMimeData *data)
 {
     QByteArray encoded = data->data(QString::fromLatin1(TreeModel::MimeType));
     QDataStream stream(&encoded, QIODevice::ReadOnly);
-    QList<int> rows;
+    QStringList paths;
     while (!stream.atEnd()) {
-        qint32 row = 0;
-        stream >> row;
+        QString path;
+        stream >> path;
         if (stream.status() != QDataStream::Ok)
             break;
-        rows << row;
+        paths << path;
     }
-    return rows;
+    return paths;
 }
 
 QStringList droppedTaskFiles(const QMimeData *data)
 {
     QStringList paths;
-    for (const QUrl &url : data->urls()) {
-        const QString path = url.toLocalFile();
-        if (TreeModel::isTaskFile(path))
-            paths << path;
+    if (data->hasFormat(QString::fromLatin1(TreeModel::MimeType))) {
+        paths = decodePaths(data);
+    } else {
+        for (const QUrl &url : data->urls())
+            paths << url.toLocalFile();
     }
+    paths.erase(std::remove_if(paths.begin(), paths.end(),
+                               [](const QString &path) { return !TreeModel::isTaskFile(path); }),
+                paths.end());
     return paths;
 }
 } // namespace
@@ -236,12 +241,13 @@ QMimeData *TreeModel::mimeData(const QModelIndexList &indexes) const
     QDataStream stream(&encoded, QIODevice::WriteOnly);
     QStringList paths;
     for (int row : qAsConst(rows)) {
-        stream << qint32(row);
+        stream << m_tasks.at(row).filePath;
         paths << m_tasks.at(row).filePath;
     }
     auto *data = new QMimeData;
     data->setData(QString::fromLatin1(MimeType), encoded);
     data->setText(paths.join(QLatin1Char('\n')));
+    m_ownDrag = data;
     return data;
 }
 
@@ -250,9 +256,7 @@ bool TreeModel::canDropMimeData(const QMimeData *data, Qt::DropAction action, in
 {
     if (!data || !(action & supportedDropActions()))
         return false;
-    if (data->hasFormat(QString::fromLatin1(MimeType)))
-        return !validRows(decodeRows(data), m_tasks.size()).isEmpty();
-    return data->hasUrls() && !droppedTaskFiles(data).isEmpty();
+    return !droppedTaskFiles(data).isEmpty();
 }
 
 bool TreeModel::dropMimeData(const QMimeData *data, Qt::DropAction action, int row, int column,
@@ -264,10 +268,9 @@ bool TreeModel::dropMimeData(const QMimeData *data, Qt::DropAction action, int r
         return false;
     int destination = row >= 0 ? row : parent.isValid() ? parent.row() : m_tasks.size();
     destination = qBound(0, destination, m_tasks.size());
-    if (data->hasFormat(QString::fromLatin1(MimeType)))
-        moveTasks(decodeRows(data), destination);
-    else
-        insertFiles(destination, droppedTaskFiles(data));
+    // Rows moved inside the list are the view's business (it knows its drag); a drop from
+    // elsewhere adds tasks.
+    insertFiles(destination, droppedTaskFiles(data));
     return true;
 }
 
@@ -543,6 +546,9 @@ void TreeModel::insertFiles(int row, const QStringList &paths)
         task.device = recent.device;
         refreshFileInfo(task);
         m_tasks.insert(row + i, task);
+        // However a file comes in (dropped, opened, sent from the explorer, browsed), the
+        // file cell's editor offers it again.
+        rememberFirmware(task.filePath);
     }
     if (m_runningRow >= row)
         m_runningRow += paths.size();

@@ -2,6 +2,8 @@
 
 #include <QAbstractTableModel>
 #include <QDateTime>
+#include <QMimeData>
+#include <QPointer>
 #include <QStringList>
 #include <QVector>
 
@@ -45,6 +47,9 @@ public:
 
     QStringList mimeTypes() const override;
     QMimeData *mimeData(const QModelIndexList &indexes) const override;
+    // Whether the data is that of a drag of this list's own rows (which then move), as
+    // opposed to paths another list sends under the same type.
+    bool isOwnDrag(const QMimeData *data) const { return data && data == m_ownDrag.data(); }
     bool canDropMimeData(const QMimeData *data, Qt::DropAction action, int row, int column,
                          const QModelIndex &parent) const override;
     bool dropMimeData(const QMimeData *data, Qt::DropAction action, int row, int column,
@@ -90,6 +95,7 @@ signals:
     void TasksChanged();
 
 private:
+    mutable QPointer<QMimeData> m_ownDrag; // gone with the drag that carried it
     void refreshFileInfo(UpdaterTask &task) const;
     void changed();
     // New tasks for the files at the row, taking macro and device from the last task.

@@ -18,6 +18,7 @@
 #include <QDir>
 #include <QDockWidget>
 #include <QFile>
+#include <QFileDialog>
 #include <QFileInfo>
 #include <QFormLayout>
 #include <QHeaderView>
@@ -432,15 +433,16 @@ void UpdaterPanel::addNewTask()
 {
     if (taskLimitReached())
         return;
-    // The most recent task is the template; the user picks the file in the cell's editor.
-    const int rows = m_taskModel->rowCount();
-    UpdaterTask task = m_taskModel->task(rows - 1);
-    task.uploadDate.clear();
-    m_taskModel->insertTask(rows, task);
-    const QModelIndex cell = m_taskModel->index(rows, TreeModel::FilePath);
-    m_taskList->setCurrentIndex(cell);
-    if (isVisible())
-        m_taskList->edit(cell);
+    // The file comes from the user; macro and device from the most recent task (the model's
+    // rule for every added file). A cancelled browse adds nothing.
+    const QString path =
+        QFileDialog::getOpenFileName(this, tr("Open Firmware File"), QStringLiteral("./"),
+                                     tr("VRX Firmware (*.mcs *.mmcs *.zip)"));
+    if (path.isEmpty())
+        return;
+    m_taskModel->AppendRows({path});
+    m_taskList->setCurrentIndex(
+        m_taskModel->index(m_taskModel->rowCount() - 1, TreeModel::FilePath));
 }
 
 void UpdaterPanel::onPublicAddBtnClicked()

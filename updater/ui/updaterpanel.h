@@ -141,7 +141,7 @@ private:
     // The task's file and device for its macro; nullopt (with the console line) when the
     // file is gone.
     std::optional<MacroValues> taskValues(int row) const;
-    bool startTaskCommand(int row, const QString &command, const MacroValues &values, bool i2c);
+    bool startTaskCommand(int row, const QString &command, const MacroValues &values);
     void onToolOutput(const QString &text);
     void onTaskEnded(int taskNumber, bool success);
     void runNextQueued();

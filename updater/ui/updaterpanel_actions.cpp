@@ -39,7 +39,9 @@ bool UpdaterPanel::startTool(const QString &tool, const QStringList &arguments, 
         return false;
     m_runningRow = row;
     m_taskModel->setRunningRow(row);
-    m_console->setWindowTitle(row >= 0 ? tr("VRXUpdater Task #%1").arg(row + 1) : tr("VRXUpdater"));
+    // A device command is no task: the console keeps its own title, not the panel's.
+    m_console->setWindowTitle(row >= 0 ? tr("VRXUpdater Task #%1").arg(row + 1)
+                                       : tr("VRXUpdater Console"));
     return true;
 }
 
@@ -51,7 +53,7 @@ bool UpdaterPanel::runDeviceCommand(Action action)
                             "image\nfrom the on-board flash and may render the device "
                             "un-operational\nuntill a new firmware has been uploaded!\n\nAre "
                             "you sure you want to continue?"),
-                         QMessageBox::Yes | QMessageBox::No) != QMessageBox::Yes)
+                         QMessageBox::Yes | QMessageBox::No, QMessageBox::No) != QMessageBox::Yes)
         return false;
     return startTool(QLatin1String(ToolLocator::UpdaterName),
                      UpdaterCommands::arguments(action, commandOptions()), -1,
@@ -158,16 +160,15 @@ std::optional<MacroValues> UpdaterPanel::taskValues(int row) const
     return values;
 }
 
-bool UpdaterPanel::startTaskCommand(int row, const QString &command, const MacroValues &values,
-                                    bool i2c)
+bool UpdaterPanel::startTaskCommand(int row, const QString &command, const MacroValues &values)
 {
+    // The I2C option is part of commands built from the device family already; a macro of
+    // the list or the user's own is run as it reads.
     ToolCommand tool = UpdaterMacros::toToolCommand(UpdaterMacros::expand(command, values));
     if (!tool.error.isEmpty()) {
         m_console->print(tool.error);
         return false;
     }
-    if (i2c && !tool.arguments.contains(QLatin1String("--if=i2c")))
-        tool.arguments << QStringLiteral("--if=i2c");
     return startTool(tool.tool, tool.arguments, row);
 }
 
@@ -203,13 +204,13 @@ bool UpdaterPanel::runFirmwareTask(int row, const QString &command)
             return false;
         }
     }
-    return startTaskCommand(row, command, *values, m_i2cChkBx->isChecked());
+    return startTaskCommand(row, command, *values);
 }
 
 bool UpdaterPanel::runLicenseTask(int row, const QString &command)
 {
     const std::optional<MacroValues> values = taskValues(row);
-    return values && startTaskCommand(row, command, *values, false);
+    return values && startTaskCommand(row, command, *values);
 }
 
 void UpdaterPanel::onRunThisItemTriggered()
@@ -311,8 +312,10 @@ void UpdaterPanel::onToolOutput(const QString &text)
 
 void UpdaterPanel::ConfirmRiskyOperation(const QString &message)
 {
-    const QMessageBox::StandardButton answer = Notify::question(
-        this, tr("Risky Firmware Operation"), message, QMessageBox::Yes | QMessageBox::No);
+    // A stray Enter must never let an erase go ahead.
+    const QMessageBox::StandardButton answer =
+        Notify::question(this, tr("Risky Firmware Operation"), message,
+                         QMessageBox::Yes | QMessageBox::No, QMessageBox::No);
     m_runner->answer(answer == QMessageBox::Yes);
 }
 

@@ -54,11 +54,12 @@ void critical(QWidget *parent, const QString &title, const QString &text)
 }
 
 QMessageBox::StandardButton question(QWidget *parent, const QString &title, const QString &text,
-                                     QMessageBox::StandardButtons buttons)
+                                     QMessageBox::StandardButtons buttons,
+                                     QMessageBox::StandardButton defaultButton)
 {
     if (hook())
         return hook()(Kind::Question, title, text);
-    return QMessageBox::warning(parent, title, text, buttons);
+    return QMessageBox::warning(parent, title, text, buttons, defaultButton);
 }
 
 std::optional<QString> getText(QWidget *parent, const QString &title, const QString &label,

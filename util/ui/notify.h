@@ -27,7 +27,8 @@ void information(QWidget *parent, const QString &title, const QString &text);
 void warning(QWidget *parent, const QString &title, const QString &text);
 void critical(QWidget *parent, const QString &title, const QString &text);
 QMessageBox::StandardButton question(QWidget *parent, const QString &title, const QString &text,
-                                     QMessageBox::StandardButtons buttons);
+                                     QMessageBox::StandardButtons buttons,
+                                     QMessageBox::StandardButton defaultButton = QMessageBox::NoButton);
 // Asks for one line of text (at most maxLength characters); no value when cancelled.
 std::optional<QString> getText(QWidget *parent, const QString &title, const QString &label,
                                int maxLength = 32767);

@@ -6,6 +6,7 @@
 #include <QHeaderView>
 #include <QLineEdit>
 #include <QMouseEvent>
+#include <QScreen>
 #include <QScrollBar>
 #include <QTimer>
 #include <QTreeView>
@@ -67,9 +68,30 @@ void TreeComboBox::showPopup()
     }
     // The view sits in a container of the combo box's own; that is what has to grow.
     QWidget *popup = m_treeView->window();
+    if (popup == window())
+        return;
     wanted += popup->width() - m_treeView->width();
-    if (popup != window() && popup->width() < wanted)
-        popup->resize(wanted, popup->height());
+    // The base class counts the rows under the root (one: "/"), not the opened branches.
+    int rows = 0;
+    for (QModelIndex row = m_treeView->model()->index(0, 0, m_treeView->rootIndex());
+         row.isValid() && rows < maxVisibleItems(); row = m_treeView->indexBelow(row))
+        ++rows;
+    const int rowHeight = qMax(1, m_treeView->sizeHintForRow(0));
+    const int wantedHeight =
+        rows * rowHeight + 2 * m_treeView->frameWidth() + popup->height() - m_treeView->height();
+    QRect geometry = popup->geometry();
+    geometry.setWidth(qMax(geometry.width(), wanted));
+    geometry.setHeight(qMax(geometry.height(), wantedHeight));
+    // Still on the screen: a pop-up that grew past its bottom opens above the combo box.
+    if (const QScreen *screen = this->screen()) {
+        const QRect available = screen->availableGeometry();
+        if (geometry.bottom() > available.bottom()) {
+            const int above = mapToGlobal(QPoint(0, 0)).y() - geometry.height();
+            geometry.moveTop(qMax(available.top(), above));
+        }
+        geometry.setHeight(qMin(geometry.height(), available.height()));
+    }
+    popup->setGeometry(geometry);
 }
 
 void TreeComboBox::hidePopup()

@@ -1,5 +1,6 @@
 #include "viewer/core/filereaderwriter.h"
 
+#include "util/core/eightbittext.h"
 #include "viewer/core/mappedfile.h"
 #include "viewer/core/mappedwindow.h"
 
@@ -532,7 +533,7 @@ void FileReaderWriter::AppendFile(const QString &FilePath, const QString &text)
         m_appendBase += length;
         QFile file(FilePath);
         if (file.open(QIODevice::ReadWrite | QIODevice::Append)) {
-            file.write(text.toLocal8Bit());
+            file.write(encodeEightBit(text)); // the bytes the monitor received, unchanged
             file.close();
             emit FileAppended(m_index->lineEnds.size());
         }

@@ -3,6 +3,7 @@
 #include "viewer/ui/editor.h"
 
 #include "monitor/core/vrxmonhost.h"
+#include "util/core/eightbittext.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -172,6 +173,8 @@ void Editor::flushPending()
     text.swap(m_pending);
     if (!m_logFilePath.isEmpty())
         emit newTextAvailable(m_logFilePath, text);
+    // Bytes that are no UTF-8 reach the file as they came and are shown as Latin-1.
+    text = eightBitForDisplay(text);
     if (m_following) {
         showAtEnd(text);
         return;
