@@ -382,6 +382,11 @@ bool writeSpectrum(Kind kind, const Fft &fft, int resolution, char *out,
     }
 }
 
+double dbfsFloor(int resolution)
+{
+    return 20.0 * std::log10(DBL_MIN / std::ldexp(1.0, resolution - 1));
+}
+
 bool writeDifference(Kind kind, const Samples &samples, char *out,
                      const QAtomicInteger<quint8> *abort)
 {
@@ -411,12 +416,16 @@ bool compute(const Request &request, const Samples &samples, int resolution, QBy
         result->clear();
         return true;
     }
+    QByteArray out;
     if (isDifference(request.kind)) {
         const quint64 count = differenceCount(samples.count);
         if (count * 8 > maxResultBytes())
             return false;
-        result->resize(int(count * 8));
-        return writeDifference(request.kind, samples, result->data(), abort);
+        out.resize(int(count * 8));
+        if (!writeDifference(request.kind, samples, out.data(), abort))
+            return false;
+        result->swap(out);
+        return true;
     }
     Fft fft(fftSize(samples.count));
     if (!fft.isValid() || fft.bins() * 8 > maxResultBytes())
@@ -425,8 +434,11 @@ bool compute(const Request &request, const Samples &samples, int resolution, QBy
     if (aborted(abort))
         return false;
     fft.execute();
-    result->resize(int(fft.bins() * 8));
-    return writeSpectrum(request.kind, fft, resolution, result->data(), abort);
+    out.resize(int(fft.bins() * 8));
+    if (!writeSpectrum(request.kind, fft, resolution, out.data(), abort))
+        return false;
+    result->swap(out);
+    return true;
 }
 
 } // namespace QtViloDsp

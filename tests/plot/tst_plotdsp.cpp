@@ -383,13 +383,14 @@ private slots:
         QCOMPARE(result.size(), expected.size() * 8);
     }
 
-    void abortedCompute()
+    void abortedComputeLeavesTheResult()
     {
         QAtomicInteger<quint8> abort(1);
-        QByteArray result;
+        QByteArray result("before");
         const Generated g = int16Pattern(100);
         QVERIFY(!compute({Kind::DBFS, Hann}, g.samples(), 16, &result, &abort));
         QVERIFY(!compute({Kind::Abs, NoWindow}, g.samples(), 16, &result, &abort));
+        QCOMPARE(result, QByteArray("before"));
     }
 
     // Stale requests are dropped before the semaphore; a good one completes the buffer.
@@ -433,10 +434,12 @@ private slots:
         QCOMPARE(it->dspRequested().available(), 1);
     }
 
-    // An abort raised while the worker waits to write gives the unit back and nothing else.
+    // An abort raised while the worker waits to write gives the unit back and leaves the
+    // shown result as it stood.
     void workerAbort()
     {
         auto it = item(4096, 9);
+        it->dspResults()[0] = "shown before";
         it->dspRequested().release();
         QSignalSpy done(&m_driver, &Driver::dspDone);
         it->dspLock().lockForWrite();
@@ -450,6 +453,7 @@ private slots:
         QCOMPARE(done.count(), 0);
         QCOMPARE(it->dspComplete.loadAcquire(), quint8(0));
         QCOMPARE(it->dspDone().available(), 0);
+        QCOMPARE(it->dspResults().value(0), QByteArray("shown before"));
     }
 
     // Time ("t", rate), amplitude ("a", resolution and gain, range 1) and frequency ("f",
