@@ -1,6 +1,7 @@
 #include "plot/core/qtvilodsp.h"
 
 #include "plot/core/qtviloformats.h"
+#include "plot/core/qtvilohugepages.h"
 
 #include <QMutex>
 #include <QStringList>
@@ -12,8 +13,6 @@
 #include <cstring>
 #include <limits>
 #include <type_traits>
-
-#include <sys/mman.h>
 
 namespace QtViloDsp {
 namespace {
@@ -44,27 +43,6 @@ inline void store(char *out, quint64 index, double value)
     bits = qToLittleEndian(bits);
     std::memcpy(out + index * sizeof bits, &bits, sizeof bits);
 }
-
-} // namespace
-
-void adviseHugePages(void *data, quint64 bytes)
-{
-#ifdef MADV_HUGEPAGE
-    // Only arrays of several MiB: below that the faults cost little.
-    if (!data || bytes < (quint64(4) << 20))
-        return;
-    const quintptr page = 4096;
-    const quintptr begin = (quintptr(data) + page - 1) & ~(page - 1);
-    const quintptr end = (quintptr(data) + bytes) & ~(page - 1);
-    if (end > begin)
-        madvise(reinterpret_cast<void *>(begin), end - begin, MADV_HUGEPAGE);
-#else
-    Q_UNUSED(data)
-    Q_UNUSED(bytes)
-#endif
-}
-
-namespace {
 
 inline bool aborted(const QAtomicInteger<quint8> *abort)
 {
@@ -331,8 +309,8 @@ Fft::Fft(quint64 size) : m_size(size)
     m_output = static_cast<fftw_complex *>(fftw_malloc(sizeof(fftw_complex) * binCount(size)));
     if (!m_input || !m_output)
         return;
-    adviseHugePages(m_input, sizeof(double) * size);
-    adviseHugePages(m_output, sizeof(fftw_complex) * binCount(size));
+    QtViloMemory::adviseHugePages(m_input, sizeof(double) * size);
+    QtViloMemory::adviseHugePages(m_output, sizeof(fftw_complex) * binCount(size));
     QMutexLocker locker(&plannerMutex());
     if (size <= quint64(std::numeric_limits<int>::max())) {
         m_plan = fftw_plan_dft_r2c_1d(int(size), m_input, m_output, FFTW_ESTIMATE);
@@ -447,7 +425,7 @@ bool compute(const Request &request, const Samples &samples, int resolution, QBy
         if (count * 8 > maxResultBytes())
             return false;
         out.resize(int(count * 8));
-        adviseHugePages(out.data(), count * 8);
+        QtViloMemory::adviseHugePages(out.data(), count * 8);
         if (!writeDifference(request.kind, samples, out.data(), abort))
             return false;
         result->swap(out);
@@ -461,7 +439,7 @@ bool compute(const Request &request, const Samples &samples, int resolution, QBy
         return false;
     fft.execute();
     out.resize(int(fft.bins() * 8));
-    adviseHugePages(out.data(), fft.bins() * 8);
+    QtViloMemory::adviseHugePages(out.data(), fft.bins() * 8);
     if (!writeSpectrum(request.kind, fft, resolution, out.data(), abort))
         return false;
     result->swap(out);

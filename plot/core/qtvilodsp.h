@@ -109,10 +109,6 @@ inline quint64 differenceCount(quint64 count)
 bool writeDifference(Kind kind, const Samples &samples, char *out,
                      const QAtomicInteger<quint8> *abort);
 
-// Asks the kernel for huge pages under a large, freshly allocated array (transforms of
-// millions of points touch hundreds of MiB); a hint only, ignored where unsupported.
-void adviseHugePages(void *data, quint64 bytes);
-
 // Largest result a buffer can hold; larger results are refused.
 quint64 maxResultBytes();
 

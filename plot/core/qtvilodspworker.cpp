@@ -1,5 +1,6 @@
 #include "plot/core/qtvilodspworker.h"
 
+#include "plot/core/qtvilohugepages.h"
 #include "plot/core/qtviloplotitem.h"
 
 #include <QReadLocker>
@@ -83,7 +84,7 @@ bool QtViloDspWorker::runFft(QtViloPlotItem *item, qint32 row, QtViloDsp::Kind k
     fft->execute();
 
     QByteArray result(int(fft->bins() * 8), Qt::Uninitialized);
-    QtViloDsp::adviseHugePages(result.data(), fft->bins() * 8);
+    QtViloMemory::adviseHugePages(result.data(), fft->bins() * 8);
     if (!QtViloDsp::writeSpectrum(kind, *fft, item->sampleResolution, result.data(),
                                   &item->dspAbort))
         return false;
@@ -101,7 +102,7 @@ bool QtViloDspWorker::runDifference(QtViloPlotItem *item, qint32 row, QtViloDsp:
         return false;
     }
     QByteArray result(int(count * 8), Qt::Uninitialized);
-    QtViloDsp::adviseHugePages(result.data(), count * 8);
+    QtViloMemory::adviseHugePages(result.data(), count * 8);
     if (!QtViloDsp::writeDifference(kind, samples, result.data(), &item->dspAbort))
         return false;
     return publishResult(item, row, result, kind);
