@@ -412,8 +412,6 @@ private slots:
         QCOMPARE(it->dspComplete.loadAcquire(), quint8(1));
         QCOMPARE(it->dspRequested().available(), 1);
         QCOMPARE(it->dspDone().available(), 1);
-        QCOMPARE(m_worker->windowType(), quint8(Hann));
-        QCOMPARE(m_worker->windowLength(), quint64(1000));
         QByteArray expected;
         QVERIFY(compute({Kind::DBFS, Hann}, int16Pattern(1000).samples(), 16, &expected));
         QCOMPARE(it->dspResults().value(3), expected);
@@ -504,21 +502,6 @@ private slots:
                                           : frequencyScale(x, quint64(y), text);
         QCOMPARE(bitsOf(scale.factor), bitsOf(factor));
         QCOMPARE(scale.unit, unit);
-    }
-
-    void unitTexts()
-    {
-        using namespace QtViloPlotUnits;
-        QCOMPARE(timeUnitEntries(), QStringList({"Time in Pico Seconds", "Time in Nano Seconds",
-                                                 "Time in Micro Seconds", "Time in Milli Seconds",
-                                                 "Time in Seconds"}));
-        QCOMPARE(amplitudeUnitEntries(),
-                 QStringList({"Ampl in Micro Volts", "Ampl in Milli Volts", "Ampl in Volts"}));
-        QCOMPARE(frequencyUnitEntries(),
-                 QStringList({"Frequency in GHz", "Frequency in MHz", "Frequency in kHz"}));
-        QCOMPARE(timeAxisTitle(QStringLiteral("ns")), QStringLiteral("Time [ns]"));
-        QCOMPARE(amplitudeAxisTitle(QStringLiteral("Codes")), QStringLiteral("Amplitude [Codes]"));
-        QCOMPARE(frequencyAxisTitle(QStringLiteral("MHz")), QStringLiteral("Freq [MHz]"));
     }
 
     void toDouble()
