@@ -154,7 +154,6 @@ private slots:
     void reducedDrawsEverySamplesPixels_data();
     void reducedDrawsEverySamplesPixels();
     void typeIndexDispatch();
-    void linearMapIsQwtsMap();
     void curveDrawsAsStockCurve_data();
     void curveDrawsAsStockCurve();
     void plotFollowsItemsAndSerials();
@@ -300,25 +299,6 @@ void TestPlotCurve::typeIndexDispatch()
     QVERIFY(item.setFormat(QStringLiteral("Ascii")));
     std::unique_ptr<QtViloSeriesDataBase> ascii(createQtViloSeriesData(&item));
     QVERIFY(dynamic_cast<QtViloSeriesData<double> *>(ascii.get()));
-}
-
-void TestPlotCurve::linearMapIsQwtsMap()
-{
-    QRandomGenerator rng(11);
-    for (int round = 0; round < 200; ++round) {
-        QwtScaleMap map;
-        const double s1 = (rng.generateDouble() - 0.3) * 1e6;
-        map.setScaleInterval(s1, s1 + (rng.generateDouble() + 1e-6) * 1e7);
-        const double p1 = rng.generateDouble() * 500;
-        map.setPaintInterval(round % 2 ? p1 : p1 + 300, round % 2 ? p1 + 300 : p1);
-        LinearMap mine;
-        QVERIFY(QtViloSeriesDataBase::linearMap(map, mine));
-        for (int k = 0; k < 50; ++k) {
-            const double s = (rng.generateDouble() - 0.5) * 4e7;
-            QCOMPARE(qRound(mine(s)), qRound(map.transform(s)));
-            QVERIFY(mine(s) == map.transform(s)); // bit for bit, not fuzzily
-        }
-    }
 }
 
 void TestPlotCurve::curveDrawsAsStockCurve_data()

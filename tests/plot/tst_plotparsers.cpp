@@ -147,16 +147,6 @@ private slots:
         QCOMPARE(bytes.length, 2 * count);
     }
 
-    void availableSamples()
-    {
-        using QtViloReadRange::availableSamples;
-        // Whole samples after the byte offset; a partial one at the end does not count.
-        QCOMPARE(QList<qint64>({availableSamples(100, 0, 2), availableSamples(101, 0, 2),
-                                availableSamples(100, 3, 4), availableSamples(100, 100, 1),
-                                availableSamples(100, 200, 1)}),
-                 QList<qint64>({50, 50, 24, 0, 0}));
-    }
-
     // ---- value range ----
     void valueRange()
     {
