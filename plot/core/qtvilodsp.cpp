@@ -1,6 +1,7 @@
 #include "plot/core/qtvilodsp.h"
 
 #include "plot/core/qtviloformats.h"
+#include "plot/core/qtvilohugepages.h"
 
 #include <QMutex>
 #include <QStringList>
@@ -308,6 +309,8 @@ Fft::Fft(quint64 size) : m_size(size)
     m_output = static_cast<fftw_complex *>(fftw_malloc(sizeof(fftw_complex) * binCount(size)));
     if (!m_input || !m_output)
         return;
+    QtViloMemory::adviseHugePages(m_input, sizeof(double) * size);
+    QtViloMemory::adviseHugePages(m_output, sizeof(fftw_complex) * binCount(size));
     QMutexLocker locker(&plannerMutex());
     if (size <= quint64(std::numeric_limits<int>::max())) {
         m_plan = fftw_plan_dft_r2c_1d(int(size), m_input, m_output, FFTW_ESTIMATE);
@@ -382,6 +385,11 @@ bool writeSpectrum(Kind kind, const Fft &fft, int resolution, char *out,
     }
 }
 
+double dbfsFloor(int resolution)
+{
+    return 20.0 * std::log10(DBL_MIN / std::ldexp(1.0, resolution - 1));
+}
+
 bool writeDifference(Kind kind, const Samples &samples, char *out,
                      const QAtomicInteger<quint8> *abort)
 {
@@ -411,12 +419,17 @@ bool compute(const Request &request, const Samples &samples, int resolution, QBy
         result->clear();
         return true;
     }
+    QByteArray out;
     if (isDifference(request.kind)) {
         const quint64 count = differenceCount(samples.count);
         if (count * 8 > maxResultBytes())
             return false;
-        result->resize(int(count * 8));
-        return writeDifference(request.kind, samples, result->data(), abort);
+        out.resize(int(count * 8));
+        QtViloMemory::adviseHugePages(out.data(), count * 8);
+        if (!writeDifference(request.kind, samples, out.data(), abort))
+            return false;
+        result->swap(out);
+        return true;
     }
     Fft fft(fftSize(samples.count));
     if (!fft.isValid() || fft.bins() * 8 > maxResultBytes())
@@ -425,8 +438,12 @@ bool compute(const Request &request, const Samples &samples, int resolution, QBy
     if (aborted(abort))
         return false;
     fft.execute();
-    result->resize(int(fft.bins() * 8));
-    return writeSpectrum(request.kind, fft, resolution, result->data(), abort);
+    out.resize(int(fft.bins() * 8));
+    QtViloMemory::adviseHugePages(out.data(), fft.bins() * 8);
+    if (!writeSpectrum(request.kind, fft, resolution, out.data(), abort))
+        return false;
+    result->swap(out);
+    return true;
 }
 
 } // namespace QtViloDsp

@@ -95,6 +95,10 @@ void fillInput(const Samples &samples, quint8 window, double *input, quint64 siz
 bool writeSpectrum(Kind kind, const Fft &fft, int resolution, char *out,
                    const QAtomicInteger<quint8> *abort);
 
+// The dBFS of an all-zero bin (magnitude lifted to the smallest normal double) at the given
+// resolution in bits: about -6243 at 16 bits.
+double dbfsFloor(int resolution);
+
 // Values of the first difference of count samples (count - 1, none for fewer than two).
 inline quint64 differenceCount(quint64 count)
 {
@@ -109,7 +113,7 @@ bool writeDifference(Kind kind, const Samples &samples, char *out,
 quint64 maxResultBytes();
 
 // A whole request into result: empty without samples or without an operation. False when
-// aborted, when memory ran out or when the result is too large; result is then unspecified.
+// aborted, when memory ran out or when the result is too large; result then stays as it was.
 bool compute(const Request &request, const Samples &samples, int resolution, QByteArray *result,
              const QAtomicInteger<quint8> *abort = nullptr);
 

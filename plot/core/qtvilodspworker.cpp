@@ -1,5 +1,6 @@
 #include "plot/core/qtvilodspworker.h"
 
+#include "plot/core/qtvilohugepages.h"
 #include "plot/core/qtviloplotitem.h"
 
 #include <QReadLocker>
@@ -82,11 +83,12 @@ bool QtViloDspWorker::runFft(QtViloPlotItem *item, qint32 row, QtViloDsp::Kind k
         return false;
     fft->execute();
 
-    QWriteLocker resultLocker(&item->dspLock());
-    QByteArray &result = item->dspResults()[row];
-    result.resize(int(fft->bins() * 8));
-    return QtViloDsp::writeSpectrum(kind, *fft, item->sampleResolution, result.data(),
-                                    &item->dspAbort);
+    QByteArray result(int(fft->bins() * 8), Qt::Uninitialized);
+    QtViloMemory::adviseHugePages(result.data(), fft->bins() * 8);
+    if (!QtViloDsp::writeSpectrum(kind, *fft, item->sampleResolution, result.data(),
+                                  &item->dspAbort))
+        return false;
+    return publishResult(item, row, result, kind);
 }
 
 bool QtViloDspWorker::runDifference(QtViloPlotItem *item, qint32 row, QtViloDsp::Kind kind)
@@ -99,14 +101,31 @@ bool QtViloDspWorker::runDifference(QtViloPlotItem *item, qint32 row, QtViloDsp:
         qWarning("DSP: a difference of %llu values does not fit a result buffer", count);
         return false;
     }
-    QWriteLocker resultLocker(&item->dspLock());
-    QByteArray &result = item->dspResults()[row];
-    result.resize(int(count * 8));
-    return QtViloDsp::writeDifference(kind, samples, result.data(), &item->dspAbort);
+    QByteArray result(int(count * 8), Qt::Uninitialized);
+    QtViloMemory::adviseHugePages(result.data(), count * 8);
+    if (!QtViloDsp::writeDifference(kind, samples, result.data(), &item->dspAbort))
+        return false;
+    return publishResult(item, row, result, kind);
+}
+
+// Results are built beside the buffer and swapped in whole: an abort leaves the buffer as it
+// stood, and a plot drawing from it waits only for the swap. An abort raised while waiting for
+// the lock still counts.
+bool QtViloDspWorker::publishResult(QtViloPlotItem *item, qint32 row, QByteArray &result,
+                                    QtViloDsp::Kind kind)
+{
+    QWriteLocker locker(&item->dspLock());
+    if (item->dspAbort.loadAcquire())
+        return false;
+    item->dspResults()[row].swap(result);
+    item->dspKinds()[row] = quint8(kind);
+    ++item->dspGeneration;
+    return true;
 }
 
 void QtViloDspWorker::clearResult(QtViloPlotItem *item, qint32 row)
 {
     QWriteLocker locker(&item->dspLock());
     item->dspResults()[row].clear();
+    ++item->dspGeneration;
 }

@@ -42,6 +42,8 @@ private:
     bool runFft(QtViloPlotItem *item, qint32 row, QtViloDsp::Kind kind);
     bool runDifference(QtViloPlotItem *item, qint32 row, QtViloDsp::Kind kind);
     static void clearResult(QtViloPlotItem *item, qint32 row);
+    static bool publishResult(QtViloPlotItem *item, qint32 row, QByteArray &result,
+                              QtViloDsp::Kind kind);
 
     quint8 m_windowType = QtViloDsp::NoWindow;
     quint64 m_windowLength = 0;

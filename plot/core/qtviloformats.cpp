@@ -78,7 +78,9 @@ QString fileType(const QString &path)
             return word;
     }
     const QMimeType mime = QMimeDatabase().mimeTypeForFile(path);
-    if (mime.name() == QLatin1String("text/plain") && looksLikeNumberText(path))
+    // Every text type (csv, tsv and their kin inherit text/plain) gets the content check: a
+    // table of numbers is what people export most.
+    if (mime.inherits(QStringLiteral("text/plain")) && looksLikeNumberText(path))
         return QStringLiteral("asc");
     return QStringLiteral("bin");
 }

@@ -343,10 +343,58 @@ void profile(int typeIndex, const void *data, qint64 count, const QRectF &rect, 
 
 } // namespace QtViloLod
 
-QtViloLodCurve::QtViloLodCurve(QtViloPlotItem *item, int typeIndex, void *owner)
-    : m_item(item), m_typeIndex(typeIndex), m_owner(owner)
+QtViloLodCurve::QtViloLodCurve(QtViloPlotItem *item, int typeIndex, void *owner,
+                               bool dspResult)
+    : m_item(item), m_typeIndex(typeIndex), m_owner(owner), m_dspResult(dspResult)
 {
 }
+
+namespace {
+// The values a curve reduces, under the item's lock for them: its samples, or the DSP
+// result of the DSP plot (index 0) with its value range.
+struct LodSource
+{
+    LodSource(QtViloPlotItem *item, bool dspResult)
+        : locker(dspResult ? &item->dspLock() : &item->dataLock())
+    {
+        if (!dspResult) {
+            data = item->data();
+            count = data ? qMax<qint64>(0, item->sampleCount()) : 0;
+            generation = item->dataGeneration();
+            lo = item->minValue();
+            hi = item->maxValue();
+            return;
+        }
+        generation = item->dspGeneration;
+        const auto it = item->dspResults().constFind(0);
+        if (!item->dspComplete.loadAcquire() || it == item->dspResults().constEnd())
+            return;
+        data = it->constData();
+        count = it->size() / qint64(sizeof(double));
+    }
+    // The value range, found only when a new result needs it.
+    QRectF bounds(bool dspResult)
+    {
+        if (count <= 0)
+            return QRectF();
+        if (dspResult) {
+            lo = QtViloColumnReducer::Detail::minStart<double>();
+            hi = QtViloColumnReducer::Detail::maxStart<double>();
+            QtViloColumnReducer::Detail::minMax<double>(static_cast<const uchar *>(data), 0,
+                                                        count - 1, lo, hi);
+            if (!(lo <= hi))
+                lo = hi = 0.0;
+        }
+        return QRectF(0.0, lo, double(count - 1), hi - lo);
+    }
+    QReadLocker locker;
+    const void *data = nullptr;
+    qint64 count = 0;
+    quint64 generation = 0;
+    double lo = 0.0;
+    double hi = 0.0;
+};
+} // namespace
 
 quint64 QtViloLodCurve::serial() const
 {
@@ -451,15 +499,11 @@ bool QtViloLodCurve::reduce(const QRectF &rect, quint64 requestSerial)
         ++m_serial;
     }
 
-    QReadLocker samples(&m_item->dataLock());
-    const void *data = m_item->data();
-    const qint64 count = data ? qMax<qint64>(0, m_item->sampleCount()) : 0;
-    if (m_item->dataGeneration() != m_generation) {
-        const QRectF bounds = count > 0 ? QRectF(0.0, m_item->minValue(), double(count - 1),
-                                                 m_item->maxValue() - m_item->minValue())
-                                        : QRectF();
-        resetFor(m_item->dataGeneration(), bounds);
-    }
+    LodSource source(m_item, m_dspResult);
+    const void *data = source.data;
+    const qint64 count = source.count;
+    if (source.generation != m_generation)
+        resetFor(source.generation, source.bounds(m_dspResult));
 
     QtViloKeptList current;
     {
@@ -565,9 +609,9 @@ bool QtViloLodCurve::updateProfile(const QRectF &rect, int columns, bool accumul
 {
     if (!m_item)
         return false;
-    QReadLocker samples(&m_item->dataLock());
-    const void *data = m_item->data();
-    const qint64 count = data ? qMax<qint64>(0, m_item->sampleCount()) : 0;
+    LodSource source(m_item, m_dspResult);
+    const void *data = source.data;
+    const qint64 count = source.count;
     if (count <= 0 || columns <= 0)
         return false;
     QVector<double> maxima, minima;
@@ -585,6 +629,6 @@ bool QtViloLodCurve::updateProfile(const QRectF &rect, int columns, bool accumul
         m_profile.minima = minima;
     }
     m_profile.rect = rect;
-    m_profile.generation = m_item->dataGeneration();
+    m_profile.generation = source.generation;
     return true;
 }

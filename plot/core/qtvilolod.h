@@ -41,8 +41,10 @@ public:
         QtViloKeptList list;
     };
 
-    // `owner` is handed back in signals (the drawing curve); `item` holds the samples.
-    QtViloLodCurve(QtViloPlotItem *item, int typeIndex, void *owner = nullptr);
+    // `owner` is handed back in signals (the drawing curve); `item` holds the samples, or with
+    // `dspResult` the DSP result (doubles) the DSP plot draws.
+    QtViloLodCurve(QtViloPlotItem *item, int typeIndex, void *owner = nullptr,
+                   bool dspResult = false);
     QtViloLodCurve(const QtViloLodCurve &) = delete;
     QtViloLodCurve &operator=(const QtViloLodCurve &) = delete;
 
@@ -114,6 +116,7 @@ private:
     QtViloPlotItem *m_item;
     int m_typeIndex;
     void *m_owner;
+    bool m_dspResult;
 
     mutable QReadWriteLock m_serialLock;
     quint64 m_serial = 0;

@@ -2,6 +2,7 @@
 
 #include "plot/core/qtviloasciiparser.h"
 #include "plot/core/qtviloformats.h"
+#include "plot/core/qtvilohugepages.h"
 #include "plot/core/qtviloplotitem.h"
 #include "plot/core/qtviloprocessmemory.h"
 #include "plot/core/qtviloreadrange.h"
@@ -260,6 +261,7 @@ bool QtViloPlotDataReader::readFileItem(QtViloPlotItem *item, bool mapped)
     } else if (count > 0) {
         count = bufferCount;
         next.buffer.resize(int(count * width));
+        QtViloMemory::adviseHugePages(next.buffer.data(), quint64(count * width));
         qint64 got = -1;
         if (file->seek(first))
             got = file->read(next.buffer.data(), count * width);

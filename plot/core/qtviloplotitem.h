@@ -127,6 +127,12 @@ public:
     QReadWriteLock &dspLock() const { return m_dspLock; }
     QHash<qint32, QByteArray> &dspResults() { return m_dspResults; }
     const QHash<qint32, QByteArray> &dspResults() const { return m_dspResults; }
+    // What each result holds (a QtViloDsp::Kind), so the plot can tell dBFS from the rest.
+    QHash<qint32, quint8> &dspKinds() { return m_dspKinds; }
+    const QHash<qint32, quint8> &dspKinds() const { return m_dspKinds; }
+    // Changes (under dspLock() held for writing) whenever a result is replaced or dropped:
+    // level-of-detail lists of the DSP plot are made for one result.
+    quint64 dspGeneration = 0;
     // Set by another thread to stop a running transform; the worker clears it at each start.
     QAtomicInteger<quint8> dspAbort{0};
     // Cleared when a transform starts, set when its result is complete: the DSP plot shows
@@ -156,6 +162,7 @@ private:
 
     mutable QReadWriteLock m_dspLock;
     QHash<qint32, QByteArray> m_dspResults;
+    QHash<qint32, quint8> m_dspKinds;
 
     QSemaphore m_readRequested{0};
     QSemaphore m_readDone{0};

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "plot/core/qtvilosizetext.h"
+
 #include <QMetaType>
 #include <QString>
 
@@ -10,7 +12,9 @@ struct QtViloPlotItemDefaults
     qint32 Step = 1;
     qint64 FileOffset = 0;
     qint64 DataOffset = 0;
-    qint64 MaxPlotSize = 1000000;
+    // The whole of any file the list accepts: no accepted file holds more samples than bytes.
+    // Still below 2^31, so the narrowing on load keeps it.
+    qint64 MaxPlotSize = QtViloSizeText::LargeFileLimit;
     double SampleRate = 1.0;
     qint32 SampleResolution = 16;
     double InputRange = 1.0;

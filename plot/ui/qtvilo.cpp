@@ -14,6 +14,7 @@
 #include <QFileInfo>
 #include <QHBoxLayout>
 #include <QHeaderView>
+#include <QLineEdit>
 #include <QMenu>
 #include <QSettings>
 #include <QSpinBox>
@@ -27,12 +28,13 @@ namespace {
 const QString GeneralGroup = QStringLiteral("QtViloGeneralSettings");
 const QString QuickLinkGroup = QStringLiteral("QtViloQuickLinkSettings");
 
-// Offers a fixed list of texts for a column (the formats, the DSP choices).
+// Offers a list of texts for a column (the formats, the DSP requests); an editable one also
+// takes typed text.
 class ChoiceDelegate : public QStyledItemDelegate
 {
 public:
-    ChoiceDelegate(const QStringList &choices, QObject *parent)
-        : QStyledItemDelegate(parent), m_choices(choices)
+    ChoiceDelegate(const QStringList &choices, bool editable, QObject *parent)
+        : QStyledItemDelegate(parent), m_choices(choices), m_editable(editable)
     {
     }
     QWidget *createEditor(QWidget *parent, const QStyleOptionViewItem &,
@@ -40,12 +42,26 @@ public:
     {
         auto *box = new QComboBox(parent);
         box->addItems(m_choices);
+        box->setEditable(m_editable);
+        if (m_editable) {
+            box->setInsertPolicy(QComboBox::NoInsert);
+            // Return in the text field ends the edit with the typed request, as in a cell.
+            auto *self = const_cast<ChoiceDelegate *>(this);
+            connect(box->lineEdit(), &QLineEdit::returnPressed, self, [self, box] {
+                emit self->commitData(box);
+                emit self->closeEditor(box);
+            });
+        }
         return box;
     }
     void setEditorData(QWidget *editor, const QModelIndex &index) const override
     {
         auto *box = static_cast<QComboBox *>(editor);
-        box->setCurrentIndex(qMax(0, box->findText(index.data(Qt::DisplayRole).toString())));
+        const QString text = index.data(Qt::DisplayRole).toString();
+        const int found = box->findText(text);
+        box->setCurrentIndex(qMax(0, found));
+        if (found < 0 && m_editable)
+            box->setEditText(text);
     }
     void setModelData(QWidget *editor, QAbstractItemModel *model,
                       const QModelIndex &index) const override
@@ -55,7 +71,24 @@ public:
 
 private:
     QStringList m_choices;
+    bool m_editable;
 };
+
+// Every operation the DSP worker knows, the transforms with no window and with each window.
+QStringList dspChoices()
+{
+    QStringList choices{QStringLiteral("None"), QStringLiteral("Select DSP")};
+    const QStringList windows{QStringLiteral("Blackman"), QStringLiteral("BlackmanHarris"),
+                              QStringLiteral("Hann"), QStringLiteral("Hamming"),
+                              QStringLiteral("Flat-Top")};
+    for (const char *fft : {"FFT Magn", "FFT Phase", "FFT dBFS", "FFT PSD"}) {
+        choices << QLatin1String(fft);
+        for (const QString &window : windows)
+            choices << QLatin1String(fft) + QLatin1Char(';') + window;
+    }
+    choices << QStringLiteral("Diff Signed") << QStringLiteral("Diff Abs");
+    return choices;
+}
 } // namespace
 
 QtVilo::QtVilo(QWidget *parent)
@@ -84,10 +117,10 @@ QtVilo::QtVilo(QWidget *parent)
     m_itemsView->setDropIndicatorShown(true);
     m_itemsView->setItemDelegateForColumn(
         QtViloPlotItemsModel::FormatColumn,
-        new ChoiceDelegate(QtViloFormats::displayTexts(), m_itemsView));
+        new ChoiceDelegate(QtViloFormats::displayTexts(), false, m_itemsView));
     m_itemsView->setItemDelegateForColumn(
         QtViloPlotItemsModel::DspColumn,
-        new ChoiceDelegate({QStringLiteral("None"), QStringLiteral("Select DSP")}, m_itemsView));
+        new ChoiceDelegate(dspChoices(), true, m_itemsView));
 
     auto *bar = new QWidget(this);
     buildToolBar(bar);

@@ -163,8 +163,9 @@ QtViloPlot::QtViloPlot(QWidget *parent, Source source) : QwtPlot(parent), m_sour
     connect(axisWidget(xBottom), &QwtScaleWidget::scaleDivChanged, this,
             &QtViloPlot::onScaleChanged);
     connect(axisWidget(yLeft), &QwtScaleWidget::scaleDivChanged, this, &QtViloPlot::onScaleChanged);
-    if (source == SignalSource)
-        startLodThreads();
+    // Each plot reduces its own curves: a spectrum of millions of bins zooms and pans as
+    // smoothly as the samples.
+    startLodThreads();
 }
 
 QtViloPlot::~QtViloPlot()

@@ -167,7 +167,7 @@ private:
     bool m_rescaling = false;
     bool m_viewChangePending = false;
 
-    // Level of detail (signal plot only); threads are quit and waited for before the curves go.
+    // Level of detail; threads are quit and waited for before the curves go.
     QList<QThread *> m_lodThreads;
     QtViloLodWeeder *m_weeder = nullptr;
     QList<QtViloLodWorker *> m_lodWorkers;

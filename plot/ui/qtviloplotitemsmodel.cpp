@@ -16,6 +16,8 @@
 #include <QPointer>
 #include <QThread>
 
+#include <utility>
+
 namespace {
 const char *const Headers[] = {
     QT_TRANSLATE_NOOP("QtViloPlotItemsModel", "Visibility"),
@@ -586,6 +588,8 @@ void QtViloPlotItemsModel::AppendRows(const QStringList &paths, const bool &isMe
     }
     if (!toRead.isEmpty())
         requestRead(toRead, isMemory);
+    if (!isMemory && !toRead.isEmpty())
+        emit PlotFilesOpened();
     // A request that names no memory is never read; its client must still go on.
     if (isMemory && toRead.isEmpty() && !refused.isEmpty())
         releaseRealTimeRequest();
@@ -678,17 +682,28 @@ void QtViloPlotItemsModel::onAsciiReadError(QtViloPlotItem *item, const QString 
     finishRead(item);
     if (!showBox)
         return;
-    const QString title = tr("%1 - File read Error!").arg(item->name());
-    const QString text = heading + QLatin1Char('\n') + detail;
-    if (m_errorBoxOpen) {
-        // Each box runs an event loop of its own inside the one before: unanswered, they
-        // would nest without end.
-        qWarning("%s: %s", qPrintable(title), qPrintable(text));
+    const auto error = qMakePair(tr("%1 - File read Error!").arg(item->name()),
+                                 heading + QLatin1Char('\n') + detail);
+    if (!m_pendingErrors.contains(error))
+        m_pendingErrors << error;
+    // Each box runs an event loop of its own inside the one before: unanswered, they would
+    // nest without end. Errors that come in meanwhile wait for the open box and then show
+    // together in one.
+    if (m_errorBoxOpen)
         return;
-    }
     m_errorBoxOpen = true;
     const QPointer<QtViloPlotItemsModel> self(this);
-    Notify::warning(nullptr, title, text);
+    while (self && !m_pendingErrors.isEmpty()) {
+        const QList<QPair<QString, QString>> errors = std::exchange(m_pendingErrors, {});
+        QString text = errors.first().second;
+        if (errors.size() > 1) {
+            QStringList entries;
+            for (const auto &error : errors)
+                entries << error.first + QLatin1Char('\n') + error.second;
+            text = entries.join(QStringLiteral("\n\n"));
+        }
+        Notify::warning(nullptr, errors.first().first, text);
+    }
     if (self)
         m_errorBoxOpen = false;
 }
@@ -785,46 +800,4 @@ void QtViloPlotItemsModel::onReplicationError(QtViloPlotItem *item, const QStrin
 {
     Q_UNUSED(item)
     Notify::warning(nullptr, title, text);
-}
-
-void QtViloPlotItemsModel::DSPDataUpdateResult(const quint64 &serial, QtViloPlotItem *item,
-                                               const qint32 &row)
-{
-    if (!m_items.contains(item) || item->serial != serial)
-        return;
-    item->dspDone().tryAcquire();
-    emit DspDataUpdated(serial, item, row);
-}
-
-QString QtViloPlotItemsModel::effectiveDspRequest(const QtViloPlotItem *item) const
-{
-    const QString &own = item->dsp;
-    if (!own.isEmpty() && own != QLatin1String("None") && own != QLatin1String("Select DSP"))
-        return own;
-    if (m_dspPlotRequest.isEmpty() || m_dspPlotRequest == QLatin1String("None"))
-        return QString();
-    return m_dspPlotRequest;
-}
-
-void QtViloPlotItemsModel::setDspPlotRequest(const QString &request)
-{
-    if (request == m_dspPlotRequest)
-        return;
-    m_dspPlotRequest = request;
-    for (QtViloPlotItem *item : qAsConst(m_items))
-        requestDsp(item);
-}
-
-void QtViloPlotItemsModel::requestDsp(QtViloPlotItem *item)
-{
-    const QString request = effectiveDspRequest(item);
-    item->dspAbort.storeRelease(1); // a running transform of an older request is of no use
-    if (request.isEmpty()) {
-        QWriteLocker locker(&item->dspLock());
-        item->dspResults().remove(DspPlotIndex);
-        item->dspComplete.storeRelease(0);
-        emit DspDataUpdated(item->serial, item, DspPlotIndex);
-        return;
-    }
-    emit requestDSP(item->serial, item, request, DspPlotIndex);
 }

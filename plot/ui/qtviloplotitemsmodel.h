@@ -108,6 +108,9 @@ signals:
     void DspDataUpdated(const quint64 &serial, QtViloPlotItem *item, const qint32 &index);
     // A replica of an item was written.
     void ItemReplicated(const QString &path);
+    // Files were accepted into the list (opened, dropped, sent by the explorer): the window
+    // brings the plots forward.
+    void PlotFilesOpened();
 
 public slots:
     void AppendRows(const QStringList &paths, const bool &isMemory);
@@ -154,9 +157,10 @@ private:
     // Read failures of memory items already shown: a client that keeps asking for a broken
     // range gets one box, not one per request.
     QSet<QString> m_shownMemoryErrors;
-    // A read error box is open: errors that come meanwhile (clients that keep going away while
-    // nobody is at the screen) go to the message log instead of stacking boxes.
+    // A read error box is open: errors that come meanwhile wait in m_pendingErrors (each once)
+    // and are listed in one box when it closes, instead of stacking boxes.
     bool m_errorBoxOpen = false;
+    QList<QPair<QString, QString>> m_pendingErrors;
     QString m_dspPlotRequest = QStringLiteral("None");
     bool m_memoryMapped = false;
     bool m_signalPlotEnabled = true;

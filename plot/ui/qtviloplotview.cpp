@@ -8,6 +8,7 @@
 #include "plot/ui/qtviloplotsettingsdialog.h"
 #include "plot/ui/qtvilotoolcombobox.h"
 #include "plot/ui/qtvilozoomer.h"
+#include "util/ui/notify.h"
 
 #include <QComboBox>
 #include <QDateTime>
@@ -17,8 +18,10 @@
 #include <QFileInfo>
 #include <QLayout>
 #include <QMenu>
+#include <QImage>
 #include <QMouseEvent>
 #include <QSettings>
+#include <QSvgGenerator>
 #include <QToolBar>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -280,7 +283,7 @@ void QtViloPlotView::buildToolBar()
         setSettings(values);
     });
     QAction *pdf = addTool(ExportTool, QStringLiteral("://Images/pdf.png"),
-                           tr("Export the plot to a PDF file"), false);
+                           tr("Export the plot to a PDF, PNG or SVG file"), false);
     connect(pdf, &QAction::triggered, this, &QtViloPlotView::exportPdfWithDialog);
     QAction *settings = addTool(SettingsTool, QStringLiteral("://Images/settings.png"),
                                 tr("Change plot settings.\nThese settings will be cached."), false);
@@ -420,9 +423,18 @@ void QtViloPlotView::updateAxes(bool replot)
         amplitudeFactor = 1.0;
         codeTitle = amplitudeAxisTitle(yUnit);
     }
+    QString amplitudeTitle = amplitudeAxisTitle(yUnit);
+    if (QtViloPlotAxes::drawableFactor(amplitudeFactor) != amplitudeFactor) {
+        // A gain or input range of 0 leaves no volts per code: the unit axis shows codes and
+        // says why, instead of labelling codes as volts.
+        amplitudeTitle = tr("Amplitude [Codes] (no %1 scale: check Gain and Input Range)")
+                             .arg(yUnit);
+        amplitudeFactor = 1.0;
+        yUnit = tr("Codes");
+    }
     m_axes->setBaseTitles(tr("Sample Index"), codeTitle);
     m_axes->setTimeScale(timeFactor, fft ? frequencyAxisTitle(xUnit) : timeAxisTitle(xUnit));
-    m_axes->setAmplitudeScale(amplitudeFactor, amplitudeAxisTitle(yUnit));
+    m_axes->setAmplitudeScale(amplitudeFactor, amplitudeTitle);
     m_markers->setScale(timeFactor, xUnit, amplitudeFactor, yUnit);
     m_axes->apply(replot);
 
@@ -623,14 +635,49 @@ bool QtViloPlotView::exportPdf(const QString &path)
     return QFileInfo(path).size() > 0;
 }
 
+bool QtViloPlotView::exportTo(const QString &path)
+{
+    const QString suffix = QFileInfo(path).suffix().toLower();
+    if (suffix != QLatin1String("png") && suffix != QLatin1String("svg"))
+        return exportPdf(path);
+    QFile::remove(path);
+    QwtPlotRenderer renderer;
+    const QSize size = m_plot->size();
+    if (suffix == QLatin1String("svg")) {
+        QSvgGenerator generator;
+        generator.setFileName(path);
+        generator.setSize(size);
+        generator.setViewBox(QRect(QPoint(0, 0), size));
+        generator.setTitle(m_plot->windowTitle());
+        renderer.renderTo(m_plot, generator);
+        return QFileInfo(path).size() > 0;
+    }
+    QImage image(size, QImage::Format_ARGB32);
+    image.fill(Qt::white);
+    renderer.renderTo(m_plot, image);
+    return image.save(path, "PNG");
+}
+
 void QtViloPlotView::exportPdfWithDialog()
 {
-    const QString path = QFileDialog::getSaveFileName(
-        this, tr("Export Plot"),
-        QDir::home().filePath(defaultPdfFileName(QDateTime::currentDateTime())),
-        tr("PDF Files (*.pdf)"));
-    if (!path.isEmpty())
-        exportPdf(path);
+    const QString pdfName = defaultPdfFileName(QDateTime::currentDateTime());
+    QString filter;
+    QString path = QFileDialog::getSaveFileName(
+        this, tr("Export Plot"), QDir::home().filePath(pdfName),
+        tr("PDF Files (*.pdf);;PNG Images (*.png);;SVG Images (*.svg)"), &filter);
+    if (path.isEmpty())
+        return;
+    // A name typed without a suffix takes the one of the chosen filter.
+    if (QFileInfo(path).suffix().isEmpty()) {
+        if (filter.contains(QLatin1String("*.png")))
+            path += QStringLiteral(".png");
+        else if (filter.contains(QLatin1String("*.svg")))
+            path += QStringLiteral(".svg");
+        else
+            path += QStringLiteral(".pdf");
+    }
+    if (!exportTo(path))
+        Notify::warning(this, tr("Export Error!"), tr("Unable to write the plot to %1").arg(path));
 }
 
 bool QtViloPlotView::eventFilter(QObject *watched, QEvent *event)

@@ -85,12 +85,16 @@ public:
 
     // Writes the plot as it is shown to a PDF; false when nothing could be written.
     bool exportPdf(const QString &path);
+    // By the path's suffix: ".png" and ".svg" at the plot's size on screen, anything else
+    // as a PDF. False when nothing could be written.
+    bool exportTo(const QString &path);
     static QString defaultPdfFileName(const QDateTime &when);
 
 public slots:
     // Recomputes every curve's factors from its item's row and updates axes and markers.
     void updateScaleFactors();
     void openSettingsDialog();
+    // Asks for a file and its format (PDF, PNG or SVG) and writes the plot to it.
     void exportPdfWithDialog();
 
 protected:

@@ -1,5 +1,6 @@
 #include "plot/ui/qtviloseriesdata.h"
 
+#include "plot/core/qtvilodsp.h"
 #include "plot/core/qtviloformats.h"
 
 #include <QPaintEngine>
@@ -9,14 +10,14 @@
 #include <qwt_symbol.h>
 
 #include <cmath>
+#include <limits>
 #include <memory>
 
 QtViloSeriesDataBase::QtViloSeriesDataBase(QtViloPlotItem *item, int typeIndex, Source source,
                                            void *owner)
     : m_item(item), m_typeIndex(typeIndex), m_source(source)
 {
-    if (source == Samples)
-        m_lod = QSharedPointer<QtViloLodCurve>::create(item, typeIndex, owner);
+    m_lod = QSharedPointer<QtViloLodCurve>::create(item, typeIndex, owner, source == DspResult);
 }
 
 QtViloSeriesDataBase::Access::Access(const QtViloSeriesDataBase &series, bool wait)
@@ -43,6 +44,7 @@ QtViloSeriesDataBase::Access::Access(const QtViloSeriesDataBase &series, bool wa
         return;
     data = reinterpret_cast<const uchar *>(it->constData());
     count = it->size() / qint64(sizeof(double));
+    kind = item->dspKinds().value(0);
 }
 
 QtViloSeriesDataBase::Access::~Access()
@@ -68,15 +70,7 @@ QRectF QtViloSeriesDataBase::boundingRect() const
         hi = m_item->maxValue();
     } else {
         if (m_rangeKey != access.data || m_rangeCount != access.count) {
-            double rangeLo = QtViloColumnReducer::Detail::minStart<double>();
-            double rangeHi = QtViloColumnReducer::Detail::maxStart<double>();
-            QtViloColumnReducer::Detail::minMax<double>(access.data, 0, access.count - 1,
-                                                        rangeLo, rangeHi);
-            if (!(rangeLo <= rangeHi)) // all NaN
-                rangeLo = rangeHi = 0.0;
-            // dBFS of silence is far below anything else shown: keep it off the scale.
-            m_range = QRectF(0.0, qMax(rangeLo, -400.0), 0.0, 0.0);
-            m_range.setBottom(qMax(rangeHi, m_range.top()));
+            m_range = dspValueRange(access);
             m_rangeKey = access.data;
             m_rangeCount = access.count;
         }
@@ -84,6 +78,30 @@ QRectF QtViloSeriesDataBase::boundingRect() const
         hi = m_range.bottom();
     }
     return QRectF(0.0, lo, double(access.count - 1), hi - lo);
+}
+
+QRectF QtViloSeriesDataBase::dspValueRange(const Access &access) const
+{
+    double lo = QtViloColumnReducer::Detail::minStart<double>();
+    double hi = QtViloColumnReducer::Detail::maxStart<double>();
+    if (access.kind == quint8(QtViloDsp::Kind::DBFS)) {
+        // Bins of exact silence sit at the floor, thousands of dB below anything real; scaled
+        // from the rest, a clean tone reads as a peak over its noise, and floor bins fall to
+        // the bottom edge.
+        const double above = QtViloDsp::dbfsFloor(m_item->sampleResolution) + 1.0;
+        for (qint64 i = 0; i < access.count; ++i) {
+            const double v = QtViloColumnReducer::Detail::load<double>(access.data, i);
+            if (v > above && v < std::numeric_limits<double>::infinity()) {
+                lo = qMin(lo, v);
+                hi = qMax(hi, v);
+            }
+        }
+    }
+    if (!(lo <= hi))
+        QtViloColumnReducer::Detail::minMax<double>(access.data, 0, access.count - 1, lo, hi);
+    if (!(lo <= hi)) // all NaN
+        lo = hi = 0.0;
+    return QRectF(0.0, lo, 0.0, hi - lo);
 }
 
 bool QtViloSeriesDataBase::linearMap(const QwtScaleMap &map, QtViloColumnReducer::LinearMap &out)
@@ -210,7 +228,8 @@ void QtViloSeriesDataBase::drawWith(QtViloColumnReducer::ReduceFunction reduce, 
         if (m_lod && linear) {
             quint64 generation = 0;
             kept = m_lod->currentList(&generation);
-            useKept = generation == m_item->dataGeneration();
+            useKept = generation == (m_source == Samples ? m_item->dataGeneration()
+                                                         : m_item->dspGeneration);
             if (useKept) {
                 // A list that keeps every shown sample it looked at draws exactly as none.
                 const qint64 scanBegin = qBound(first, kept.scanBegin(), last + 1);
@@ -318,7 +337,7 @@ QtViloSeriesDataBase *createQtViloSeriesData(QtViloPlotItem *item,
                                              QtViloSeriesDataBase::Source source, void *owner)
 {
     if (source == QtViloSeriesDataBase::DspResult)
-        return new QtViloSeriesData<double>(item, QtViloFormats::DoubleType, source);
+        return new QtViloSeriesData<double>(item, QtViloFormats::DoubleType, source, owner);
     const int type = item->typeIndex();
     switch (type) {
     case QtViloFormats::Int8Type:

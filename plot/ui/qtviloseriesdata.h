@@ -19,8 +19,8 @@ class QwtSymbol;
 // the drawing of the curve by pixel column. The item keeps the samples; this only reads them
 // under the item's lock, so the reader may swap them at any time between two draws.
 //
-// Samples curves carry their level-of-detail state: once a worker has reduced the curve for
-// the current view, only the kept samples are drawn.
+// Curves carry their level-of-detail state (of the samples, or of the DSP result): once a
+// worker has reduced the curve for the current view, only the kept values are drawn.
 class QtViloSeriesDataBase : public QwtSeriesData<QPointF>
 {
 public:
@@ -33,7 +33,6 @@ public:
     Source source() const { return m_source; }
     // The type index this instance was made for; a format change needs a new instance.
     int typeIndex() const { return m_typeIndex; }
-    // Null for DSP results, which are drawn whole.
     const QSharedPointer<QtViloLodCurve> &lod() const { return m_lod; }
     // Forget the cached value range of a DSP result (it was computed again).
     void invalidate() { m_rangeKey = nullptr; }
@@ -71,6 +70,8 @@ public:
         Access &operator=(const Access &) = delete;
         const uchar *data = nullptr;
         qint64 count = 0;
+        // What a DSP result holds (a QtViloDsp::Kind); 0 for samples.
+        quint8 kind = 0;
 
     private:
         QReadWriteLock *m_lock = nullptr;
@@ -84,6 +85,8 @@ protected:
     void drawKept(QtViloColumnReducer::ReduceFunction reduce, const uchar *data,
                   const QtViloColumnReducer::Params &params, const QtViloKeptList &kept,
                   QVector<QPointF> &points) const;
+    // Value range (top and height) of a DSP result for the y axis.
+    QRectF dspValueRange(const Access &access) const;
     // Sample i of `data` (from an Access) as a double.
     double valueOf(const uchar *data, qint64 i) const;
 

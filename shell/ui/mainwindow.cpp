@@ -367,6 +367,8 @@ void MainWindow::connectSignals()
     connect(qApp, &QApplication::focusChanged, this, &MainWindow::onfocusChanged);
     connect(m_fsExplorer, &FsExplorerWidget::PlotRequest, m_plotList->model(),
             &QtViloPlotItemsModel::AppendRows);
+    connect(m_plotList->model(), &QtViloPlotItemsModel::PlotFilesOpened, this,
+            &MainWindow::bringPlotsForward);
     connect(m_fsExplorer, &FsExplorerWidget::TaskQueueRequest, m_updaterPanel->taskModel(),
             &TreeModel::AppendRows);
     connect(m_fsExplorer, &FsExplorerWidget::OpenTextRequest, this, &MainWindow::openTextFiles);

@@ -78,6 +78,8 @@ public slots:
     void onPlotItemsListPopupBtnMenuShow();
     void updatePlotListPopupBtn();
     void onPlotItemsListPopupBtnMenuHide();
+    // Shows the Signal Plot and the Plot Items List in front once sample files are opened.
+    void bringPlotsForward();
     void openRecentFile();
     void openTextFiles(QStringList &FilePathList);
     void openFiles(QStringList &FileList);

@@ -325,6 +325,19 @@ void MainWindow::onPlotItemsListPopupBtnMenuShow()
     }
 }
 
+void MainWindow::bringPlotsForward()
+{
+    // A layout may have left either dock out altogether: put it back beside the other.
+    if (dockWidgetArea(m_plotADock) == Qt::NoDockWidgetArea && !m_plotADock->isFloating())
+        addDockWidget(Qt::TopDockWidgetArea, m_plotADock);
+    if (dockWidgetArea(m_plotListDock) == Qt::NoDockWidgetArea && !m_plotListDock->isFloating())
+        splitDockWidget(m_plotADock, m_plotListDock, Qt::Vertical);
+    for (DockWidget *dock : {m_plotADock, m_plotListDock}) {
+        dock->show();
+        dock->raise();
+    }
+}
+
 void MainWindow::onPlotItemsListPopupBtnMenuHide()
 {
     if (m_plotList->parentWidget() == m_plotListPopupHost)

@@ -423,21 +423,16 @@ private slots:
     {
         auto item = fileItem("modes.int32", bytesOf(samplesOf<qint32>(256)), "Int32");
         QVERIFY(read(item.get(), true));
-        QVERIFY(item->cachedMapped);
-        QVERIFY(item->mapping());
         QVERIFY(read(item.get(), false));
-        QVERIFY(!item->cachedMapped);
-        QCOMPARE(item->mapping(), nullptr);
-        QCOMPARE(item->buffer().size(), 256 * 4);
+        QCOMPARE(item->mapping(), nullptr); // a stream read lets go of the file
         QVERIFY(read(item.get(), false, true));
         QCOMPARE(item->sampleCount(), qint64(256));
+        QCOMPARE(item->valueAt(255), double(samplesOf<qint32>(256).last()));
         QVERIFY(read(item.get(), true));
         QVERIFY(read(item.get(), true, false, true, 3)); // clears, and keeps the total
         QCOMPARE(item->sampleCount(), qint64(0));
         QCOMPARE(item->totalSampleCount(), qint64(256));
         QCOMPARE(item->data(), nullptr);
-        QCOMPARE(item->mapping(), nullptr);
-        QCOMPARE(item->buffer().size(), 0);
         QCOMPARE(item->readDone().available(), 5);
     }
 

@@ -136,7 +136,6 @@ class TestPlotLod : public QObject
     Q_OBJECT
 
 private slots:
-    void keptListForms();
     void scanMatchesReference_data();
     void scanMatchesReference();
     void edgeRanges();
@@ -145,53 +144,6 @@ private slots:
     void abortStepsBack();
     void profilesPersist();
 };
-
-void TestPlotLod::keptListForms()
-{
-    // Random masks through the builder, once sparse (bitmap) and once in long runs.
-    QRandomGenerator rng(7);
-    for (int density : {2, 60}) {
-        const qint64 begin = 13, end = 13 + 64 * 300 + 17;
-        QtViloKeptListBuilder builder(begin, end);
-        std::vector<qint64> expected;
-        builder.add(begin);
-        expected.push_back(begin);
-        for (qint64 b = begin + 1; b < end; b += 64) {
-            quint64 mask = 0;
-            for (int k = 0; k < 64 && b + k < end; ++k) {
-                const bool on = density > 30 ? (rng.bounded(density) != 0)
-                                             : (rng.bounded(density) == 0);
-                if (on) {
-                    mask |= quint64(1) << k;
-                    expected.push_back(b + k);
-                }
-            }
-            builder.addBlock(b, mask);
-        }
-        const QtViloKeptList list = builder.take();
-        QCOMPARE(indices(list), expected);
-        QCOMPARE(list.count(), qint64(expected.size()));
-        // Never more than about a bit per index of the range.
-        QVERIFY(list.byteSize() <= (end - begin) / 8 + 256);
-        // Clipped runs.
-        const qint64 from = begin + 1000, to = begin + 3000;
-        std::vector<qint64> clipped;
-        for (qint64 i : expected) {
-            if (i >= from && i < to)
-                clipped.push_back(i);
-        }
-        std::vector<qint64> got;
-        list.forEachRun(from, to, [&](qint64 b, qint64 e) {
-            for (qint64 i = b; i < e; ++i)
-                got.push_back(i);
-        });
-        QCOMPARE(got, clipped);
-    }
-    const QtViloKeptList all = QtViloKeptList::range(0, 1000);
-    QVERIFY(all.holdsAll(1000));
-    QVERIFY(!all.holdsAll(1001));
-    QCOMPARE(all.runs().size(), size_t(1));
-}
 
 void TestPlotLod::scanMatchesReference_data()
 {

@@ -12,6 +12,7 @@
 #include <QtTest>
 
 #include <cmath>
+#include <cstring>
 #include <memory>
 
 namespace {
@@ -41,22 +42,25 @@ private slots:
     void threadsAreNamed();
     void eachCurveOncePerSerial();
     void profilesFollowTheView();
+    void keptSamplesDrawTheSamePixels_data();
     void keptSamplesDrawTheSamePixels();
 };
 
 void TestPlotLodWorkers::threadsAreNamed()
 {
-    QtViloPlot plot;
-    QStringList names;
-    for (QThread *thread : plot.findChildren<QThread *>()) {
-        QVERIFY(thread->isRunning());
-        names << thread->objectName();
+    // Each plot, the DSP plot too, owns its level-of-detail threads.
+    for (QtViloPlot::Source source : {QtViloPlot::SignalSource, QtViloPlot::DspSource}) {
+        QtViloPlot plot(nullptr, source);
+        QStringList names;
+        for (QThread *thread : plot.findChildren<QThread *>()) {
+            QVERIFY(thread->isRunning());
+            names << thread->objectName();
+        }
+        names.sort();
+        QCOMPARE(names, (QStringList{"LodWorkerThread 1", "LodWorkerThread 2",
+                                     "ProfilerThread 1", "ProfilerThread 2",
+                                     "m_LodWeederThread"}));
     }
-    names.sort();
-    QCOMPARE(names, (QStringList{"LodWorkerThread 1", "LodWorkerThread 2", "ProfilerThread 1",
-                                 "ProfilerThread 2", "m_LodWeederThread"}));
-    QtViloPlot dsp(nullptr, QtViloPlot::DspSource);
-    QVERIFY(dsp.findChildren<QThread *>().isEmpty()); // DSP results are drawn whole
 }
 
 void TestPlotLodWorkers::eachCurveOncePerSerial()
@@ -157,28 +161,44 @@ void TestPlotLodWorkers::profilesFollowTheView()
     QCOMPARE(bottom, -1000.0);
 }
 
+void TestPlotLodWorkers::keptSamplesDrawTheSamePixels_data()
+{
+    QTest::addColumn<bool>("dsp");
+    QTest::newRow("signal plot") << false;
+    // A 2^24-bin spectrum must zoom and pan as smoothly as the samples.
+    QTest::newRow("DSP plot") << true;
+}
+
 void TestPlotLodWorkers::keptSamplesDrawTheSamePixels()
 {
+    QFETCH(bool, dsp);
     // A wandering signal under a narrow band: most samples lie outside it and are dropped.
     auto item = std::make_unique<QtViloPlotItem>(QStringLiteral("walk"), false,
                                                  QtViloPlotItemDefaults());
     {
         QWriteLocker locker(&item->dataLock());
+        QWriteLocker results(&item->dspLock());
         const int n = 300000;
         item->buffer() = QByteArray(n * 2, '\0');
         auto *out = reinterpret_cast<qint16 *>(item->buffer().data());
+        QByteArray &result = item->dspResults()[QtViloPlot::DspIndex];
+        result.resize(n * int(sizeof(double)));
         quint32 seed = 11;
         int walk = 0;
         for (int i = 0; i < n; ++i) {
             seed = seed * 1664525u + 1013904223u;
             walk = qBound(-20000, walk + int(seed >> 22) - 512, 20000);
             out[i] = qint16(walk);
+            const double value = walk;
+            memcpy(result.data() + i * sizeof(double), &value, sizeof(double));
         }
         item->setData(out);
         item->setSampleCount(n);
         item->setValueRange(-20000, 20000);
+        item->dspComplete.storeRelease(1);
+        ++item->dspGeneration;
     }
-    QtViloPlot plot;
+    QtViloPlot plot(nullptr, dsp ? QtViloPlot::DspSource : QtViloPlot::SignalSource);
     plot.resize(700, 400);
     plot.show();
     QVERIFY(QTest::qWaitForWindowExposed(&plot));
@@ -186,6 +206,7 @@ void TestPlotLodWorkers::keptSamplesDrawTheSamePixels()
     plot.setAxisScale(QwtPlot::xBottom, 20000, 220000);
     plot.setAxisScale(QwtPlot::yLeft, -3000, 1000);
     plot.replot();
+    QVERIFY(plot.curves().first()->seriesData()->lod());
     QtViloLodCurve &lod = *plot.curves().first()->seriesData()->lod();
     QTRY_VERIFY_WITH_TIMEOUT(QtViloLodCurve::sameRect(lod.lastRect(), plot.rectOfInterest()) &&
                                  lod.done.loadAcquire(),

@@ -2,6 +2,7 @@
 
 #include "plottestutil.h"
 
+#include "plot/core/qtviloplotitem.h"
 #include "plot/ui/qtvilo.h"
 #include "plot/ui/qtviloplot.h"
 #include "plot/ui/qtviloplotcurve.h"
@@ -15,10 +16,12 @@
 #include <QAction>
 #include <QComboBox>
 #include <QFile>
+#include <QLineEdit>
 #include <QMenu>
 #include <QMouseEvent>
 #include <QSettings>
 #include <QSignalSpy>
+#include <QTableView>
 #include <QTemporaryDir>
 #include <QToolButton>
 #include <QtTest>
@@ -30,6 +33,7 @@
 #include <qwt_scale_draw.h>
 #include <qwt_symbol.h>
 
+#include <cstring>
 #include <memory>
 
 namespace {
@@ -119,11 +123,6 @@ private slots:
         QtVilo panel;
         QtViloPlotView *signal = panel.signalView();
         QtViloPlotView *dsp = panel.dspView();
-        QCOMPARE(panel.plotView(0), signal);
-        QCOMPARE(panel.plotView(1), dsp);
-        QCOMPARE(signal->plot(), panel.signalPlot());
-        QCOMPARE(dsp->plot(), panel.dspPlot());
-        QVERIFY(dsp->isDspView() && !signal->isDspView());
 
         const QStringList times = {"Time in Pico Seconds", "Time in Nano Seconds",
                                    "Time in Micro Seconds", "Time in Milli Seconds",
@@ -255,9 +254,15 @@ private slots:
         QVERIFY(!plot->axisEnabled(QwtPlot::xTop) && !plot->axisEnabled(QwtPlot::yRight));
         QVERIFY(plot->axisEnabled(QwtPlot::xBottom) && plot->axisEnabled(QwtPlot::yLeft));
 
-        // New row values reach the factors at once.
+        // New row values reach the factors at once. A gain of 0 leaves no volts per code:
+        // the unit axis shows codes and says so rather than calling them millivolts.
         QVERIFY(panel.model()->setData(panel.model()->index(0, Model::GainColumn), 2.0));
         QCOMPARE(curve->amplitudeFactor(), 0.5 / 8192 * 1000 / 2.0);
+        QVERIFY(panel.model()->setData(panel.model()->index(0, Model::GainColumn), 0.0));
+        QVERIFY(qIsInf(curve->amplitudeFactor()));
+        QCOMPARE(plot->axisTitle(QwtPlot::yLeft).text(),
+                 QStringLiteral("Amplitude [Codes] (no mV scale: check Gain and Input Range)"));
+        QCOMPARE(plot->axisScaleDraw(QwtPlot::yLeft)->label(300.0).text(), QStringLiteral("300"));
     }
 
     void dspPlotUsesBinFrequencyAfterFft()
@@ -294,6 +299,65 @@ private slots:
         QCOMPARE(plot->axisTitle(QwtPlot::xTop).text(), QStringLiteral("Time [ns]"));
         for (QtViloPlotCurve *shown : plot->curves())
             QCOMPARE(shown->timeFactor(), 1.0);
+    }
+
+    void dspPlotOfACleanToneShowsAPeakOverTheNoiseAndTheColumnAnyKind()
+    {
+        // Offset plus a tone at a quarter of the rate: every other bin is exactly zero and
+        // lies at the floor, thousands of dB down.
+        QFile file(m_dir.filePath(QStringLiteral("tone.int16")));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        for (int i = 0; i < 4096; ++i) {
+            const qint16 v = qint16(1000 + (i % 2 ? (i % 4 == 1 ? 8000 : -8000) : 0));
+            file.write(reinterpret_cast<const char *>(&v), 2);
+        }
+        file.close();
+        QtVilo panel;
+        QtViloPlot *plot = panel.dspPlot();
+        ShownAlone shown(panel.dspView());
+        QVERIFY(QTest::qWaitForWindowExposed(panel.dspView()));
+        panel.openFiles({file.fileName()});
+        panel.dspView()->dspChoiceBox()->setCurrentText(QStringLiteral("FFT dBFS"));
+        QTRY_VERIFY_WITH_TIMEOUT(!plot->curves().isEmpty() &&
+                                     plot->curves().first()->pointCount() == 2049,
+                                 kLoadTimeout);
+        QtViloPlotItem *item = panel.model()->item(0);
+        {
+            QReadLocker locker(&item->dspLock());
+            const QByteArray &result = item->dspResults().value(QtViloPlot::DspIndex);
+            double bin = 0.0;
+            memcpy(&bin, result.constData() + 8, 8);
+            QVERIFY2(bin < -6000.0, qPrintable(QString::number(bin)));
+        }
+        // The amplitude axis spans the tone and the offset, not down to the floor or a clamp.
+        QTRY_VERIFY(interval(plot, QwtPlot::yLeft).minValue() > -100.0);
+        QVERIFY(interval(plot, QwtPlot::yLeft).maxValue() >= -18.3); // 4000 of 32768 codes
+        // The DSP column's editor offers every kind with every window and takes typed text.
+        panel.resize(1000, 400);
+        panel.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&panel));
+        QTableView *list = panel.itemsView();
+        const QModelIndex cell = panel.model()->index(0, Model::DspColumn);
+        list->edit(cell);
+        auto *editor = list->viewport()->findChild<QComboBox *>();
+        QVERIFY(editor);
+        const QStringList choices = entries(editor);
+        QCOMPARE(choices.size(), 2 + 4 * 6 + 2);
+        for (const char *choice : {"None", "Select DSP", "FFT Magn", "FFT Phase;Hann",
+                                   "FFT PSD;BlackmanHarris", "FFT dBFS;Hamming",
+                                   "FFT Magn;Flat-Top", "Diff Signed", "Diff Abs"})
+            QVERIFY2(choices.contains(QLatin1String(choice)), choice);
+        QVERIFY(editor->isEditable());
+        editor->lineEdit()->selectAll();
+        QTest::keyClicks(editor->lineEdit(), QStringLiteral("Diff Signed"));
+        QTest::keyClick(editor->lineEdit(), Qt::Key_Return);
+        QCOMPARE(cell.data().toString(), QStringLiteral("Diff Signed"));
+        // The DSP plot shows the item's own request: 4095 differences of the tone.
+        QTRY_VERIFY_WITH_TIMEOUT(!plot->curves().isEmpty() &&
+                                     plot->curves().first()->pointCount() == 4095,
+                                 kLoadTimeout);
+        QCOMPARE(plot->curves().first()->sample(0).y(), 8000.0);
+        QCOMPARE(plot->curves().first()->sample(1).y(), -8000.0);
     }
 
     void settingsAreCachedPerPlot()
@@ -349,11 +413,9 @@ private slots:
         QtVilo panel;
         for (QtViloPlotView *view : {panel.signalView(), panel.dspView()}) {
             QVERIFY(view->settings() == changed);
-            QVERIFY(view->axisAction(Axes::IndexCodeAxis)->isChecked());
-            QVERIFY(!view->axisAction(Axes::TimeAxis)->isChecked());
-            QVERIFY(view->axisAction(Axes::UnitAxis)->isChecked());
-            QVERIFY(!view->axisAction(Axes::CodeUnitSwap)->isChecked());
-            QVERIFY(view->axisAction(Axes::IndexTimeSwap)->isChecked());
+            QCOMPARE(view->axisButton()->property("axisIcon").toString(), QStringLiteral("yxy"));
+            QCOMPARE(view->plot()->axisTitle(QwtPlot::xBottom).text().left(6),
+                     QStringLiteral("Time ["));
             QCOMPARE(view->timeUnitBox()->currentText(), QStringLiteral("Time in Pico Seconds"));
             QCOMPARE(view->amplitudeUnitBox()->currentText(), QStringLiteral("Ampl in Volts"));
             QVERIFY(view->toolAction(QtViloPlotView::MaxMinTool)->isChecked());
@@ -465,6 +527,24 @@ private slots:
         QVERIFY(file.open(QIODevice::ReadOnly));
         QVERIFY(file.size() > 1000);
         QCOMPARE(file.read(4), QByteArray("%PDF"));
+
+        // PNG and SVG come at the plot's size, for pasting into reports.
+        const QString png = m_dir.filePath(QStringLiteral("plot.png"));
+        QVERIFY(view->exportTo(png));
+        const QImage image(png);
+        QCOMPARE(image.size(), plot->size());
+        QCOMPARE(image.pixelColor(image.width() / 2, 2), QColor(Qt::white));
+        const QString svg = m_dir.filePath(QStringLiteral("plot.svg"));
+        QVERIFY(view->exportTo(svg));
+        QFile svgFile(svg);
+        QVERIFY(svgFile.open(QIODevice::ReadOnly));
+        const QByteArray svgText = svgFile.readAll();
+        QVERIFY(svgText.contains("<svg"));
+        QVERIFY(svgText.contains(QStringLiteral("viewBox=\"0 0 %1 %2\"")
+                                     .arg(plot->width())
+                                     .arg(plot->height())
+                                     .toLatin1()));
+        QVERIFY(svgText.contains("<polyline") || svgText.contains("<path"));
     }
 
     void curveOptionsLegendAndZoomResets()
@@ -513,16 +593,9 @@ private slots:
         QCOMPARE(plot->selectedCurve(), second);
         QVERIFY(label->isChecked());
 
-        // The max/min overlay goes to the plot and into the settings.
-        QSignalSpy pov(plot, &QtViloPlot::PovSettingsChanged);
+        // The max/min overlay goes to the plot's profilers.
         view->toolAction(QtViloPlotView::MaxMinTool)->trigger();
-        QCOMPARE(pov.count(), 1);
-        QCOMPARE(pov.first().at(2).toBool(), true);
-        QCOMPARE(pov.first().at(3).toBool(), true);
-        QVERIFY(QSettings()
-                    .value(QStringLiteral("QtViloSignalPlotSettingsValues/"
-                                          "SignalPlotShowMaxMin"))
-                    .toBool());
+        QVERIFY(plot->showsMaxProfile() && plot->showsMinProfile());
 
         // Without the reset option a zoom survives a new curve.
         values = view->settings();

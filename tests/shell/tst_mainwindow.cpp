@@ -409,11 +409,16 @@ private slots:
         QMimeData data;
         data.setUrls({QUrl::fromLocalFile(firmware), QUrl::fromLocalFile(sample)});
         const QPoint onList = taskList->mapTo(window.get(), taskList->rect().center());
+        QtVilo *plots = window->plotList();
+        QVERIFY(!plots->isVisible()); // the default layout leaves the list out
         window->redirectDrop(&data, onList);
         QCOMPARE(window->updaterPanel()->taskModel()->filePaths(), QStringList{firmware});
         QCOMPARE(window->updaterPanel()->taskModel()->recentFirmwarePaths(), QStringList{firmware});
-        // What the list cannot use comes back through the main window's dispatch.
-        QCOMPARE(window->plotList()->model()->rowCount(), 1);
+        // What the list cannot use comes back through the main window's dispatch, and the
+        // sample file brings the Signal Plot and the Plot Items List to the front.
+        QCOMPARE(plots->model()->rowCount(), 1);
+        QVERIFY(plots->isVisible());
+        QVERIFY(plots->plotView(0)->isVisible());
 
         const QString log = makeFile("drop.log");
         QMimeData elsewhere;
