@@ -16,8 +16,8 @@ class OccurrenceFilter;
 //   StartFileSearchTask -> searcher()->SearchTextInFile,
 //   SelectionsFilterRequest / SpanSliderAnnotationsUpdateRequest / ClearAnnotationsRequest
 //   -> filter()->on...; and back: FileIndexed, FileAppended, SpanSliderAnnotationsUpdated,
-//   SearchProcessed, MatchFilterFinished, CriticalFilterFinished, FileIndexError, and
-//   SpanSliderRepaintRequested (all three workers) for the slider's repaint.
+//   SearchProcessed, MatchFilterFinished, CriticalFilterFinished, FileIndexError,
+//   IndexProgress, and SpanSliderRepaintRequested (all three workers) for the slider's repaint.
 // The slider stores its handles in annotations().lower/upper; after a "...FilterFinished"
 // the editor calls matchBuffers() / criticalBuffers().acceptPending().
 class ViewerEngine : public QObject
