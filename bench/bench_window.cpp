@@ -57,11 +57,11 @@ public:
 
 struct OpenResult
 {
-    double firstIndexedMs = -1;  // emitted by the worker, after the open began
-    double screenfulMs = -1;     // first paint with text, after the open began
-    double lastIndexedMs = -1;   // final FileIndexed received by the window
-    double lastEmittedMs = -1;   // final FileIndexed emitted by the worker
-    double stallMs = 0;          // longest gap between timer ticks, minus the interval
+    double firstIndexedMs = -1; // emitted by the worker, after the open began
+    double screenfulMs = -1;    // first paint with text, after the open began
+    double lastIndexedMs = -1;  // final FileIndexed received by the window
+    double lastEmittedMs = -1;  // final FileIndexed emitted by the worker
+    double stallMs = 0;         // longest gap between timer ticks, minus the interval
 };
 
 // Opens path in a new editor dock of the window from inside the event loop, waits for the
@@ -224,8 +224,8 @@ int main(int argc, char **argv)
     const Generated g = generate(path, mib << 20);
     const qint32 finalCount = qint32(g.lines + 1);
     const qint32 longFinal = writeLongLineLog(longPath, longMib);
-    std::printf("generated %lld bytes, %lld lines; long-line log of %d lines\n", g.bytes,
-                g.lines, longFinal - 1);
+    std::printf("generated %lld bytes, %lld lines; long-line log of %d lines\n", g.bytes, g.lines,
+                longFinal - 1);
 
     const double engineMs = engineIndexMs(path, finalCount, runs);
 
@@ -260,8 +260,9 @@ int main(int argc, char **argv)
     const double ratio = mLast / engineMs;
     std::printf("engine index (baseline)       %8.1f ms\n", engineMs);
     std::printf("window: first FileIndexed     %8.1f ms after the open\n", median(first));
-    std::printf("window: first screenful       %8.1f ms after the first FileIndexed (target <= 50)\n",
-                mScreenful);
+    std::printf(
+        "window: first screenful       %8.1f ms after the first FileIndexed (target <= 50)\n",
+        mScreenful);
     std::printf("window: longest stall         %8.1f ms while indexing (target < 50)\n", mStall);
     std::printf("window: last FileIndexed      %8.1f ms, %.2f x the engine (target <= 1.2); "
                 "emitted by the worker at %.1f ms\n",
@@ -272,8 +273,8 @@ int main(int argc, char **argv)
     std::printf("long line: longest stall      %8.1f ms (target < 50), last FileIndexed %.1f ms "
                 "(emitted at %.1f ms)\n",
                 lr.stallMs, lr.lastIndexedMs, lr.lastEmittedMs);
-    const bool ok = mScreenful <= 50 && mStall < 50 && ratio <= 1.2 && lr.stallMs < 50 &&
-                    longScreenful <= 50;
+    const bool ok =
+        mScreenful <= 50 && mStall < 50 && ratio <= 1.2 && lr.stallMs < 50 && longScreenful <= 50;
     std::printf("bench_window summary: size %lld MiB; screenful +%.1f ms; stall %.1f ms; "
                 "last FileIndexed %.0f ms = %.2f x engine; peak %.0f MiB; long line: screenful "
                 "+%.1f ms, stall %.1f ms; %s\n",

@@ -129,7 +129,7 @@ struct FileReaderWriter::ChunkState
     qint64 size = 0;        // of the file, for the progress figure
     int percent = -1;       // last one sent
     qint64 fileSize = 0;
-    qint64 scannedEnd = 0;  // end of the chunk being indexed
+    qint64 scannedEnd = 0; // end of the chunk being indexed
 };
 
 FileReaderWriter::FileReaderWriter(FileIndex *index, SpanAnnotations *annotations, QObject *parent)
@@ -384,10 +384,10 @@ void FileReaderWriter::commitLines(ChunkState &st, size_t termBegin)
     const size_t n = m_terms.size();
     size_t done = termBegin;
     // Lines so far, scaled to the whole file, with a little room.
-    const qint64 expected =
-        st.scannedEnd > 0 ? qint64((st.committed + qint64(n)) * (double(st.fileSize) /
-                                                                  double(st.scannedEnd)) * 1.05)
-                          : 0;
+    const qint64 expected = st.scannedEnd > 0
+                                ? qint64((st.committed + qint64(n)) *
+                                         (double(st.fileSize) / double(st.scannedEnd)) * 1.05)
+                                : 0;
     while (done < n) {
         size_t take = n - done;
         if (st.progressEvery > 0) {
