@@ -114,27 +114,6 @@ private slots:
         QVERIFY(!image.isNull());
     }
 
-    void titleBarCanBeHiddenAndShown()
-    {
-        QMainWindow window;
-        auto *dock = new DockWidget(new QPlainTextEdit, &window);
-        QSignalSpy spy(dock, &DockWidget::titleBarShownChanged);
-        dock->setTitleBarShown(false);
-        QVERIFY(dock->titleBarWidget() != dock->blueTitleBar());
-        dock->setTitleBarShown(true);
-        QCOMPARE(dock->titleBarWidget(), static_cast<QWidget *>(dock->blueTitleBar()));
-        QCOMPARE(spy.count(), 2);
-    }
-
-    void verticalTitleBarIsNarrow()
-    {
-        QMainWindow window;
-        auto *dock = new DockWidget(new QPlainTextEdit, &window, true);
-        QVERIFY(dock->features() & QDockWidget::DockWidgetVerticalTitleBar);
-        const QSize hint = dock->blueTitleBar()->sizeHint();
-        QVERIFY(hint.height() > hint.width());
-    }
-
     void sizeHintsTakeEffectWhileDocked()
     {
         QMainWindow window;

@@ -634,16 +634,6 @@ private slots:
         QVERIFY(showAll->isChecked());
     }
 
-    void alwaysOnTopSetsExactlyTheHint()
-    {
-        auto window = startWindow();
-        window->onAOTchkBoxToggled(true);
-        QVERIFY(window->windowFlags() & Qt::WindowStaysOnTopHint);
-        window->onAOTchkBoxToggled(false);
-        QVERIFY(!(window->windowFlags() & Qt::WindowStaysOnTopHint));
-        QVERIFY(window->isVisible());
-    }
-
     void realTimeRequestsReachThePlotList()
     {
         MainWindow window;

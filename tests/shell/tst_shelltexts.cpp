@@ -35,21 +35,6 @@ private slots:
                  expected);
     }
 
-    void messageWithoutContextPrintsEmptyFields()
-    {
-        const QMessageLogContext context;
-        QCOMPARE(formatConsoleMessage(QtInfoMsg, context, QStringLiteral("hello")),
-                 QByteArray("Info: hello (:0, )\n"));
-    }
-
-    void handlerIsNotInstalledByDefault()
-    {
-        // Installing ours returns the handler in force: the toolkit's default is not ours.
-        const QtMessageHandler previous = qInstallMessageHandler(consoleMessageHandler);
-        qInstallMessageHandler(previous);
-        QVERIFY(previous != consoleMessageHandler);
-    }
-
     void startupOption_data()
     {
         QTest::addColumn<QVariant>("stored");
@@ -67,28 +52,6 @@ private slots:
         QFETCH(QVariant, stored);
         QFETCH(bool, lastUsed);
         QCOMPARE(isLastUsedStartupLayout(stored), lastUsed);
-    }
-
-    void startupOptionIsReadFromItsGroup()
-    {
-        QSettings settings(QStringLiteral("OKAV"), QStringLiteral("vrxassist"));
-        settings.remove(QString());
-        QVERIFY(!readLastUsedStartupLayoutOption());
-        storeStartupLayoutOption(1);
-        QCOMPARE(settings.value("MainWindowStartupLayoutOption/StartupLayoutOption").toInt(), 1);
-        QVERIFY(readLastUsedStartupLayoutOption());
-        settings.setValue("MainWindowStartupLayoutOption/StartupLayoutOption", "abc");
-        QVERIFY(!readLastUsedStartupLayoutOption());
-        storeStartupLayoutOption(0);
-        QVERIFY(!readLastUsedStartupLayoutOption());
-    }
-
-    void identity()
-    {
-        setApplicationIdentity();
-        QCOMPARE(QCoreApplication::organizationName(), QStringLiteral("OKAV"));
-        QCOMPARE(QCoreApplication::applicationName(), QStringLiteral("vrxassist"));
-        QCOMPARE(QCoreApplication::applicationVersion(), QStringLiteral("20231"));
     }
 
     void windowTitle()

@@ -26,42 +26,6 @@ private slots:
         registerMetaTypes();
     }
 
-    void valueTypesAreRegisteredByName_data()
-    {
-        QTest::addColumn<QByteArray>("name");
-        for (const char *name : {"QVector<qint32>", "QVector<qint64>", "QSet<QString>",
-                                 "QList<QTextEdit::ExtraSelection>", "QtViloPlotItemDefaults",
-                                 "QtViloPlotSettings"})
-            QTest::newRow(name) << QByteArray(name);
-    }
-
-    void valueTypesAreRegisteredByName()
-    {
-        QFETCH(QByteArray, name);
-        const int id = QMetaType::type(name);
-        QVERIFY2(id != QMetaType::UnknownType, name);
-        QVERIFY(QMetaType::isRegistered(id));
-        // Queued signals need to construct and copy the values.
-        void *value = QMetaType::create(id);
-        QVERIFY(value);
-        QMetaType::destroy(id, value);
-    }
-
-    void containersIterateAsVariantLists()
-    {
-        const QVariant ints = QVariant::fromValue(QVector<qint32>{3, -1, 7});
-        QVERIFY(ints.canConvert<QVariantList>());
-        QCOMPARE(ints.value<QSequentialIterable>().size(), 3);
-        QCOMPARE(ints.value<QVariantList>().value(2).toInt(), 7);
-
-        const QVariant longs = QVariant::fromValue(QVector<qint64>{Q_INT64_C(1) << 40});
-        QCOMPARE(longs.value<QVariantList>().value(0).toLongLong(), Q_INT64_C(1) << 40);
-
-        const QVariant names = QVariant::fromValue(QSet<QString>{QStringLiteral("a")});
-        QVERIFY(names.canConvert<QVariantList>());
-        QCOMPARE(names.value<QVariantList>().value(0).toString(), QStringLiteral("a"));
-    }
-
     void commandLineFilesAreOpened()
     {
         const QStringList files = filesFromArguments(

@@ -164,22 +164,6 @@ private slots:
         QVERIFY(!model.data(model.index(1, TreeModel::Device), Qt::ForegroundRole).isValid());
     }
 
-    void appendedTasksTakeTheMostRecentSettings()
-    {
-        TreeModel model(nullptr, false);
-        model.AppendRows({"first.mcs"});
-        QCOMPARE(model.task(0).macro, QString());
-        model.insertTask(1, {"second.mcs", "-m old", "1: old", {}, {}, {}});
-        model.insertTask(0, {"top.mcs", "-m top", "2: top", {}, {}, {}});
-
-        model.AppendRows({"x.bit", "y.lic"});
-        QCOMPARE(model.rowCount(), 5);
-        for (int row : {3, 4}) {
-            QCOMPARE(model.task(row).macro, QString("-m old"));
-            QCOMPARE(model.task(row).device, QString("1: old"));
-        }
-    }
-
     void tasksSurviveARestart()
     {
         QTemporaryDir dir;

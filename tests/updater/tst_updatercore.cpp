@@ -172,19 +172,6 @@ private slots:
                                 "--imagerev %ver"));
     }
 
-    void macroLabels()
-    {
-        using UpdaterMacros::labelFor;
-        QCOMPARE(labelFor(QString()), QStringLiteral("Custom..."));
-        QCOMPARE(labelFor(QStringLiteral("VRXUpdater eu %dv:2 \"%fp\"")),
-                 QStringLiteral("Update V5 COMM"));
-        QCOMPARE(labelFor(QStringLiteral("VRXUpdater eu %dv:3 \"%fp\"")),
-                 QStringLiteral("VRXUpdater eu %dv:3 \"%fp\""));
-        QVERIFY(UpdaterMacros::needsImageInfo(UpdaterMacros::builtIn().at(3).command));
-        QVERIFY(UpdaterMacros::needsImageInfo(QStringLiteral("VRXUpdater --imagerev %ver")));
-        QVERIFY(!UpdaterMacros::needsImageInfo(UpdaterMacros::builtIn().at(1).command));
-    }
-
     void macroListParsing_data()
     {
         QTest::addColumn<QByteArray>("text");
@@ -374,17 +361,6 @@ private slots:
         QVERIFY(QFile::remove(installed));
         QCOMPARE(ToolLocator::locate("VRXUpdater", installed, program.path()).kind,
                  ToolLocation::Local);
-    }
-
-    void dataPaths()
-    {
-        const QString home = TestEnv::isolatedHome().path();
-        QCOMPARE(ToolLocator::dataDirectory(), home + "/.local/share/OKAV/");
-        QCOMPARE(ToolLocator::deviceListPath(), home + "/.local/share/OKAV/VRXDevices.txt");
-        const QRegularExpression logName(
-            "^/logs/vrxupdater_\\d{4}-\\d\\d-\\d\\d-\\d\\d\\.\\d\\d\\.\\d\\d\\.\\d{3}\\.okv$");
-        QVERIFY(logName.match(ToolLocator::newLogFilePath("/logs")).hasMatch());
-        QVERIFY(logName.match(ToolLocator::newLogFilePath("/logs/")).hasMatch());
     }
 
     void firmwareNames_data()

@@ -19,7 +19,9 @@
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QToolButton>
+#include <QTimer>
 #include <QTreeView>
+#include <QWidgetAction>
 #include <QtTest>
 
 #include <memory>
@@ -228,6 +230,39 @@ private slots:
                                 .arg(shown)
                                 .arg(tree->viewport()->height())));
         box->hidePopup();
+    }
+
+    void rightClickInTheToolbarPopupTakesTheRowUnderThePointer()
+    {
+        // As in the main window: the explorer lives in a tool button's pop-up menu.
+        QSettings().setValue(RecentKey, m_dir.path());
+        QMenu popup;
+        auto *explorer = new FsExplorerWidget;
+        explorer->resize(500, 400);
+        auto *action = new QWidgetAction(&popup);
+        action->setDefaultWidget(explorer);
+        popup.addAction(action);
+        popup.popup(QPoint(40, 40));
+        QVERIFY(QTest::qWaitForWindowExposed(&popup));
+        QTRY_VERIFY(rowOf(*explorer, "c.dat").isValid() &&
+                    explorer->fileView()->visualRect(rowOf(*explorer, "c.dat")).isValid());
+        QString taken;
+        QPoint opened;
+        QTimer::singleShot(0, this, [&] {
+            taken = explorer->contextMenuPaths().join(QLatin1Char(','));
+            if (QWidget *menu = QApplication::activePopupWidget()) {
+                opened = menu->pos();
+                if (menu != &popup)
+                    menu->close();
+            }
+        });
+        // Pressed through the window, the way the window system delivers it.
+        const QPoint at = explorer->fileView()->viewport()->mapTo(&popup, pointOf(*explorer, "c.dat"));
+        QTest::mousePress(popup.windowHandle(), Qt::RightButton, {}, at);
+        QTest::mouseRelease(popup.windowHandle(), Qt::RightButton, {}, at);
+        QTRY_COMPARE(taken, path("c.dat"));
+        QCOMPARE(opened, popup.mapToGlobal(at)); // the menu opens at the pointer
+        popup.close();
     }
 
     void filterSplitsIntoNamePatterns()

@@ -14,6 +14,7 @@
 #include <QHBoxLayout>
 #include <QLineEdit>
 #include <QMainWindow>
+#include <QContextMenuEvent>
 #include <QMenu>
 #include <QRegularExpression>
 #include <QSettings>
@@ -66,6 +67,7 @@ FsExplorerWidget::FsExplorerWidget(QWidget *parent)
     m_fileView->setSelectionMode(QAbstractItemView::ExtendedSelection);
     m_fileView->setSelectionBehavior(QAbstractItemView::SelectRows);
     m_fileView->setContextMenuPolicy(Qt::CustomContextMenu);
+    m_fileView->viewport()->installEventFilter(this); // right-clicks, see eventFilter
     m_fileView->setMinimumWidth(450);
     // A drop-down that shows only a handful of rows makes every folder a scrolling job.
     m_fileView->setMinimumHeight(320);
@@ -228,6 +230,22 @@ QMenu *FsExplorerWidget::buildContextMenu(const QPoint &pos)
     connect(menu, &QMenu::triggered, this, &FsExplorerWidget::onPlotItemsViewContextMenuTriggered);
     connect(plotAs, &QMenu::triggered, this, &FsExplorerWidget::onPlotAsMenuTriggered);
     return menu;
+}
+
+bool FsExplorerWidget::eventFilter(QObject *watched, QEvent *event)
+{
+    // Inside the tool bar's pop-up menu the toolkit hands a right-click over in the pop-up's
+    // coordinates, not the view's; its global position is right, so the row and the menu
+    // are taken from that.
+    if (watched == m_fileView->viewport() && event->type() == QEvent::ContextMenu) {
+        const auto *menuEvent = static_cast<QContextMenuEvent *>(event);
+        onFileTreeViewContextMenuRequest(
+            menuEvent->reason() == QContextMenuEvent::Mouse
+                ? m_fileView->viewport()->mapFromGlobal(menuEvent->globalPos())
+                : menuEvent->pos());
+        return true;
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 void FsExplorerWidget::onFileTreeViewContextMenuRequest(const QPoint &pos)

@@ -67,6 +67,9 @@ public slots:
     void onPlotItemsViewContextMenuTriggered(QAction *action);
     void onPlotAsMenuTriggered(QAction *action);
 
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
 private:
     QWidget *mainWindow() const;
     void showFolderInPathBox(const QString &folder);
