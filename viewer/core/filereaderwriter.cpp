@@ -122,6 +122,7 @@ struct FileReaderWriter::ChunkState
     QString path;
     ByteScan::Needle needle;
     bool useNeedle = false;
+    std::vector<uint32_t> candidates; // for a text looked for in two byte forms
     qint64 progressEvery = 0; // MaxBlockCount + 1; 0 when no progress is wanted
     qint32 crlf = 0;
     qint32 lastLineEnd = 0; // last element of lineEnds
@@ -279,12 +280,14 @@ void FileReaderWriter::scanChunk(ChunkState &st, const unsigned char *p, qint64 
     const size_t n = size_t(length);
     // One pass finds terminators, marker starts and, for a plain search text, its candidates
     // and the NUL bytes that end a decoded line.
-    const bool inline_ = st.useNeedle && !st.needle.hasTerminator();
+    const bool bytewise = st.useNeedle && !st.needle.hasTerminator();
+    const bool inline_ = bytewise && st.needle.formCount() == 1;
     const size_t hits = inline_ ? ByteScan::collectHits(p, n, st.needle.hitPattern(), m_hits.data())
                                 : ByteScan::collectHits(p, n, false, m_hits.data());
     const qint32 base = qint32(offset);
     const qint32 lineBase = qint32(st.committed);
-    const size_t len = size_t(st.needle.length());
+    const ByteScan::Needle::Form &form = st.needle.form(0);
+    const size_t len = size_t(form.length());
     const int matchesBefore = m_index->matchOffsets.size();
     size_t skip = SIZE_MAX;
     size_t nextAllowed = 0;
@@ -325,7 +328,7 @@ void FileReaderWriter::scanChunk(ChunkState &st, const unsigned char *p, qint64 
         }
         // Text after a NUL byte is not part of the decoded line; matches do not overlap.
         if (inline_ && i >= nextAllowed && i + len <= n && lastNul <= sliceStart &&
-            st.needle.isCandidate(p, i, n) && st.needle.matchesAt(p + i)) {
+            form.isCandidate(p, i, n) && form.matchesAt(p + i)) {
             m_index->matchOffsets.append(base + qint32(i));
             m_index->matchLines.append(lineBase + qint32(m_terms.size()));
             nextAllowed = i + len;
@@ -343,8 +346,33 @@ void FileReaderWriter::scanChunk(ChunkState &st, const unsigned char *p, qint64 
             m_index->matchOffsets.removeLast();
         }
     }
-    if (st.useNeedle && !inline_)
+    if (bytewise && !inline_)
+        scanTwoForms(st, p, offset, length, tailScanned);
+    else if (st.useNeedle && !inline_)
         scanMatches(st, p, offset, length, tailScanned);
+}
+
+void FileReaderWriter::scanTwoForms(ChunkState &st, const unsigned char *p, qint64 offset,
+                                    qint64 length, bool tailScanned)
+{
+    // Its own pass over the chunk, still in the cache: the one above finds the candidates of
+    // a single form only.
+    const qint32 lineBase = qint32(st.committed);
+    const qint32 tailLine = lineBase + qint32(m_terms.size());
+    st.needle.forEachMatch(p, size_t(length), st.candidates, [&](size_t i, size_t len) {
+        const qint32 at = qint32(offset) + qint32(i);
+        const auto before = std::lower_bound(m_terms.cbegin(), m_terms.cend(), at);
+        const qint32 line = lineBase + qint32(before - m_terms.cbegin());
+        if (line == tailLine && !tailScanned)
+            return false;
+        // Text after a NUL byte is not part of the decoded line.
+        const qint64 start = before == m_terms.cbegin() ? 0 : *(before - 1) + 1 - offset;
+        if (std::memchr(p + start, 0, size_t(qint64(i + len) - start)))
+            return false;
+        m_index->matchOffsets.append(at);
+        m_index->matchLines.append(line);
+        return true;
+    });
 }
 
 void FileReaderWriter::scanMatches(ChunkState &st, const unsigned char *p, qint64 offset,

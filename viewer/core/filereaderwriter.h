@@ -47,6 +47,8 @@ private:
     void scanChunk(ChunkState &st, const unsigned char *p, qint64 offset, qint64 length);
     void scanMatches(ChunkState &st, const unsigned char *p, qint64 offset, qint64 length,
                      bool tailScanned);
+    void scanTwoForms(ChunkState &st, const unsigned char *p, qint64 offset, qint64 length,
+                      bool tailScanned);
     void commitLines(ChunkState &st, size_t termBegin);
     void publishProgress(ChunkState &st, bool force);
     // Callers hold the list locks; the annotation locks are taken inside. Only entries whose
