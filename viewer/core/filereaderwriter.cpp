@@ -102,6 +102,24 @@ QSet<double> markSet(const QVector<qint32> &lines, qint32 maxLine, double denomi
     return marks;
 }
 
+// The bins of markSet(...) without building the set: the lines ascend, so a line listed
+// twice is listed in a row.
+QVector<int> markBins(const QVector<qint32> &lines, qint32 maxLine, double denominator)
+{
+    QVector<int> bins;
+    qint32 last = -1;
+    for (const qint32 line : lines) {
+        if (line > maxLine || line == last)
+            continue;
+        if (bins.isEmpty())
+            bins.fill(0, SpanAnnotations::Bins);
+        const double fraction = line / denominator;
+        ++bins[qBound(0, int(fraction * SpanAnnotations::Bins), SpanAnnotations::Bins - 1)];
+        last = line;
+    }
+    return bins;
+}
+
 template <class F>
 void forEachMarker(const QStringRef &slice, const QString &marker, int restart, F &&onMatch)
 {
@@ -444,8 +462,9 @@ void FileReaderWriter::publishProgress(ChunkState &st, bool force)
     if (force || m_markTimer.elapsed() >= m_nextMarkRefill) {
         QElapsedTimer cost;
         cost.start();
-        refillOccurrenceMarks(qint32(st.committed - 1));
-        refillSearchMarks(qint32(st.committed - 1));
+        // The slider paints the bins; the sets are built once, when the index is complete.
+        refillOccurrenceMarks(qint32(st.committed - 1), false);
+        refillSearchMarks(qint32(st.committed - 1), false);
         m_nextMarkRefill = m_markTimer.elapsed() + qMax<qint64>(200, 10 * cost.elapsed());
         emit SpanSliderRepaintRequested();
     }
@@ -460,14 +479,21 @@ void FileReaderWriter::publishProgress(ChunkState &st, bool force)
     emit FileIndexed(st.path, qint32(st.committed - 1));
 }
 
-void FileReaderWriter::refillOccurrenceMarks(qint32 lineLimit)
+void FileReaderWriter::refillOccurrenceMarks(qint32 lineLimit, bool sets)
 {
     // Built outside the annotation lock and swapped in, so a paint never waits for a build.
     const double denominator = qMax(1, m_index->lineEnds.size());
-    QSet<double> errors = markSet(m_index->errorLines, lineLimit, denominator);
-    QSet<double> warnings = markSet(m_index->warningLines, lineLimit, denominator);
-    QVector<int> errorBins = SpanAnnotations::binsOf(errors);
-    QVector<int> warningBins = SpanAnnotations::binsOf(warnings);
+    QSet<double> errors, warnings;
+    QVector<int> errorBins, warningBins;
+    if (sets) {
+        errors = markSet(m_index->errorLines, lineLimit, denominator);
+        warnings = markSet(m_index->warningLines, lineLimit, denominator);
+        errorBins = SpanAnnotations::binsOf(errors);
+        warningBins = SpanAnnotations::binsOf(warnings);
+    } else {
+        errorBins = markBins(m_index->errorLines, lineLimit, denominator);
+        warningBins = markBins(m_index->warningLines, lineLimit, denominator);
+    }
     QWriteLocker marks(&m_index->occurrenceAnnotationLock);
     m_annotations->errorMarks.swap(errors);
     m_annotations->warningMarks.swap(warnings);
@@ -475,11 +501,17 @@ void FileReaderWriter::refillOccurrenceMarks(qint32 lineLimit)
     m_annotations->warningBins.swap(warningBins);
 }
 
-void FileReaderWriter::refillSearchMarks(qint32 lineLimit)
+void FileReaderWriter::refillSearchMarks(qint32 lineLimit, bool sets)
 {
     const double denominator = qMax(1, m_index->lineEnds.size());
-    QSet<double> found = markSet(m_index->matchLines, lineLimit, denominator);
-    QVector<int> bins = SpanAnnotations::binsOf(found);
+    QSet<double> found;
+    QVector<int> bins;
+    if (sets) {
+        found = markSet(m_index->matchLines, lineLimit, denominator);
+        bins = SpanAnnotations::binsOf(found);
+    } else {
+        bins = markBins(m_index->matchLines, lineLimit, denominator);
+    }
     QWriteLocker marks(&m_index->matchAnnotationLock);
     m_annotations->searchMarks.swap(found);
     m_annotations->searchBins.swap(bins);
