@@ -67,9 +67,10 @@ private slots:
                 data[i] = char(alphabet[rng.bounded(int(sizeof alphabet))]);
             const auto *p = reinterpret_cast<const unsigned char *>(data.constData());
             std::vector<uint32_t> found(size_t(n) + 1);
-            found.resize(prepared.collectCandidates(p, size_t(n), found.data()));
+            const ByteScan::Needle::Form &form = prepared.form(0);
+            found.resize(form.collectCandidates(p, size_t(n), found.data()));
             found.erase(std::remove_if(found.begin(), found.end(),
-                                       [&](uint32_t i) { return !prepared.matchesAt(p + i); }),
+                                       [&](uint32_t i) { return !form.matchesAt(p + i); }),
                         found.end());
             std::vector<uint32_t> expected;
             for (int i = 0; i + needle.size() <= n; ++i) {

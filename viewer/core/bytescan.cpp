@@ -216,81 +216,128 @@ size_t collectHits(const unsigned char *p, size_t n, const HitPattern &pattern, 
 
 HitPattern Needle::hitPattern() const
 {
+    const Form &f = m_forms[0];
+    const int n = f.length();
     HitPattern pattern;
     pattern.nul = true; // a line is decoded up to its first NUL
-    pattern.candidates = true;
-    pattern.pair = m_length >= 2;
-    pattern.secondOffset = size_t(qMax(1, m_length - 1));
-    pattern.first[0] = m_first[0];
-    pattern.first[1] = m_first[1];
-    pattern.second[0] = m_second[0];
-    pattern.second[1] = m_second[1];
+    pattern.candidates = n > 0;
+    pattern.pair = n >= 2;
+    pattern.secondOffset = size_t(qMax(1, n - 1));
+    if (n > 0) {
+        pattern.first[0] = uchar(f.lo[0]);
+        pattern.first[1] = uchar(f.hi[0]);
+        pattern.second[0] = uchar(f.lo[n - 1]);
+        pattern.second[1] = uchar(f.hi[n - 1]);
+    }
     return pattern;
 }
 
-Needle::Needle(const QString &text) : m_text(text), m_length(text.size())
+namespace {
+
+QByteArray utf8Of(uint cp)
+{
+    return QString::fromUcs4(&cp, 1).toUtf8();
+}
+
+// The Latin-1 form: per character the bytes that fold like it (never more than two); not
+// possible when some character has none.
+Needle::Form latin1Form(const QString &text)
 {
     const FoldTable &table = foldTable();
-    m_folded.reserve(m_length);
+    Needle::Form form;
+    form.possible = true;
     for (const QChar c : text) {
-        m_folded.append(c.toCaseFolded().unicode());
+        const uint16_t folded = c.toCaseFolded().unicode();
+        char set[2];
+        int count = 0;
+        for (int b = 0; b < 256 && count < 2; ++b) {
+            if (table.fold[b] == folded)
+                set[count++] = char(b);
+        }
+        if (count == 0)
+            return Needle::Form();
+        form.lo.append(set[0]);
+        form.hi.append(set[count - 1]);
+    }
+    return form;
+}
+
+// The UTF-8 form: the text's UTF-8 bytes, where a character whose other case is encoded
+// with one byte changed (ASCII and Latin-1 letters, most of Greek and Cyrillic) also takes
+// that byte. Pairs that differ in more bytes match in the text's own case only.
+Needle::Form utf8Form(const QString &text)
+{
+    Needle::Form form;
+    form.possible = true;
+    for (const uint cp : text.toUcs4()) {
+        const QByteArray own = utf8Of(cp);
+        QByteArray other = own;
+        for (const uint v : {QChar::toLower(cp), QChar::toUpper(cp), QChar::toTitleCase(cp),
+                             QChar::toCaseFolded(cp)}) {
+            const QByteArray bytes = utf8Of(v);
+            if (v == cp || bytes.size() != own.size())
+                continue;
+            int differ = 0, at = 0;
+            for (int i = 0; i < own.size(); ++i) {
+                if (bytes[i] != own[i]) {
+                    ++differ;
+                    at = i;
+                }
+            }
+            if (differ == 1 && other == own)
+                other[at] = bytes[at];
+        }
+        form.lo += own;
+        form.hi += other;
+    }
+    return form;
+}
+
+} // namespace
+
+Needle::Needle(const QString &text) : m_text(text), m_length(text.size())
+{
+    bool ascii = true;
+    for (const QChar c : text) {
         if (c == QLatin1Char('\n') || c == QLatin1Char('\r'))
             m_hasTerminator = true;
         if (c.unicode() == 0)
             m_impossible = true;
+        if (c.unicode() >= 0x80)
+            ascii = false;
     }
-    // The bytes that fold like the first and the last character; an empty class means
-    // that no Latin-1 text can match at all.
-    for (int which = 0; which < qMin(2, m_length); ++which) {
-        const int pos = which == 0 ? 0 : m_length - 1;
-        unsigned char *set = which == 0 ? m_first : m_second;
-        int count = 0;
-        for (int b = 0; b < 256; ++b) {
-            if (table.fold[b] == m_folded[pos] && count < 2)
-                set[count++] = uchar(b);
-        }
-        if (count == 0)
-            m_impossible = true;
-        if (count == 1)
-            set[1] = set[0];
-    }
-    for (const uint16_t f : qAsConst(m_folded)) {
-        bool any = false;
-        for (int b = 0; b < 256 && !any; ++b)
-            any = table.fold[b] == f;
-        if (!any)
-            m_impossible = true;
-    }
+    if (m_length == 0 || m_impossible)
+        return;
+    const Form latin1 = latin1Form(text);
+    if (latin1.possible)
+        m_forms[m_formCount++] = latin1;
+    // Beyond ASCII a text's UTF-8 bytes differ from its Latin-1 ones.
+    if (!ascii)
+        m_forms[m_formCount++] = utf8Form(text);
+    m_impossible = m_formCount == 0;
 }
 
-bool Needle::matchesAt(const unsigned char *p) const
+size_t Needle::Form::collectCandidates(const unsigned char *p, size_t n, uint32_t *out) const
 {
-    const uint16_t *fold = foldTable().fold;
-    for (int i = 0; i < m_length; ++i) {
-        if (fold[p[i]] != m_folded[i])
-            return false;
-    }
-    return true;
-}
-
-size_t Needle::collectCandidates(const unsigned char *p, size_t n, uint32_t *out) const
-{
-    if (m_length == 0 || m_impossible || n < size_t(m_length))
+    const int length = this->length();
+    if (length == 0 || n < size_t(length))
         return 0;
-    const size_t last = n - size_t(m_length); // last possible start
-    const bool pair = m_length >= 2;
-    const size_t d = size_t(m_length) - 1;
+    const unsigned char first[2] = {uchar(lo[0]), uchar(hi[0])};
+    const unsigned char second[2] = {uchar(lo[length - 1]), uchar(hi[length - 1])};
+    const size_t last = n - size_t(length); // last possible start
+    const bool pair = length >= 2;
+    const size_t d = size_t(length) - 1;
     size_t k = 0, i = 0;
 #ifdef VRX_X86
-    k = haveAvx2() ? candAvx2(p, n, m_first, m_second, d, out, i)
-                   : candSse2(p, n, m_first, m_second, d, out, i);
+    k = haveAvx2() ? candAvx2(p, n, first, second, d, out, i)
+                   : candSse2(p, n, first, second, d, out, i);
     while (k > 0 && out[k - 1] > last)
         --k;
 #endif
     for (; i <= last; ++i) {
         const unsigned char c = p[i];
-        if ((c == m_first[0] || c == m_first[1]) &&
-            (!pair || p[i + d] == m_second[0] || p[i + d] == m_second[1]))
+        if ((c == first[0] || c == first[1]) &&
+            (!pair || p[i + d] == second[0] || p[i + d] == second[1]))
             out[k++] = uint32_t(i);
     }
     return k;

@@ -51,8 +51,9 @@ struct SpanAnnotations
     QSet<double> searchMarks;  // guarded by FileIndex::matchAnnotationLock
     QSet<double> errorMarks;   // guarded by FileIndex::occurrenceAnnotationLock
     QSet<double> warningMarks; // guarded by FileIndex::occurrenceAnnotationLock
-    // The same marks counted into fixed bins along the file, filled with the sets: the slider
-    // paints from these, so its cost follows the bins, not the number of marks.
+    // The same marks counted into fixed bins along the file, filled with the sets (while a file
+    // is indexed, alone: the sets follow when it is complete). The slider paints from these, so
+    // its cost follows the bins, not the number of marks.
     static constexpr int Bins = 4096;
     QVector<int> searchBins;                // with searchMarks
     QVector<int> errorBins, warningBins;    // with errorMarks, warningMarks

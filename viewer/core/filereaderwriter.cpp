@@ -102,6 +102,24 @@ QSet<double> markSet(const QVector<qint32> &lines, qint32 maxLine, double denomi
     return marks;
 }
 
+// The bins of markSet(...) without building the set: the lines ascend, so a line listed
+// twice is listed in a row.
+QVector<int> markBins(const QVector<qint32> &lines, qint32 maxLine, double denominator)
+{
+    QVector<int> bins;
+    qint32 last = -1;
+    for (const qint32 line : lines) {
+        if (line > maxLine || line == last)
+            continue;
+        if (bins.isEmpty())
+            bins.fill(0, SpanAnnotations::Bins);
+        const double fraction = line / denominator;
+        ++bins[qBound(0, int(fraction * SpanAnnotations::Bins), SpanAnnotations::Bins - 1)];
+        last = line;
+    }
+    return bins;
+}
+
 template <class F>
 void forEachMarker(const QStringRef &slice, const QString &marker, int restart, F &&onMatch)
 {
@@ -122,6 +140,7 @@ struct FileReaderWriter::ChunkState
     QString path;
     ByteScan::Needle needle;
     bool useNeedle = false;
+    std::vector<uint32_t> candidates; // for a text looked for in two byte forms
     qint64 progressEvery = 0; // MaxBlockCount + 1; 0 when no progress is wanted
     qint32 crlf = 0;
     qint32 lastLineEnd = 0; // last element of lineEnds
@@ -279,12 +298,14 @@ void FileReaderWriter::scanChunk(ChunkState &st, const unsigned char *p, qint64 
     const size_t n = size_t(length);
     // One pass finds terminators, marker starts and, for a plain search text, its candidates
     // and the NUL bytes that end a decoded line.
-    const bool inline_ = st.useNeedle && !st.needle.hasTerminator();
+    const bool bytewise = st.useNeedle && !st.needle.hasTerminator();
+    const bool inline_ = bytewise && st.needle.formCount() == 1;
     const size_t hits = inline_ ? ByteScan::collectHits(p, n, st.needle.hitPattern(), m_hits.data())
                                 : ByteScan::collectHits(p, n, false, m_hits.data());
     const qint32 base = qint32(offset);
     const qint32 lineBase = qint32(st.committed);
-    const size_t len = size_t(st.needle.length());
+    const ByteScan::Needle::Form &form = st.needle.form(0);
+    const size_t len = size_t(form.length());
     const int matchesBefore = m_index->matchOffsets.size();
     size_t skip = SIZE_MAX;
     size_t nextAllowed = 0;
@@ -325,7 +346,7 @@ void FileReaderWriter::scanChunk(ChunkState &st, const unsigned char *p, qint64 
         }
         // Text after a NUL byte is not part of the decoded line; matches do not overlap.
         if (inline_ && i >= nextAllowed && i + len <= n && lastNul <= sliceStart &&
-            st.needle.isCandidate(p, i, n) && st.needle.matchesAt(p + i)) {
+            form.isCandidate(p, i, n) && form.matchesAt(p + i)) {
             m_index->matchOffsets.append(base + qint32(i));
             m_index->matchLines.append(lineBase + qint32(m_terms.size()));
             nextAllowed = i + len;
@@ -343,8 +364,33 @@ void FileReaderWriter::scanChunk(ChunkState &st, const unsigned char *p, qint64 
             m_index->matchOffsets.removeLast();
         }
     }
-    if (st.useNeedle && !inline_)
+    if (bytewise && !inline_)
+        scanTwoForms(st, p, offset, length, tailScanned);
+    else if (st.useNeedle && !inline_)
         scanMatches(st, p, offset, length, tailScanned);
+}
+
+void FileReaderWriter::scanTwoForms(ChunkState &st, const unsigned char *p, qint64 offset,
+                                    qint64 length, bool tailScanned)
+{
+    // Its own pass over the chunk, still in the cache: the one above finds the candidates of
+    // a single form only.
+    const qint32 lineBase = qint32(st.committed);
+    const qint32 tailLine = lineBase + qint32(m_terms.size());
+    st.needle.forEachMatch(p, size_t(length), st.candidates, [&](size_t i, size_t len) {
+        const qint32 at = qint32(offset) + qint32(i);
+        const auto before = std::lower_bound(m_terms.cbegin(), m_terms.cend(), at);
+        const qint32 line = lineBase + qint32(before - m_terms.cbegin());
+        if (line == tailLine && !tailScanned)
+            return false;
+        // Text after a NUL byte is not part of the decoded line.
+        const qint64 start = before == m_terms.cbegin() ? 0 : *(before - 1) + 1 - offset;
+        if (std::memchr(p + start, 0, size_t(qint64(i + len) - start)))
+            return false;
+        m_index->matchOffsets.append(at);
+        m_index->matchLines.append(line);
+        return true;
+    });
 }
 
 void FileReaderWriter::scanMatches(ChunkState &st, const unsigned char *p, qint64 offset,
@@ -416,8 +462,9 @@ void FileReaderWriter::publishProgress(ChunkState &st, bool force)
     if (force || m_markTimer.elapsed() >= m_nextMarkRefill) {
         QElapsedTimer cost;
         cost.start();
-        refillOccurrenceMarks(qint32(st.committed - 1));
-        refillSearchMarks(qint32(st.committed - 1));
+        // The slider paints the bins; the sets are built once, when the index is complete.
+        refillOccurrenceMarks(qint32(st.committed - 1), false);
+        refillSearchMarks(qint32(st.committed - 1), false);
         m_nextMarkRefill = m_markTimer.elapsed() + qMax<qint64>(200, 10 * cost.elapsed());
         emit SpanSliderRepaintRequested();
     }
@@ -432,14 +479,21 @@ void FileReaderWriter::publishProgress(ChunkState &st, bool force)
     emit FileIndexed(st.path, qint32(st.committed - 1));
 }
 
-void FileReaderWriter::refillOccurrenceMarks(qint32 lineLimit)
+void FileReaderWriter::refillOccurrenceMarks(qint32 lineLimit, bool sets)
 {
     // Built outside the annotation lock and swapped in, so a paint never waits for a build.
     const double denominator = qMax(1, m_index->lineEnds.size());
-    QSet<double> errors = markSet(m_index->errorLines, lineLimit, denominator);
-    QSet<double> warnings = markSet(m_index->warningLines, lineLimit, denominator);
-    QVector<int> errorBins = SpanAnnotations::binsOf(errors);
-    QVector<int> warningBins = SpanAnnotations::binsOf(warnings);
+    QSet<double> errors, warnings;
+    QVector<int> errorBins, warningBins;
+    if (sets) {
+        errors = markSet(m_index->errorLines, lineLimit, denominator);
+        warnings = markSet(m_index->warningLines, lineLimit, denominator);
+        errorBins = SpanAnnotations::binsOf(errors);
+        warningBins = SpanAnnotations::binsOf(warnings);
+    } else {
+        errorBins = markBins(m_index->errorLines, lineLimit, denominator);
+        warningBins = markBins(m_index->warningLines, lineLimit, denominator);
+    }
     QWriteLocker marks(&m_index->occurrenceAnnotationLock);
     m_annotations->errorMarks.swap(errors);
     m_annotations->warningMarks.swap(warnings);
@@ -447,11 +501,17 @@ void FileReaderWriter::refillOccurrenceMarks(qint32 lineLimit)
     m_annotations->warningBins.swap(warningBins);
 }
 
-void FileReaderWriter::refillSearchMarks(qint32 lineLimit)
+void FileReaderWriter::refillSearchMarks(qint32 lineLimit, bool sets)
 {
     const double denominator = qMax(1, m_index->lineEnds.size());
-    QSet<double> found = markSet(m_index->matchLines, lineLimit, denominator);
-    QVector<int> bins = SpanAnnotations::binsOf(found);
+    QSet<double> found;
+    QVector<int> bins;
+    if (sets) {
+        found = markSet(m_index->matchLines, lineLimit, denominator);
+        bins = SpanAnnotations::binsOf(found);
+    } else {
+        bins = markBins(m_index->matchLines, lineLimit, denominator);
+    }
     QWriteLocker marks(&m_index->matchAnnotationLock);
     m_annotations->searchMarks.swap(found);
     m_annotations->searchBins.swap(bins);

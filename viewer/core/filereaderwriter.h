@@ -47,12 +47,15 @@ private:
     void scanChunk(ChunkState &st, const unsigned char *p, qint64 offset, qint64 length);
     void scanMatches(ChunkState &st, const unsigned char *p, qint64 offset, qint64 length,
                      bool tailScanned);
+    void scanTwoForms(ChunkState &st, const unsigned char *p, qint64 offset, qint64 length,
+                      bool tailScanned);
     void commitLines(ChunkState &st, size_t termBegin);
     void publishProgress(ChunkState &st, bool force);
     // Callers hold the list locks; the annotation locks are taken inside. Only entries whose
-    // line is below lineLimit are shown (later ones belong to lines not yet closed).
-    void refillOccurrenceMarks(qint32 lineLimit);
-    void refillSearchMarks(qint32 lineLimit);
+    // line is below lineLimit are shown (later ones belong to lines not yet closed). Without
+    // sets only the bins the slider paints are refilled and the sets are left empty.
+    void refillOccurrenceMarks(qint32 lineLimit, bool sets = true);
+    void refillSearchMarks(qint32 lineLimit, bool sets = true);
     void finishIndex(const QString &path);
     void capturePhrase(const QString &text, const QString &marker);
     void scanAppendedSlice(const QString &text, int from, int to, qint32 base, bool matches);

@@ -18,9 +18,6 @@ constexpr qint64 DefaultChunkSize = 512000;
 constexpr qint64 MaxMappedLine = qint64(64) << 20;
 // Intermediate results are published at most this often (plus at the two required points).
 constexpr qint64 PublishIntervalMs = 100;
-// Candidates are collected for this many start positions at a time, which bounds the
-// scratch list whatever the chunk.
-constexpr size_t CandidateBlock = 512 * 1024;
 
 } // namespace
 
@@ -91,7 +88,6 @@ bool FileSearcher::scanRange(MappedFile &file, const ByteScan::Needle &needle, q
 {
     QElapsedTimer sincePublish;
     sincePublish.start();
-    const qint64 len = needle.length();
     MappedWindow window(file);
     qint64 a = from;
     while (a < to) {
@@ -137,8 +133,6 @@ bool FileSearcher::scanRange(MappedFile &file, const ByteScan::Needle &needle, q
             auto lineOf = [&](qint64 pos) {
                 return qint32(std::lower_bound(first, last, qint32(pos)) - ends.cbegin());
             };
-            if (!needle.hasTerminator())
-                m_candidates.resize(qMin(n, CandidateBlock));
             const int matchesBefore = m_index->matchOffsets.size();
             const qint64 countBefore = m_matchCount;
             const bool read = MappedGuard::run([&] {
@@ -169,29 +163,19 @@ bool FileSearcher::scanRange(MappedFile &file, const ByteScan::Needle &needle, q
                             break;
                     }
                 } else {
-                    size_t nextAllowed = 0;
-                    for (size_t block = 0; block + size_t(len) <= n; block += CandidateBlock) {
-                        // Starts in [block, block + CandidateBlock); a match may run past it.
-                        const size_t reach = qMin(n - block, CandidateBlock + size_t(len) - 1);
-                        const size_t count =
-                            needle.collectCandidates(chunk + block, reach, m_candidates.data());
-                        for (size_t c = 0; c < count; ++c) {
-                            const size_t i = block + m_candidates[c];
-                            if (i < nextAllowed || !needle.matchesAt(chunk + i))
-                                continue;
-                            const qint64 pos = a + qint64(i);
-                            const qint32 line = lineOf(pos);
-                            const qint64 lineStart = line == 1 ? 0 : ends[line - 1] + 1;
-                            const qint64 s = qMax(lineStart, a);
-                            // Text after a NUL byte is not part of the decoded line.
-                            if (std::memchr(chunk + (s - a), 0, size_t(pos + len - s)))
-                                continue;
-                            m_index->matchOffsets.append(qint32(pos));
-                            m_index->matchLines.append(line);
-                            ++m_matchCount;
-                            nextAllowed = i + size_t(len);
-                        }
-                    }
+                    needle.forEachMatch(chunk, n, m_candidates, [&](size_t i, size_t len) {
+                        const qint64 pos = a + qint64(i);
+                        const qint32 line = lineOf(pos);
+                        const qint64 lineStart = line == 1 ? 0 : ends[line - 1] + 1;
+                        const qint64 s = qMax(lineStart, a);
+                        // Text after a NUL byte is not part of the decoded line.
+                        if (std::memchr(chunk + (s - a), 0, size_t(pos + qint64(len) - s)))
+                            return false;
+                        m_index->matchOffsets.append(qint32(pos));
+                        m_index->matchLines.append(line);
+                        ++m_matchCount;
+                        return true;
+                    });
                 }
             });
             if (!read) {

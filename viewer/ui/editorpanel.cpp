@@ -116,7 +116,7 @@ EditorPanel::EditorPanel(QWidget *parent, Mode mode)
     connect(searcher, &FileSearcher::SearchProcessed, this, &EditorPanel::SearchResultReady);
     connect(searcher, &FileSearcher::SearchFinished, this,
             [this](const QString &text, const qint64 &count) {
-                if (text != engineSearchText())
+                if (text != m_searchText)
                     return; // a newer search is on its way
                 m_searching = false;
                 m_fileMatchCount = count;
@@ -300,7 +300,7 @@ bool EditorPanel::openFile(const QString &path)
     }
     m_statusLabel->setText(tr("Indexing..."));
     m_searching = !m_searchText.isEmpty();
-    emit NewFileOpened(engineSearchText(), path, ViewerEngine::ChunkSize,
+    emit NewFileOpened(m_searchText, path, ViewerEngine::ChunkSize,
                        m_textView->maximumBlockCount());
     RecentFiles::add(path);
     // The main window rebuilds its "Recent Files" menu; found by name so that this library
@@ -401,7 +401,7 @@ void EditorPanel::onSearchRequested()
     m_searching = true;
     m_statusLabel->setText(tr("Searching..."));
     m_counterLabel->setText(QStringLiteral(" --/-- "));
-    emit StartFileSearchTask(engineSearchText(), m_filePath, ViewerEngine::ChunkSize,
+    emit StartFileSearchTask(m_searchText, m_filePath, ViewerEngine::ChunkSize,
                              m_textView->maximumBlockCount());
 }
 
@@ -409,20 +409,11 @@ void EditorPanel::SearchResultReady(const QString SearchString, const qint64 &Ma
                                     const qint64 &ScannedLines)
 {
     Q_UNUSED(ScannedLines)
-    if (SearchString != engineSearchText())
+    if (SearchString != m_searchText)
         return;
     m_fileMatchCount = MatchCount;
     if (m_searching) // what has been found so far, while the rest is searched
         m_counterLabel->setText(QStringLiteral(" --/--/%1 ").arg(MatchCount));
-}
-
-QString EditorPanel::engineSearchText() const
-{
-    // The engine matches Latin-1 bytes. A text with characters beyond Latin-1 can only be
-    // in a file as UTF-8, so it is handed over as its UTF-8 bytes.
-    const bool beyond = std::any_of(m_searchText.cbegin(), m_searchText.cend(),
-                                    [](QChar c) { return c.unicode() > 0xff; });
-    return beyond ? QString::fromLatin1(m_searchText.toUtf8()) : m_searchText;
 }
 
 void EditorPanel::findInLoadedText()
@@ -617,7 +608,7 @@ void EditorPanel::onFileIndexed(const QString &FilePath, const qint32 &LineCount
     if (first || lower != m_loadedLower || upper != m_loadedUpper || m_loadedToEnd)
         onFileSpanSliderChanged(lower, upper);
     if (m_searching && !m_searchText.isEmpty() && first)
-        emit StartFileSearchTask(engineSearchText(), m_filePath, ViewerEngine::ChunkSize,
+        emit StartFileSearchTask(m_searchText, m_filePath, ViewerEngine::ChunkSize,
                                  m_textView->maximumBlockCount());
 }
 

@@ -105,8 +105,6 @@ private:
     void updateSliderToolTip();
     void setNavigation(const QVector<qint32> &positions, int length);
     void findInLoadedText();
-    // The search text as the engine is given it.
-    QString engineSearchText() const;
     void moveToMatch(int step);
     void followTail(qint32 lines);
     // The filters' positions (of matches, or of errors and warnings) in the editor's text;
