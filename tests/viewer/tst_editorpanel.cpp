@@ -455,10 +455,15 @@ private slots:
         const QString saved = m_dir.filePath(QStringLiteral("saved.log"));
         QTimer answer;
         QObject::connect(&answer, &QTimer::timeout, [&] {
-            if (auto *dialog = qobject_cast<QFileDialog *>(QApplication::activeModalWidget())) {
+            auto *dialog = qobject_cast<QFileDialog *>(QApplication::activeModalWidget());
+            if (!dialog)
+                return;
+            // The dialog settles its folder after a selection: accept on a later tick, once
+            // the name has stayed.
+            if (dialog->selectedFiles().value(0) != saved)
                 dialog->selectFile(saved);
+            else
                 QMetaObject::invokeMethod(dialog, "done", Q_ARG(int, QDialog::Accepted));
-            }
         });
         answer.start(10);
         clickTool(panel, QStringLiteral("Save text in editor to file"));
