@@ -4,6 +4,7 @@
 // the baseline of the same run. Every line is checked afterwards, and a 10 ms timer on the
 // GUI thread records how long the event loop was kept from running during the flood.
 #include "loadgen.h"
+#include "monitor/core/outputbacklog.h"
 #include "monitor/core/vrxmonhost.h"
 #include "monitor/ui/hexspinbox.h"
 #include "monitor/ui/monitorpanel.h"
@@ -59,6 +60,8 @@ constexpr quint32 kDeviceMask = 0x7fffffff;
 
 constexpr double kTargetRate = 100000.0;
 constexpr double kTargetStallMs = 100.0;
+// --long: 20 M lines, the sustained load the window must keep up with for hours.
+constexpr int kLongLines = 500000;
 
 // With --breakdown: where the GUI thread's time goes, by receiver class and event kind. Only
 // top-level deliveries are timed, so nested ones count with the event that caused them. The
@@ -429,6 +432,52 @@ Verdict verify(const Expected &e, const OutputReader &r)
     return v;
 }
 
+// Resident memory of the process, sampled every 20 ms from a thread of its own. What the
+// benchmark itself holds (the expected streams before the start, the streams rebuilt from the
+// file as they grow) is taken off, so the peak is the monitor's share.
+class ResidentMeter
+{
+public:
+    explicit ResidentMeter(std::function<uint64_t()> benchBytes) : m_benchBytes(std::move(benchBytes)) {}
+    ~ResidentMeter() { stop(); }
+    void start()
+    {
+        m_base = resident();
+        m_thread = std::thread([this] {
+            while (!m_stop) {
+                const int64_t own = int64_t(resident()) - int64_t(m_base) -
+                                    int64_t(m_benchBytes());
+                m_peak = std::max<int64_t>(m_peak, own);
+                std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            }
+        });
+    }
+    void stop()
+    {
+        m_stop = true;
+        if (m_thread.joinable())
+            m_thread.join();
+    }
+    double peakMb() const { return double(std::max<int64_t>(0, m_peak)) / 1e6; }
+    static uint64_t resident()
+    {
+        long pages = 0, rss = 0;
+        if (FILE *f = std::fopen("/proc/self/statm", "r")) {
+            if (std::fscanf(f, "%ld %ld", &pages, &rss) != 2)
+                rss = 0;
+            std::fclose(f);
+        }
+        return uint64_t(rss) * uint64_t(sysconf(_SC_PAGESIZE));
+    }
+
+private:
+    std::function<uint64_t()> m_benchBytes;
+    uint64_t m_base = 0;
+    std::atomic<int64_t> m_peak{0};
+    std::atomic<bool> m_stop{false};
+    std::thread m_thread;
+};
+
 // Lateness of a 10 ms timer on the GUI thread: how long the event loop could not turn.
 class StallMeter
 {
@@ -504,6 +553,9 @@ struct Flood
     double ackSeconds = 0;   // start of sending until the server had acknowledged everything
     double stallMs = 0;
     double fileShareAtAck = 0; // client bytes in the file when the last acknowledgement came
+    double ackToFileSeconds = 0; // last acknowledgement until the last byte was in the file
+    double peakRssMb = 0;        // the monitor's share of the resident memory, at its largest
+    double peakUnwrittenMb = -1; // acknowledged text not yet in the file, at its largest
     bool loadOk = false;
     uint64_t linesSent = 0;
     uint64_t fileBytes = 0;
@@ -515,10 +567,14 @@ struct Flood
 
 // One flood against whatever listens on the port and writes to path; the GUI thread keeps
 // running its event loop all the while.
-Flood flood(const Expected &e, uint16_t port, const QString &path)
+Flood flood(const Expected &e, uint16_t port, const QString &path,
+            const std::function<double()> &peakUnwrittenMb = {})
 {
     Flood f;
     FileWatch watch(e, path);
+    // The rebuilt streams, their segment ends and the watcher's read buffer.
+    ResidentMeter memory([&watch] { return watch.clientBytes() * 21 / 20 + (1u << 20); });
+    memory.start();
     watch.start();
     StallMeter stall;
 
@@ -567,6 +623,13 @@ Flood flood(const Expected &e, uint16_t port, const QString &path)
     if (!watch.complete())
         waitUntil([&] { return watch.complete(); }, 2000);
     watch.stop();
+    memory.stop();
+    f.peakRssMb = memory.peakMb();
+    if (peakUnwrittenMb)
+        f.peakUnwrittenMb = peakUnwrittenMb();
+    if (watch.complete())
+        f.ackToFileSeconds =
+            std::max(0.0, std::chrono::duration<double>(watch.completedAt() - loadEnd).count());
 
     const Clock::time_point sendStart =
         loadEnd - std::chrono::duration_cast<Clock::duration>(
@@ -615,6 +678,14 @@ void printFlood(const char *name, const Flood &f, const Expected &e)
                 static_cast<unsigned long long>(f.verdict.lost),
                 static_cast<unsigned long long>(f.verdict.extraBytes),
                 f.loadOk ? "" : ", LOAD GENERATOR FAILED");
+    std::printf("%-8s peak resident %.1f MB (the benchmark's own records taken off), largest "
+                "acknowledged but unwritten %s, last acknowledgement to last byte in the file "
+                "%.3f s\n",
+                "", f.peakRssMb,
+                f.peakUnwrittenMb < 0
+                    ? "n/a"
+                    : qPrintable(QString::asprintf("%.1f MB", f.peakUnwrittenMb)),
+                f.ackToFileSeconds);
 }
 
 // The window-less side: the host's texts go straight into a file, nothing else.
@@ -680,7 +751,8 @@ Flood runWindow(const Expected &e)
                          flushedChars += uint64_t(text.size());
                          g_profile.flushChars = uint64_t(text.size());
                      });
-    Flood f = flood(e, port, path);
+    const std::shared_ptr<OutputBacklog> backlog = panel->editor()->outputBacklog();
+    Flood f = flood(e, port, path, [backlog] { return double(backlog->peak()) / 1e6; });
     QObject::disconnect(counting);
     std::printf("window   output %s: %llu flushes of %.0f characters on average\n",
                 qPrintable(QDir(MonitorPanel::outputDirectory()).relativeFilePath(path)),
@@ -731,6 +803,8 @@ int main(int argc, char **argv)
     for (int i = 1; i < argc; ++i) {
         if (std::strcmp(argv[i], "--breakdown") == 0)
             g_profile.enabled = true;
+        else if (std::strcmp(argv[i], "--long") == 0)
+            lines = kLongLines;
         else
             lines = std::max(1, std::atoi(argv[i]));
     }
@@ -768,10 +842,12 @@ int main(int argc, char **argv)
                     kTargetStallMs);
     auto verdict = [](bool ok) { return ok ? "PASS" : "FAIL"; };
     std::printf("bench_monitor_flood: %llu lines, window %.2f s (%.0f lines/s), baseline %.2f s, "
-                "ratio %.2f, lost %llu, longest stall %.0f ms, targets: rate %s, loss %s, "
+                "ratio %.2f, lost %llu, longest stall %.0f ms, peak resident %.0f MB, largest "
+                "unwritten %.1f MB, last ack to file %.3f s, targets: rate %s, loss %s, "
                 "stall %s\n",
                 static_cast<unsigned long long>(total), win.seconds, win.linesPerSecond(),
                 base.seconds, ratio, static_cast<unsigned long long>(win.verdict.lost),
-                win.stallMs, verdict(rateOk), verdict(lossOk), verdict(stallOk));
+                win.stallMs, win.peakRssMb, std::max(0.0, win.peakUnwrittenMb),
+                win.ackToFileSeconds, verdict(rateOk), verdict(lossOk), verdict(stallOk));
     return rateOk && lossOk && stallOk ? 0 : 1;
 }

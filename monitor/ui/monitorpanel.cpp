@@ -57,6 +57,7 @@ MonitorPanel::MonitorPanel(const QString &externalProcessName, QWidget *parent)
     connect(m_process, &QProcess::readyReadStandardOutput, this, [this] {
         m_textView->appendNoNewline(decodeEightBit(m_process->readAllStandardOutput()));
     });
+    connect(m_textView, &Editor::logFileFull, this, &MonitorPanel::onLogFileFull);
     connect(textSizeBox(), QOverload<int>::of(&QSpinBox::valueChanged), this, [](int size) {
         QSettings().setValue(QStringLiteral("%1/OutputTextSize").arg(kStartupGroup), size);
     });
@@ -263,6 +264,24 @@ void MonitorPanel::startMonitoring()
     }
     startBuiltIn(trace, timestamp, mask);
     saveLastUsedState(true);
+}
+
+void MonitorPanel::setLogFileLimit(qint64 bytes)
+{
+    m_textView->setLogFileLimit(bytes);
+}
+
+void MonitorPanel::onLogFileFull()
+{
+    // The run goes on in a new file, which the old files' cache counts like any other; the
+    // text that did not fit goes there, so nothing is lost between the two.
+    const QString directory = QFileInfo(m_textView->logFilePath()).absolutePath();
+    removeOldLogFiles(directory, m_logCacheBox->value());
+    QString path = newLogFilePath(directory);
+    for (int n = 1; path == m_textView->logFilePath() || QFileInfo::exists(path); ++n)
+        path = newLogFilePath(directory).replace(QStringLiteral(".okv"),
+                                                 QStringLiteral("-%1.okv").arg(n));
+    startLogFile(path);
 }
 
 void MonitorPanel::startBuiltIn(quint32 trace, quint32 timestamp, quint32 mask)
