@@ -13,6 +13,7 @@
 #include "shell/ui/mainwindow.h"
 #include "shell/ui/metatypes.h"
 #include "util/ui/notify.h"
+#include "viewer/core/viewerengine.h"
 #include "viewer/ui/editor.h"
 
 #include <QApplication>
@@ -26,6 +27,7 @@
 #include <QTemporaryDir>
 #include <QTimer>
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -337,6 +339,7 @@ public:
     Clock::time_point completedAt() const { return m_completedAt; }
     uint64_t fileBytes() const { return m_fileBytes.load(); }
     uint64_t clientBytes() const { return m_clientBytesSeen.load(); }
+    int files() const { return m_files.load(); }
     // Only once stopped.
     const OutputReader &reader() const { return m_reader; }
 
@@ -364,11 +367,47 @@ private:
                     m_complete = true;
                     break;
                 }
+            } else if (fd >= 0) {
+                // The monitor goes on in a newer file once this one is full; the old one is
+                // complete by the time the next exists.
+                const std::string next = nextOutputFile();
+                if (!next.empty()) {
+                    ssize_t n;
+                    while ((n = read(fd, buffer.data(), buffer.size())) > 0) {
+                        m_reader.feed(buffer.data(), std::size_t(n));
+                        m_fileBytes += uint64_t(n);
+                    }
+                    close(fd);
+                    fd = -1;
+                    m_path = next;
+                    ++m_files;
+                    continue;
+                }
             }
             std::this_thread::sleep_for(std::chrono::milliseconds(2));
         }
         if (fd >= 0)
             close(fd);
+    }
+
+    // The first output file named after this one ("vrxmon_<time>.okv" sort by time), if any.
+    std::string nextOutputFile() const
+    {
+        const std::size_t slash = m_path.rfind('/');
+        const std::string dir = m_path.substr(0, slash), name = m_path.substr(slash + 1);
+        if (name.compare(0, 7, "vrxmon_") != 0)
+            return std::string();
+        std::string best;
+        if (DIR *d = opendir(dir.c_str())) {
+            while (const dirent *entry = readdir(d)) {
+                const std::string other = entry->d_name;
+                if (other.compare(0, 7, "vrxmon_") == 0 && other > name &&
+                    (best.empty() || other < best))
+                    best = other;
+            }
+            closedir(d);
+        }
+        return best.empty() ? best : dir + '/' + best;
     }
 
     const Expected &m_e;
@@ -380,6 +419,7 @@ private:
     Clock::time_point m_completedAt;
     std::atomic<uint64_t> m_fileBytes{0};
     std::atomic<uint64_t> m_clientBytesSeen{0};
+    std::atomic<int> m_files{1};
 };
 
 struct Verdict
@@ -459,15 +499,20 @@ public:
             m_thread.join();
     }
     double peakMb() const { return double(std::max<int64_t>(0, m_peak)) / 1e6; }
+    // Anonymous memory only: pages of files the process maps are the page cache's.
     static uint64_t resident()
     {
-        long pages = 0, rss = 0;
-        if (FILE *f = std::fopen("/proc/self/statm", "r")) {
-            if (std::fscanf(f, "%ld %ld", &pages, &rss) != 2)
-                rss = 0;
+        uint64_t kb = 0;
+        if (FILE *f = std::fopen("/proc/self/status", "r")) {
+            char line[256];
+            while (std::fgets(line, sizeof line, f)) {
+                unsigned long long value = 0;
+                if (std::sscanf(line, "RssAnon: %llu kB", &value) == 1)
+                    kb = value;
+            }
             std::fclose(f);
         }
-        return uint64_t(rss) * uint64_t(sysconf(_SC_PAGESIZE));
+        return kb * 1024;
     }
 
 private:
@@ -556,6 +601,7 @@ struct Flood
     double ackToFileSeconds = 0; // last acknowledgement until the last byte was in the file
     double peakRssMb = 0;        // the monitor's share of the resident memory, at its largest
     double peakUnwrittenMb = -1; // acknowledged text not yet in the file, at its largest
+    int files = 1;               // output files the run took
     bool loadOk = false;
     uint64_t linesSent = 0;
     uint64_t fileBytes = 0;
@@ -625,6 +671,7 @@ Flood flood(const Expected &e, uint16_t port, const QString &path,
     watch.stop();
     memory.stop();
     f.peakRssMb = memory.peakMb();
+    f.files = watch.files();
     if (peakUnwrittenMb)
         f.peakUnwrittenMb = peakUnwrittenMb();
     if (watch.complete())
@@ -678,14 +725,14 @@ void printFlood(const char *name, const Flood &f, const Expected &e)
                 static_cast<unsigned long long>(f.verdict.lost),
                 static_cast<unsigned long long>(f.verdict.extraBytes),
                 f.loadOk ? "" : ", LOAD GENERATOR FAILED");
-    std::printf("%-8s peak resident %.1f MB (the benchmark's own records taken off), largest "
-                "acknowledged but unwritten %s, last acknowledgement to last byte in the file "
-                "%.3f s\n",
+    std::printf("%-8s peak resident %.1f MB (anonymous, the benchmark's own records taken off), "
+                "largest acknowledged but unwritten %s, last acknowledgement to last byte in the "
+                "file %.3f s, %d output file(s)\n",
                 "", f.peakRssMb,
                 f.peakUnwrittenMb < 0
                     ? "n/a"
                     : qPrintable(QString::asprintf("%.1f MB", f.peakUnwrittenMb)),
-                f.ackToFileSeconds);
+                f.ackToFileSeconds, f.files);
 }
 
 // The window-less side: the host's texts go straight into a file, nothing else.
@@ -754,10 +801,12 @@ Flood runWindow(const Expected &e)
     const std::shared_ptr<OutputBacklog> backlog = panel->editor()->outputBacklog();
     Flood f = flood(e, port, path, [backlog] { return double(backlog->peak()) / 1e6; });
     QObject::disconnect(counting);
-    std::printf("window   output %s: %llu flushes of %.0f characters on average\n",
+    std::printf("window   output %s: %llu flushes of %.0f characters on average; the index "
+                "holds %.1f MB\n",
                 qPrintable(QDir(MonitorPanel::outputDirectory()).relativeFilePath(path)),
                 static_cast<unsigned long long>(flushes),
-                flushes ? double(flushedChars) / double(flushes) : 0.0);
+                flushes ? double(flushedChars) / double(flushes) : 0.0,
+                double(panel->engine()->index().allocatedBytes()) / 1e6);
 
     panel->stopMonitoring();
     waitUntil([panel] { return !panel->isMonitoring(); }, 10000);

@@ -15,7 +15,7 @@ class OutputBacklog
 {
 public:
     // Characters: written as one byte each, held as two in memory on their way.
-    static constexpr qint64 DefaultLimit = qint64(8) << 20;
+    static constexpr qint64 DefaultLimit = qint64(2) << 20;
 
     explicit OutputBacklog(qint64 limit = DefaultLimit) : m_limit(limit) {}
 

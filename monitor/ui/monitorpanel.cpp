@@ -277,10 +277,15 @@ void MonitorPanel::onLogFileFull()
     // text that did not fit goes there, so nothing is lost between the two.
     const QString directory = QFileInfo(m_textView->logFilePath()).absolutePath();
     removeOldLogFiles(directory, m_logCacheBox->value());
-    QString path = newLogFilePath(directory);
-    for (int n = 1; path == m_textView->logFilePath() || QFileInfo::exists(path); ++n)
-        path = newLogFilePath(directory).replace(QStringLiteral(".okv"),
-                                                 QStringLiteral("-%1.okv").arg(n));
+    // Named like every output file; a file filled within the same millisecond (only with a
+    // tiny limit) takes the next free one, so the names still sort by time.
+    QDateTime time = QDateTime::currentDateTime();
+    QString path;
+    do {
+        path = directory + QStringLiteral("/vrxmon_") +
+               time.toString(QStringLiteral("yyyy-MM-dd-hh.mm.ss.zzz")) + QStringLiteral(".okv");
+        time = time.addMSecs(1);
+    } while (path == m_textView->logFilePath() || QFileInfo::exists(path));
     startLogFile(path);
 }
 
