@@ -357,6 +357,8 @@ private:
                 while ((n = read(fd, buffer.data(), buffer.size())) > 0) {
                     m_reader.feed(buffer.data(), std::size_t(n));
                     m_fileBytes += uint64_t(n);
+                    // Per read: the memory meter takes what the reader holds off.
+                    m_clientBytesSeen = m_reader.clientBytes();
                     grew = true;
                 }
             }
