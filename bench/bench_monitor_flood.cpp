@@ -29,6 +29,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -337,6 +338,8 @@ public:
 
     bool complete() const { return m_complete.load(); }
     Clock::time_point completedAt() const { return m_completedAt; }
+    // Only once stopped.
+    Clock::time_point lastChangeAt() const { return m_lastChangeAt; }
     uint64_t fileBytes() const { return m_fileBytes.load(); }
     uint64_t clientBytes() const { return m_clientBytesSeen.load(); }
     int files() const { return m_files.load(); }
@@ -360,7 +363,9 @@ private:
                     // Per read: the memory meter takes what the reader holds off.
                     m_clientBytesSeen = m_reader.clientBytes();
                     grew = true;
+                    noteSize(fd);
                 }
+                noteSize(fd);
             }
             if (grew) {
                 m_clientBytesSeen = m_reader.clientBytes();
@@ -390,6 +395,17 @@ private:
         }
         if (fd >= 0)
             close(fd);
+    }
+
+    // When the file last changed size, whatever the reader has parsed by then: the moment
+    // the last byte reached the file.
+    void noteSize(int fd)
+    {
+        struct stat st{};
+        if (fstat(fd, &st) == 0 && st.st_size != m_lastSize) {
+            m_lastSize = st.st_size;
+            m_lastChangeAt = Clock::now();
+        }
     }
 
     // The first output file named after this one ("vrxmon_<time>.okv" sort by time), if any.
@@ -422,6 +438,8 @@ private:
     std::atomic<uint64_t> m_fileBytes{0};
     std::atomic<uint64_t> m_clientBytesSeen{0};
     std::atomic<int> m_files{1};
+    off_t m_lastSize = -1;
+    Clock::time_point m_lastChangeAt;
 };
 
 struct Verdict
@@ -678,7 +696,7 @@ Flood flood(const Expected &e, uint16_t port, const QString &path,
         f.peakUnwrittenMb = peakUnwrittenMb();
     if (watch.complete())
         f.ackToFileSeconds =
-            std::max(0.0, std::chrono::duration<double>(watch.completedAt() - loadEnd).count());
+            std::max(0.0, std::chrono::duration<double>(watch.lastChangeAt() - loadEnd).count());
 
     const Clock::time_point sendStart =
         loadEnd - std::chrono::duration_cast<Clock::duration>(
