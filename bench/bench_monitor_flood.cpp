@@ -4,6 +4,7 @@
 // the baseline of the same run. Every line is checked afterwards, and a 10 ms timer on the
 // GUI thread records how long the event loop was kept from running during the flood.
 #include "loadgen.h"
+#include "monitor/core/outputbacklog.h"
 #include "monitor/core/vrxmonhost.h"
 #include "monitor/ui/hexspinbox.h"
 #include "monitor/ui/monitorpanel.h"
@@ -12,6 +13,7 @@
 #include "shell/ui/mainwindow.h"
 #include "shell/ui/metatypes.h"
 #include "util/ui/notify.h"
+#include "viewer/core/viewerengine.h"
 #include "viewer/ui/editor.h"
 
 #include <QApplication>
@@ -25,7 +27,9 @@
 #include <QTemporaryDir>
 #include <QTimer>
 
+#include <dirent.h>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -59,6 +63,8 @@ constexpr quint32 kDeviceMask = 0x7fffffff;
 
 constexpr double kTargetRate = 100000.0;
 constexpr double kTargetStallMs = 100.0;
+// --long: 20 M lines, the sustained load the window must keep up with for hours.
+constexpr int kLongLines = 500000;
 
 // With --breakdown: where the GUI thread's time goes, by receiver class and event kind. Only
 // top-level deliveries are timed, so nested ones count with the event that caused them. The
@@ -332,8 +338,11 @@ public:
 
     bool complete() const { return m_complete.load(); }
     Clock::time_point completedAt() const { return m_completedAt; }
+    // Only once stopped.
+    Clock::time_point lastChangeAt() const { return m_lastChangeAt; }
     uint64_t fileBytes() const { return m_fileBytes.load(); }
     uint64_t clientBytes() const { return m_clientBytesSeen.load(); }
+    int files() const { return m_files.load(); }
     // Only once stopped.
     const OutputReader &reader() const { return m_reader; }
 
@@ -351,8 +360,12 @@ private:
                 while ((n = read(fd, buffer.data(), buffer.size())) > 0) {
                     m_reader.feed(buffer.data(), std::size_t(n));
                     m_fileBytes += uint64_t(n);
+                    // Per read: the memory meter takes what the reader holds off.
+                    m_clientBytesSeen = m_reader.clientBytes();
                     grew = true;
+                    noteSize(fd);
                 }
+                noteSize(fd);
             }
             if (grew) {
                 m_clientBytesSeen = m_reader.clientBytes();
@@ -361,11 +374,58 @@ private:
                     m_complete = true;
                     break;
                 }
+            } else if (fd >= 0) {
+                // The monitor goes on in a newer file once this one is full; the old one is
+                // complete by the time the next exists.
+                const std::string next = nextOutputFile();
+                if (!next.empty()) {
+                    ssize_t n;
+                    while ((n = read(fd, buffer.data(), buffer.size())) > 0) {
+                        m_reader.feed(buffer.data(), std::size_t(n));
+                        m_fileBytes += uint64_t(n);
+                    }
+                    close(fd);
+                    fd = -1;
+                    m_path = next;
+                    ++m_files;
+                    continue;
+                }
             }
             std::this_thread::sleep_for(std::chrono::milliseconds(2));
         }
         if (fd >= 0)
             close(fd);
+    }
+
+    // When the file last changed size, whatever the reader has parsed by then: the moment
+    // the last byte reached the file.
+    void noteSize(int fd)
+    {
+        struct stat st{};
+        if (fstat(fd, &st) == 0 && st.st_size != m_lastSize) {
+            m_lastSize = st.st_size;
+            m_lastChangeAt = Clock::now();
+        }
+    }
+
+    // The first output file named after this one ("vrxmon_<time>.okv" sort by time), if any.
+    std::string nextOutputFile() const
+    {
+        const std::size_t slash = m_path.rfind('/');
+        const std::string dir = m_path.substr(0, slash), name = m_path.substr(slash + 1);
+        if (name.compare(0, 7, "vrxmon_") != 0)
+            return std::string();
+        std::string best;
+        if (DIR *d = opendir(dir.c_str())) {
+            while (const dirent *entry = readdir(d)) {
+                const std::string other = entry->d_name;
+                if (other.compare(0, 7, "vrxmon_") == 0 && other > name &&
+                    (best.empty() || other < best))
+                    best = other;
+            }
+            closedir(d);
+        }
+        return best.empty() ? best : dir + '/' + best;
     }
 
     const Expected &m_e;
@@ -377,6 +437,9 @@ private:
     Clock::time_point m_completedAt;
     std::atomic<uint64_t> m_fileBytes{0};
     std::atomic<uint64_t> m_clientBytesSeen{0};
+    std::atomic<int> m_files{1};
+    off_t m_lastSize = -1;
+    Clock::time_point m_lastChangeAt;
 };
 
 struct Verdict
@@ -428,6 +491,57 @@ Verdict verify(const Expected &e, const OutputReader &r)
     }
     return v;
 }
+
+// Resident memory of the process, sampled every 20 ms from a thread of its own. What the
+// benchmark itself holds (the expected streams before the start, the streams rebuilt from the
+// file as they grow) is taken off, so the peak is the monitor's share.
+class ResidentMeter
+{
+public:
+    explicit ResidentMeter(std::function<uint64_t()> benchBytes) : m_benchBytes(std::move(benchBytes)) {}
+    ~ResidentMeter() { stop(); }
+    void start()
+    {
+        m_base = resident();
+        m_thread = std::thread([this] {
+            while (!m_stop) {
+                const int64_t own = int64_t(resident()) - int64_t(m_base) -
+                                    int64_t(m_benchBytes());
+                m_peak = std::max<int64_t>(m_peak, own);
+                std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            }
+        });
+    }
+    void stop()
+    {
+        m_stop = true;
+        if (m_thread.joinable())
+            m_thread.join();
+    }
+    double peakMb() const { return double(std::max<int64_t>(0, m_peak)) / 1e6; }
+    // Anonymous memory only: pages of files the process maps are the page cache's.
+    static uint64_t resident()
+    {
+        uint64_t kb = 0;
+        if (FILE *f = std::fopen("/proc/self/status", "r")) {
+            char line[256];
+            while (std::fgets(line, sizeof line, f)) {
+                unsigned long long value = 0;
+                if (std::sscanf(line, "RssAnon: %llu kB", &value) == 1)
+                    kb = value;
+            }
+            std::fclose(f);
+        }
+        return kb * 1024;
+    }
+
+private:
+    std::function<uint64_t()> m_benchBytes;
+    uint64_t m_base = 0;
+    std::atomic<int64_t> m_peak{0};
+    std::atomic<bool> m_stop{false};
+    std::thread m_thread;
+};
 
 // Lateness of a 10 ms timer on the GUI thread: how long the event loop could not turn.
 class StallMeter
@@ -504,6 +618,10 @@ struct Flood
     double ackSeconds = 0;   // start of sending until the server had acknowledged everything
     double stallMs = 0;
     double fileShareAtAck = 0; // client bytes in the file when the last acknowledgement came
+    double ackToFileSeconds = 0; // last acknowledgement until the last byte was in the file
+    double peakRssMb = 0;        // the monitor's share of the resident memory, at its largest
+    double peakUnwrittenMb = -1; // acknowledged text not yet in the file, at its largest
+    int files = 1;               // output files the run took
     bool loadOk = false;
     uint64_t linesSent = 0;
     uint64_t fileBytes = 0;
@@ -515,10 +633,14 @@ struct Flood
 
 // One flood against whatever listens on the port and writes to path; the GUI thread keeps
 // running its event loop all the while.
-Flood flood(const Expected &e, uint16_t port, const QString &path)
+Flood flood(const Expected &e, uint16_t port, const QString &path,
+            const std::function<double()> &peakUnwrittenMb = {})
 {
     Flood f;
     FileWatch watch(e, path);
+    // The rebuilt streams, their segment ends and the watcher's read buffer.
+    ResidentMeter memory([&watch] { return watch.clientBytes() * 21 / 20 + (1u << 20); });
+    memory.start();
     watch.start();
     StallMeter stall;
 
@@ -567,6 +689,14 @@ Flood flood(const Expected &e, uint16_t port, const QString &path)
     if (!watch.complete())
         waitUntil([&] { return watch.complete(); }, 2000);
     watch.stop();
+    memory.stop();
+    f.peakRssMb = memory.peakMb();
+    f.files = watch.files();
+    if (peakUnwrittenMb)
+        f.peakUnwrittenMb = peakUnwrittenMb();
+    if (watch.complete())
+        f.ackToFileSeconds =
+            std::max(0.0, std::chrono::duration<double>(watch.lastChangeAt() - loadEnd).count());
 
     const Clock::time_point sendStart =
         loadEnd - std::chrono::duration_cast<Clock::duration>(
@@ -615,6 +745,14 @@ void printFlood(const char *name, const Flood &f, const Expected &e)
                 static_cast<unsigned long long>(f.verdict.lost),
                 static_cast<unsigned long long>(f.verdict.extraBytes),
                 f.loadOk ? "" : ", LOAD GENERATOR FAILED");
+    std::printf("%-8s peak resident %.1f MB (anonymous, the benchmark's own records taken off), "
+                "largest acknowledged but unwritten %s, last acknowledgement to last byte in the "
+                "file %.3f s, %d output file(s)\n",
+                "", f.peakRssMb,
+                f.peakUnwrittenMb < 0
+                    ? "n/a"
+                    : qPrintable(QString::asprintf("%.1f MB", f.peakUnwrittenMb)),
+                f.ackToFileSeconds, f.files);
 }
 
 // The window-less side: the host's texts go straight into a file, nothing else.
@@ -680,12 +818,15 @@ Flood runWindow(const Expected &e)
                          flushedChars += uint64_t(text.size());
                          g_profile.flushChars = uint64_t(text.size());
                      });
-    Flood f = flood(e, port, path);
+    const std::shared_ptr<OutputBacklog> backlog = panel->editor()->outputBacklog();
+    Flood f = flood(e, port, path, [backlog] { return double(backlog->peak()) / 1e6; });
     QObject::disconnect(counting);
-    std::printf("window   output %s: %llu flushes of %.0f characters on average\n",
+    std::printf("window   output %s: %llu flushes of %.0f characters on average; the index "
+                "holds %.1f MB\n",
                 qPrintable(QDir(MonitorPanel::outputDirectory()).relativeFilePath(path)),
                 static_cast<unsigned long long>(flushes),
-                flushes ? double(flushedChars) / double(flushes) : 0.0);
+                flushes ? double(flushedChars) / double(flushes) : 0.0,
+                double(panel->engine()->index().allocatedBytes()) / 1e6);
 
     panel->stopMonitoring();
     waitUntil([panel] { return !panel->isMonitoring(); }, 10000);
@@ -731,6 +872,8 @@ int main(int argc, char **argv)
     for (int i = 1; i < argc; ++i) {
         if (std::strcmp(argv[i], "--breakdown") == 0)
             g_profile.enabled = true;
+        else if (std::strcmp(argv[i], "--long") == 0)
+            lines = kLongLines;
         else
             lines = std::max(1, std::atoi(argv[i]));
     }
@@ -768,10 +911,12 @@ int main(int argc, char **argv)
                     kTargetStallMs);
     auto verdict = [](bool ok) { return ok ? "PASS" : "FAIL"; };
     std::printf("bench_monitor_flood: %llu lines, window %.2f s (%.0f lines/s), baseline %.2f s, "
-                "ratio %.2f, lost %llu, longest stall %.0f ms, targets: rate %s, loss %s, "
+                "ratio %.2f, lost %llu, longest stall %.0f ms, peak resident %.0f MB, largest "
+                "unwritten %.1f MB, last ack to file %.3f s, targets: rate %s, loss %s, "
                 "stall %s\n",
                 static_cast<unsigned long long>(total), win.seconds, win.linesPerSecond(),
                 base.seconds, ratio, static_cast<unsigned long long>(win.verdict.lost),
-                win.stallMs, verdict(rateOk), verdict(lossOk), verdict(stallOk));
+                win.stallMs, win.peakRssMb, std::max(0.0, win.peakUnwrittenMb),
+                win.ackToFileSeconds, verdict(rateOk), verdict(lossOk), verdict(stallOk));
     return rateOk && lossOk && stallOk ? 0 : 1;
 }

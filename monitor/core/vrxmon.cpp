@@ -2,6 +2,7 @@
 
 #include "util/core/eightbittext.h"
 
+#include "monitor/core/outputbacklog.h"
 #include "monitor/core/remotememprocessed.h"
 #include "monitor/core/vrxmonpeer.h"
 
@@ -263,6 +264,14 @@ void VrxMon::runTcpServer(quint32 port)
         if (m_compact) {
             compactClients();
             m_compact = false;
+        }
+        // The output is behind: nothing more is read (and acknowledged) until it has caught
+        // up to half the limit. The clients' own sends then wait, as TCP intends.
+        if (m_backlog && m_backlog->isFull()) {
+            while (!m_backlog->waitForRoom(20) && !stopRequested()) {
+            }
+            if (stopRequested())
+                break;
         }
         const int n = epoll_wait(epfd, events, kMaxClients, -1);
         if (stopRequested())

@@ -12,6 +12,8 @@
 
 // The log server: a blocking epoll loop on 127.0.0.1 that runs inside StartServer on its own
 // thread. All client state lives in this one object; nothing is allocated per client.
+class OutputBacklog;
+
 class VrxMon : public QObject
 {
     Q_OBJECT
@@ -61,6 +63,8 @@ public:
     // Client lines shown with their end since construction; a lone "\n" text between two
     // clients cannot be told from the end of a split line, this can.
     quint64 linesShown() const { return m_linesShown.load(std::memory_order_relaxed); }
+    // Set before the first start: while it is full the clients' sockets are not read.
+    void setOutputBacklog(OutputBacklog *backlog) { m_backlog = backlog; }
 
 signals:
     void MessageAvailable(const QString &message);
@@ -114,4 +118,5 @@ private:
     std::atomic<bool> m_stopAsked{false};
     std::atomic<quint64> m_linesShown{0};
     std::atomic<bool> m_plotWaiting{false};
+    OutputBacklog *m_backlog = nullptr;
 };

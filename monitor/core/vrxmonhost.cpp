@@ -1,5 +1,6 @@
 #include "monitor/core/vrxmonhost.h"
 
+#include "monitor/core/outputbacklog.h"
 #include "monitor/core/serverterminator.h"
 #include "monitor/core/vrxmon.h"
 
@@ -45,8 +46,16 @@ void VrxMonHost::setCoalescing(bool coalesce)
         connect(m_server, &VrxMon::MessageAvailable, this, &VrxMonHost::MessageAvailable);
 }
 
+void VrxMonHost::setOutputBacklog(const std::shared_ptr<OutputBacklog> &backlog)
+{
+    m_backlog = backlog;
+    m_server->setOutputBacklog(backlog.get());
+}
+
 void VrxMonHost::collect(const QString &text)
 {
+    if (m_backlog)
+        m_backlog->add(text.size());
     {
         QMutexLocker lock(&m_collectMutex);
         m_collected += text;

@@ -4,6 +4,9 @@
 #include <QObject>
 #include <QString>
 
+#include <memory>
+
+class OutputBacklog;
 class QThread;
 class ServerTerminator;
 class VrxMon;
@@ -30,6 +33,9 @@ public:
     // thread: coalesced, the texts of all threads are gathered in order and handed on as one
     // MessageAvailable per turn of this object's event loop. Set before the first start.
     void setCoalescing(bool coalesce);
+    // Coalesced texts are counted into the backlog until their writer counts them off; the
+    // server stops reading its clients while it is full. Set before the first start.
+    void setOutputBacklog(const std::shared_ptr<OutputBacklog> &backlog);
 
     VrxMon *server() const { return m_server; }
     QThread *serverThread() const { return m_thread; }
@@ -67,4 +73,5 @@ private:
     QMutex m_collectMutex;
     QString m_collected;
     bool m_deliveryQueued = false;
+    std::shared_ptr<OutputBacklog> m_backlog;
 };

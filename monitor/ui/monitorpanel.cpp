@@ -57,6 +57,7 @@ MonitorPanel::MonitorPanel(const QString &externalProcessName, QWidget *parent)
     connect(m_process, &QProcess::readyReadStandardOutput, this, [this] {
         m_textView->appendNoNewline(decodeEightBit(m_process->readAllStandardOutput()));
     });
+    connect(m_textView, &Editor::logFileFull, this, &MonitorPanel::onLogFileFull);
     connect(textSizeBox(), QOverload<int>::of(&QSpinBox::valueChanged), this, [](int size) {
         QSettings().setValue(QStringLiteral("%1/OutputTextSize").arg(kStartupGroup), size);
     });
@@ -263,6 +264,29 @@ void MonitorPanel::startMonitoring()
     }
     startBuiltIn(trace, timestamp, mask);
     saveLastUsedState(true);
+}
+
+void MonitorPanel::setLogFileLimit(qint64 bytes)
+{
+    m_textView->setLogFileLimit(bytes);
+}
+
+void MonitorPanel::onLogFileFull()
+{
+    // The run goes on in a new file, which the old files' cache counts like any other; the
+    // text that did not fit goes there, so nothing is lost between the two.
+    const QString directory = QFileInfo(m_textView->logFilePath()).absolutePath();
+    removeOldLogFiles(directory, m_logCacheBox->value());
+    // Named like every output file; a file filled within the same millisecond (only with a
+    // tiny limit) takes the next free one, so the names still sort by time.
+    QDateTime time = QDateTime::currentDateTime();
+    QString path;
+    do {
+        path = directory + QStringLiteral("/vrxmon_") +
+               time.toString(QStringLiteral("yyyy-MM-dd-hh.mm.ss.zzz")) + QStringLiteral(".okv");
+        time = time.addMSecs(1);
+    } while (path == m_textView->logFilePath() || QFileInfo::exists(path));
+    startLogFile(path);
 }
 
 void MonitorPanel::startBuiltIn(quint32 trace, quint32 timestamp, quint32 mask)

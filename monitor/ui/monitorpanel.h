@@ -40,6 +40,9 @@ public:
 
     // The built-in server listens here; 55555 unless a test or benchmark moves it.
     void setPort(quint16 port) { m_port = port; }
+    // Output files are continued in a new one before they pass this size (2 GiB unless a
+    // test makes it small).
+    void setLogFileLimit(qint64 bytes);
     quint16 port() const { return m_port; }
     // Where the output files go: "<home>/.local/share/OKAV/".
     static QString outputDirectory();
@@ -63,6 +66,7 @@ private:
     void saveLastUsedState(bool running);
     void updateRunningState();
     void startBuiltIn(quint32 trace, quint32 timestamp, quint32 mask);
+    void onLogFileFull();
 
     QString m_externalProcessName;
     QProcess *m_process;

@@ -251,7 +251,7 @@ private slots:
         stop(panel);
     }
 
-    void demoAndLoadClientsEndUpWholeInTheOutputFile()
+    void demoAndLoadClientsEndUpWholeInTheOutputFilesRolledOverAtTheLimit()
     {
         // 25 old output files with a cache of 20: starting keeps the 20 newest.
         const QString directory = MonitorPanel::outputDirectory();
@@ -270,6 +270,9 @@ private slots:
         panel.show();
         const quint16 port = nextPort();
         panel.setPort(port);
+        // Small files, so the run has to go on in new ones several times.
+        constexpr qint64 limit = 300000;
+        panel.setLogFileLimit(limit);
         // The test is the plot side: every real-time request is served at once.
         VrxMon *server = panel.editor()->vrxMonHost()->server();
         connect(server, &VrxMon::VirtualPlotItemConnected, this,
@@ -298,10 +301,26 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(demo.state() == QProcess::NotRunning, 60000);
         QCOMPARE(demo.exitCode(), 0);
 
-        // Four load clients and the demo have gone.
-        const QString path = panel.filePath();
-        QTRY_VERIFY_WITH_TIMEOUT(readAll(path).count(QStringLiteral("DISCONNECTED!")) == 5, 30000);
-        const QString log = readAll(path);
+        // Four load clients and the demo have gone. The run's files, in the order of their
+        // names (their start times), hold the whole output; each stayed within the limit, the
+        // cache counted them with the old ones, and the panel shows the newest.
+        const auto runLog = [&] {
+            QString all;
+            const QStringList files = QDir(directory).entryList({QStringLiteral("vrxmon_*.okv")},
+                                                                QDir::Files, QDir::Name);
+            for (const QString &name : files)
+                all += readAll(directory + name);
+            return all;
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(runLog().count(QStringLiteral("DISCONNECTED!")) == 5, 30000);
+        const QString log = runLog();
+        const QFileInfoList files = QDir(directory).entryInfoList({QStringLiteral("vrxmon_*.okv")},
+                                                                  QDir::Files, QDir::Name);
+        QVERIFY2(files.size() >= 3, qPrintable(QString::number(files.size())));
+        for (const QFileInfo &file : files)
+            QVERIFY2(file.size() <= limit, qPrintable(file.fileName()));
+        QCOMPARE(panel.filePath(), files.last().absoluteFilePath());
+        QCOMPARE(QDir(directory).entryList({QStringLiteral("*.okv")}).size(), 21);
         for (int n = 0; n < 30; ++n)
             QVERIFY2(log.contains(QStringLiteral("/PCIe> NOTE : record %1: filling 64 samples\n")
                                       .arg(n)),
@@ -338,8 +357,8 @@ private slots:
             QVERIFY2(streams[i] == expected, qPrintable(QStringLiteral("client %1").arg(i)));
         }
 
-        // The editor shows the newest lines of the file, at most its block limit.
-        QTRY_VERIFY(panel.editor()->toPlainText().endsWith(log.right(2000)));
+        // The editor shows the newest lines of the newest file, at most its block limit.
+        QTRY_VERIFY(panel.editor()->toPlainText().endsWith(readAll(panel.filePath()).right(2000)));
         QVERIFY(panel.editor()->blockCount() <= 10000);
         stop(panel);
     }

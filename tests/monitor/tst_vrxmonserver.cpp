@@ -35,14 +35,6 @@ class TstVrxMonServer : public QObject
     Q_OBJECT
 
 private slots:
-    void namesAndThread()
-    {
-        RecordingHost h;
-        QCOMPARE(h.host.serverThread()->objectName(), QStringLiteral("VrxMonServerThread"));
-        QCOMPARE(h.host.server()->objectName(), QStringLiteral("VrxMonServerWorker"));
-        QCOMPARE(h.host.server()->thread(), h.host.serverThread());
-    }
-
     void lowPortsAndPipeAreRefused()
     {
         RecordingHost h;
@@ -65,11 +57,6 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(finished.count() >= 1, 20000);
         QCOMPARE(h.countOf(pipeText), 1);
         QCOMPARE(h.countOf(QStringLiteral("VRX Monitor started")), 0);
-
-        const quint16 port = nextPort();
-        QVERIFY(h.startAndListen(port));
-        KitClient c(port);
-        QVERIFY(c.connected());
     }
 
     void handshakeSettingsAndConnectTexts()
@@ -459,35 +446,8 @@ private slots:
         QCOMPARE(r.lines, quint64(2000));
         // Every acknowledged line was shown once with its end.
         QCOMPARE(h.host.server()->linesShown(), quint64(2000));
-        // And every client's bytes arrive in order. A piece without a prompt continues the
-        // client shown last. A lone "\n" may be a separator before another client's text or
-        // the end of a split line: the output reads the same, so line ends are left to the
-        // count above and compared streams hold none.
-        const VrxMon *server = h.host.server();
-        QTRY_VERIFY_WITH_TIMEOUT(h.countOf(QStringLiteral("DISCONNECTED!")) == 4, 30000);
-        QVector<QString> streams(o.clients);
-        int current = -1;
-        for (const QString &m : qAsConst(h.messages)) {
-            if (m.contains(server->prompt()) || m == QLatin1String("\n"))
-                continue;
-            QStringRef text(&m);
-            // Loadgen prompts read "0x<addr>/LoadGen@0x<handle>/<n>/LOAD<n>> ", without the
-            // blank before a piece of one byte; the lines themselves never hold a '>'.
-            if (m.startsWith(QLatin1String("0x")) && m.contains(QLatin1String("/LoadGen@0x"))) {
-                const int gt = m.indexOf(QLatin1Char('>'));
-                const int slash = m.lastIndexOf(QLatin1String("/LOAD"), gt);
-                current = m.midRef(slash + 5, gt - slash - 5).toInt();
-                text = m.midRef(gt + (m.at(gt + 1) == QLatin1Char(' ') ? 2 : 1));
-            }
-            QVERIFY2(current >= 0 && current < o.clients, qPrintable(m));
-            streams[current] += text.toString().remove(QLatin1Char('\n'));
-        }
-        for (int i = 0; i < o.clients; ++i) {
-            std::string expected;
-            for (int n = 0; n < o.lines; ++n)
-                expected += VrxLoadGen::makeLine(o.seed, i, n, o.minLength, o.maxLength);
-            QCOMPARE(streams[i], QString::fromStdString(expected).remove(QLatin1Char('\n')));
-        }
+        // That every client's bytes arrive in order is followed end to end, into the output
+        // file, by the monitor panel's test.
     }
 };
 

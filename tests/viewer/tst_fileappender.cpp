@@ -8,6 +8,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <numeric>
+
 using namespace ViewerTest;
 
 // Stands in for the editor that produces live text.
@@ -77,11 +79,44 @@ private slots:
         if (QTest::currentTestFailed())
             return;
         QCOMPARE(appended.last().at(0).value<qint32>(), qint32(ref.lineEnds.size()));
-        QCOMPARE(engine.annotations().errorMarks, marksOf(ref.errorLines, ref.lineEnds.size()));
-        QCOMPARE(engine.annotations().searchMarks, marksOf(ref.matchLines, ref.lineEnds.size()));
+        const int lines = ref.lineEnds.size();
+        QCOMPARE(engine.annotations().errorBins, SpanAnnotations::binsOf(marksOf(ref.errorLines, lines)));
+        QCOMPARE(engine.annotations().searchBins, SpanAnnotations::binsOf(marksOf(ref.matchLines, lines)));
         QFile file(path);
         QVERIFY(file.open(QIODevice::ReadOnly));
         QCOMPARE(file.readAll(), data);
+    }
+
+    void aBatchCostsTheSameAtTheEndOfABigLiveFile()
+    {
+        // The monitor's load: a quarter of the lines are errors, a quarter warnings.
+        QString batch;
+        for (int i = 0; i < 1000; ++i)
+            batch += QStringLiteral("%1 line %2 of the batch\n")
+                         .arg(i % 4 == 0 ? "ERROR:" : i % 4 == 1 ? "WARN :" : "INFO :")
+                         .arg(i);
+        ViewerEngine engine;
+        Editor editor;
+        FileReaderWriter *writer = engine.readerWriter();
+        connect(&editor, &Editor::newTextAvailable, writer, &FileReaderWriter::AppendFile);
+        Relay relay(writer);
+        QSignalSpy updated(&relay, &Relay::AnnotationsUpdated);
+        const QString path = m_dir.filePath("big-live.log");
+        const auto workOfOneBatch = [&] {
+            const quint64 before = writer->appendWork();
+            const int done = updated.count();
+            emit editor.newTextAvailable(path, batch);
+            return waitForCount(updated, done + 1) ? writer->appendWork() - before : 0;
+        };
+        const quint64 first = workOfOneBatch();
+        for (int i = 0; i < 300; ++i)
+            emit editor.newTextAvailable(path, batch);
+        QVERIFY(waitForCount(updated, 301));
+        QCOMPARE(workOfOneBatch(), first);
+        // The marks still count every error line, however coarse their bins have become.
+        const QVector<int> &bins = engine.annotations().errorBins;
+        QCOMPARE(std::accumulate(bins.begin(), bins.end(), 0), 302 * 250);
+        QCOMPARE(engine.index().lineEnds.size(), 302 * 1000 + 1);
     }
 
     void capturePhraseAcrossPieces()

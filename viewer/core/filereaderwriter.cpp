@@ -175,6 +175,7 @@ void FileReaderWriter::IndexFile(const QString &SearchString, const QString &Fil
     m_appendPath = FilePath;
     m_appendBase = 0;
     m_appendCrlf = 0;
+    m_liveMarksStale = true;
 
     ChunkState st;
     st.path = FilePath;
@@ -529,8 +530,10 @@ void FileReaderWriter::finishIndex(const QString &path)
 
 void FileReaderWriter::AppendFile(const QString &FilePath, const QString &text)
 {
-    if (m_busy)
+    if (m_busy) {
+        emit TextWritten(text.size());
         return;
+    }
     m_busy = true;
     QString phrase, marker;
     {
@@ -548,6 +551,7 @@ void FileReaderWriter::AppendFile(const QString &FilePath, const QString &text)
         m_appendPath = FilePath;
         m_appendBase = 0;
         m_appendCrlf = 0;
+        m_liveMarksStale = true;
         m_phrase.clear(); // taken afresh below
     }
     if (phrase != m_phrase) {
@@ -598,16 +602,71 @@ void FileReaderWriter::AppendFile(const QString &FilePath, const QString &text)
             emit FileAppended(m_index->lineEnds.size());
         }
     }
+    emit TextWritten(length);
+    m_appendWork.fetch_add(quint64(length), std::memory_order_relaxed);
+    updateLiveMarks();
+    emit SpanSliderAnnotationsUpdated();
+    m_busy = false;
+}
+
+void FileReaderWriter::countNew(LiveMarks &marks, const QVector<qint32> &lines)
+{
+    const bool replaced = m_liveMarksStale || lines.size() < marks.counted ||
+                          (marks.counted > 0 && lines.at(marks.counted - 1) != marks.lastLine);
+    if (replaced) {
+        marks.bins.clear();
+        marks.counted = 0;
+    }
+    for (int i = marks.counted; i < lines.size(); ++i)
+        marks.bins.add(lines.at(i));
+    m_appendWork.fetch_add(quint64(lines.size() - marks.counted), std::memory_order_relaxed);
+    marks.counted = lines.size();
+    marks.lastLine = lines.isEmpty() ? -1 : lines.last();
+}
+
+void FileReaderWriter::updateLiveMarks()
+{
+    // Only this thread writes lineEnds, so its size is read without the lock.
+    const qint32 lineCount = m_index->lineEnds.size();
     {
         QReadLocker occurrences(&m_index->occurrenceLock);
-        refillOccurrenceMarks(INT_MAX);
+        countNew(m_liveErrors, m_index->errorLines);
+        countNew(m_liveWarnings, m_index->warningLines);
+    }
+    QVector<int> errorBins = m_liveErrors.bins.binsFor(lineCount);
+    QVector<int> warningBins = m_liveWarnings.bins.binsFor(lineCount);
+    QSet<double> none, noneToo;
+    {
+        // The sets of an earlier index pass are dropped: the bins are what the slider paints.
+        QWriteLocker marks(&m_index->occurrenceAnnotationLock);
+        m_annotations->errorMarks.swap(none);
+        m_annotations->warningMarks.swap(noneToo);
+        m_annotations->errorBins.swap(errorBins);
+        m_annotations->warningBins.swap(warningBins);
+    }
+    QString search;
+    {
+        QReadLocker whole(&m_index->wholeFileLock);
+        search = m_index->searchString;
     }
     {
         QReadLocker matches(&m_index->matchLock);
-        refillSearchMarks(INT_MAX);
+        if (search != m_liveSearch) {
+            m_liveSearch = search;
+            m_liveMatches.counted = -1; // counted afresh
+        }
+        if (m_liveMatches.counted < 0) {
+            m_liveMatches.bins.clear();
+            m_liveMatches.counted = 0;
+        }
+        countNew(m_liveMatches, m_index->matchLines);
     }
-    emit SpanSliderAnnotationsUpdated();
-    m_busy = false;
+    m_liveMarksStale = false;
+    QVector<int> searchBins = m_liveMatches.bins.binsFor(lineCount);
+    QSet<double> noMatches;
+    QWriteLocker marks(&m_index->matchAnnotationLock);
+    m_annotations->searchMarks.swap(noMatches);
+    m_annotations->searchBins.swap(searchBins);
 }
 
 void FileReaderWriter::scanAppendedSlice(const QString &text, int from, int to, qint32 base,

@@ -2,6 +2,7 @@
 
 #include "viewer/core/bytescan.h"
 #include "viewer/core/fileindex.h"
+#include "viewer/core/markbins.h"
 
 #include <QElapsedTimer>
 #include <QObject>
@@ -20,6 +21,9 @@ public:
     void abort() { m_abort.abort(); }
     // Thread-safe, permanent: for the owner's shutdown.
     void stop() { m_abort.stop(); }
+    // Thread-safe: characters scanned and list entries visited by the append path so far. The
+    // work of one append must follow the text appended, never the size of the file.
+    quint64 appendWork() const { return m_appendWork.load(std::memory_order_relaxed); }
 
 public slots:
     void IndexFile(const QString &SearchString, const QString &FilePath, const qint64 &ChunkSize,
@@ -31,6 +35,9 @@ signals:
     void FileAppended(const qint32 &lines);
     void SpanSliderAnnotationsUpdated();
     void PhraseCaptured(const QString &Phrase);
+    // An appended text is done with (written, or dropped when the file could not be opened):
+    // a live source that holds its producers back until its text is on disk counts it off.
+    void TextWritten(const qint64 &Characters);
     // The slider should repaint its annotation marks.
     void SpanSliderRepaintRequested();
     // A file that could not be indexed (or only partly): the index stays seeded or holds
@@ -59,6 +66,11 @@ private:
     void finishIndex(const QString &path);
     void capturePhrase(const QString &text, const QString &marker);
     void scanAppendedSlice(const QString &text, int from, int to, qint32 base, bool matches);
+    // Counts the occurrences added since the last append into the live marks' bins and hands
+    // the slider its bins: per append, work for the new entries and a fixed number of bins.
+    void updateLiveMarks();
+    struct LiveMarks;
+    void countNew(LiveMarks &marks, const QVector<qint32> &lines);
 
     FileIndex *m_index;
     SpanAnnotations *m_annotations;
@@ -73,6 +85,17 @@ private:
     int m_phraseMatched = 0;
     bool m_capturing = false;
     QString m_captured;
+    // Marks of the file being appended to; stale after an index pass replaced the lists.
+    struct LiveMarks
+    {
+        LineMarkBins bins;
+        int counted = 0;      // entries of the list already in the bins
+        qint32 lastLine = -1; // the last of them, to notice a list refilled meanwhile
+    };
+    LiveMarks m_liveErrors, m_liveWarnings, m_liveMatches;
+    QString m_liveSearch; // the search text the match marks were counted for
+    bool m_liveMarksStale = true;
+    std::atomic<quint64> m_appendWork{0};
 
     // Per-chunk scratch, kept between chunks to avoid reallocations.
     std::vector<uint32_t> m_hits;

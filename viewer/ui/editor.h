@@ -4,6 +4,10 @@
 #include <QRegularExpression>
 #include <QString>
 
+#include "monitor/core/outputbacklog.h"
+
+#include <memory>
+
 class QMenu;
 class QTimer;
 class LogHighlighter;
@@ -54,6 +58,11 @@ public:
     // Path of the log file every appended text goes to; empty keeps texts in the view only.
     void setLogFilePath(const QString &path);
     QString logFilePath() const { return m_logFilePath; }
+    // The log file is kept within this many bytes: text that would take it past the limit
+    // raises logFileFull(), whose receiver sets the next file right then, and goes there.
+    // The default keeps every position of the file within the index's 32 bits.
+    static constexpr qint64 DefaultLogFileLimit = (qint64(1) << 31) - 1;
+    void setLogFileLimit(qint64 bytes) { m_logFileLimit = bytes; }
     // Creates the monitor server and its thread on first use. The host is the owner side of
     // the server: StartVrxMon, the takeover and finished() ending the thread; its texts come
     // here through appendNoNewline.
@@ -63,6 +72,8 @@ public:
                      quint32 useTimestamp, quint32 devMask);
     // Stops a running built-in server; returns false when none ran.
     bool stopVrxMon();
+    // Text taken in but not yet in the log file; the panel's writer counts it off.
+    const std::shared_ptr<OutputBacklog> &outputBacklog() const { return m_outputBacklog; }
     // For the owner's shutdown: ends the server thread at once and takes in what it sent.
     void shutdownServer();
     // Takes the text that waits for the next flush, leaving nothing to flush.
@@ -90,6 +101,7 @@ public slots:
 
 signals:
     void newTextAvailable(const QString &FilePath, const QString &text);
+    void logFileFull();
     void lineNumberModeChanged(Editor::LineNumberMode mode);
 
 protected:
@@ -101,6 +113,11 @@ private:
     void showAtEnd(const QString &text);
     void showSlices();
     void applyLineFilter(int fromBlock);
+    void takeText(const QString &text);
+    // Hands the text to the log file's writer, in pieces of whole lines where it would take
+    // the file past its limit, with a logFileFull() between the pieces.
+    void writeToLogFile(const QString &text);
+    bool startNextLogFile();
 
     QWidget *m_lineNumberArea;
     QMenu *m_lineNumberMenu;
@@ -113,7 +130,10 @@ private:
     TripleMatchBuffers *m_criticalBuffers = nullptr;
 
     QString m_logFilePath;
+    qint64 m_logFileBytes = 0; // at most what the file holds, counted before writing
+    qint64 m_logFileLimit = DefaultLogFileLimit;
     VrxMonHost *m_host = nullptr;
+    std::shared_ptr<OutputBacklog> m_outputBacklog = std::make_shared<OutputBacklog>();
     QString m_pending;
     bool m_flushQueued = false;
     bool m_following = true;

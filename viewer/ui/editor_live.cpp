@@ -2,11 +2,13 @@
 // texts to the view and to the log file.
 #include "viewer/ui/editor.h"
 
+#include "monitor/core/outputbacklog.h"
 #include "monitor/core/vrxmonhost.h"
 #include "util/core/eightbittext.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QFileInfo>
 #include <QScrollBar>
 #include <QTimer>
 #include <QTextBlock>
@@ -22,8 +24,10 @@ VrxMonHost *Editor::vrxMonHost()
 {
     if (!m_host) {
         m_host = new VrxMonHost(this);
+        m_host->setOutputBacklog(m_outputBacklog);
         m_host->setCoalescing(true);
-        connect(m_host, &VrxMonHost::MessageAvailable, this, &Editor::appendNoNewline);
+        // The host has counted its texts already.
+        connect(m_host, &VrxMonHost::MessageAvailable, this, &Editor::takeText);
     }
     return m_host;
 }
@@ -46,6 +50,13 @@ bool Editor::stopVrxMon()
 
 namespace {
 
+// The bytes a character takes in the file, or a little more: the exact count would need the
+// encoding pass that the writer does anyway (three bytes at most, four for a pair).
+inline qint64 fileBytesBound(QChar ch)
+{
+    return ch.unicode() < 0x80 ? 1 : 3;
+}
+
 // Index just past the keep-th line break counted from the end, or -1 when the text holds
 // fewer: what is left from there forms the newest keep blocks.
 int tailStart(const QString &text, int keep)
@@ -65,6 +76,7 @@ int tailStart(const QString &text, int keep)
 void Editor::setLogFilePath(const QString &path)
 {
     m_logFilePath = path;
+    m_logFileBytes = path.isEmpty() ? 0 : QFileInfo(path).size();
     if (m_tailScrolling)
         return;
     m_tailScrolling = true;
@@ -154,6 +166,12 @@ void Editor::applyLineFilter(int fromBlock)
 
 void Editor::appendNoNewline(const QString &text)
 {
+    m_outputBacklog->add(text.size());
+    takeText(text);
+}
+
+void Editor::takeText(const QString &text)
+{
     // A busy server posts thousands of texts per turn of the event loop; showing each alone
     // would keep the view relaying out and starve the event loop. One flush per turn keeps
     // the order and the bytes and costs one layout.
@@ -172,7 +190,9 @@ void Editor::flushPending()
     QString text;
     text.swap(m_pending);
     if (!m_logFilePath.isEmpty())
-        emit newTextAvailable(m_logFilePath, text);
+        writeToLogFile(text);
+    else
+        m_outputBacklog->written(text.size());
     // Bytes that are no UTF-8 reach the file as they came and are shown as Latin-1.
     text = eightBitForDisplay(text);
     if (m_following) {
@@ -184,6 +204,58 @@ void Editor::flushPending()
     const int cut = tailStart(m_tail, 2 * maximumBlockCount());
     if (cut >= 0)
         m_tail.remove(0, tailStart(m_tail, maximumBlockCount()));
+}
+
+void Editor::writeToLogFile(const QString &text)
+{
+    int from = 0;
+    while (from < text.size()) {
+        // The whole lines from `from` on that still fit in the file.
+        const qint64 room = m_logFileLimit - m_logFileBytes;
+        qint64 bytes = 0, bytesAtBreak = 0;
+        int end = from, afterBreak = -1;
+        for (; end < text.size(); ++end) {
+            const qint64 b = fileBytesBound(text.at(end));
+            if (bytes + b > room)
+                break;
+            bytes += b;
+            if (text.at(end) == QLatin1Char('\n')) {
+                afterBreak = end + 1;
+                bytesAtBreak = bytes;
+            }
+        }
+        if (end < text.size()) {
+            if (afterBreak > 0) {
+                end = afterBreak;
+                bytes = bytesAtBreak;
+            } else if (m_logFileBytes > 0) {
+                if (!startNextLogFile())
+                    break;
+                continue; // not one whole line fits: it starts the next file
+            } else if (end == from) {
+                // A single character larger than an empty file's limit: written all the same.
+                bytes = fileBytesBound(text.at(end++));
+            }
+        }
+        emit newTextAvailable(m_logFilePath,
+                              from == 0 && end == text.size() ? text : text.mid(from, end - from));
+        m_logFileBytes += bytes;
+        from = end;
+        if (from < text.size() && !startNextLogFile())
+            break;
+    }
+    if (from < text.size()) {
+        // Nobody started a next file: the rest goes where the rest went.
+        m_logFileBytes += text.size() - from;
+        emit newTextAvailable(m_logFilePath, text.mid(from));
+    }
+}
+
+bool Editor::startNextLogFile()
+{
+    const QString full = m_logFilePath;
+    emit logFileFull();
+    return m_logFilePath != full && !m_logFilePath.isEmpty();
 }
 
 void Editor::showAtEnd(const QString &text)

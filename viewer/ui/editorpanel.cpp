@@ -81,6 +81,12 @@ EditorPanel::EditorPanel(QWidget *parent, Mode mode)
     OccurrenceFilter *filter = m_engine->filter();
     connect(this, &EditorPanel::NewFileOpened, readerWriter, &FileReaderWriter::IndexFile);
     connect(m_textView, &Editor::newTextAvailable, readerWriter, &FileReaderWriter::AppendFile);
+    // Counted off on the writer's thread, so a waiting server goes on without the GUI.
+    connect(readerWriter, &FileReaderWriter::TextWritten, readerWriter,
+            [backlog = m_textView->outputBacklog()](const qint64 &chars) {
+                backlog->written(chars);
+            },
+            Qt::DirectConnection);
     connect(this, &EditorPanel::StartFileSearchTask, searcher, &FileSearcher::SearchTextInFile);
     connect(this, &EditorPanel::SelectionsFilterRequest, filter,
             &OccurrenceFilter::onSelectionsFilterRequest);
