@@ -127,6 +127,9 @@ private slots:
         addr.sin_family = AF_INET;
         addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
         addr.sin_port = htons(port);
+        // Connections of an earlier run may still wait out their close on this port.
+        const int reuse = 1;
+        setsockopt(squatter, SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof reuse);
         QVERIFY(bind(squatter, reinterpret_cast<sockaddr *>(&addr), sizeof addr) == 0);
         QVERIFY(listen(squatter, 4) == 0);
         QSocketNotifier dropper(squatter, QSocketNotifier::Read);
