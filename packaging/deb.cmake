@@ -9,13 +9,14 @@ set(VRX_PACKAGE_MAINTAINER "OKAV <vrxassist@okav.example>" CACHE STRING
     "Maintainer field of the Debian package")
 set(CPACK_PACKAGE_CONTACT "${VRX_PACKAGE_MAINTAINER}")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "development assistant for VRX digitizer programs")
+# Lines of 80 columns at most, which is what apt shows without wrapping.
 set(CPACK_PACKAGE_DESCRIPTION
-"VRXAssist is a desktop assistant for engineers who write acquisition programs for VRX
-high-speed digitizers. One docked Qt window holds a log monitor that programs stream their
-log to over loopback TCP and that plots their memory live, a viewer for multi-gigabyte log
-files, a front end to the maker's firmware updater tool, and a plot tool for raw sample
-files with FFT views. The monitor client tools vrxdemo, vrxloadgen and vrxmonconsole are
-included.")
+"VRXAssist is a desktop assistant for engineers who write acquisition programs
+for VRX high-speed digitizers. One docked Qt window holds a log monitor that
+programs stream their log to over loopback TCP and that plots their memory
+live, a viewer for multi-gigabyte log files, a front end to the maker's
+firmware updater tool, and a plot tool for raw sample files with FFT views.
+The monitor client tools vrxdemo, vrxloadgen and vrxmonconsole are included.")
 set(CPACK_STRIP_FILES ON)
 
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)

@@ -8,7 +8,7 @@ packages=(
   libqwt-qt5-dev libfftw3-dev
   librsvg2-bin imagemagick
   xvfb xauth
-  dpkg-dev file desktop-file-utils
+  dpkg-dev file desktop-file-utils lintian
   clang libclang-rt-14-dev
 )
 

@@ -49,6 +49,8 @@ expected_files() {
     done
     echo share/icons/hicolor/scalable/apps/vrxassist.svg
     echo share/doc/vrxassist/README.md
+    echo share/doc/vrxassist/copyright
+    echo share/doc/vrxassist/changelog.gz
 }
 
 # The installed tree holds exactly the expected files: no tests, benchmarks or libraries.
@@ -71,8 +73,9 @@ check_tree() {
     local entry=$root/share/applications/vrxassist.desktop
     grep -qx 'Exec=vrxassist %F' "$entry" || fail "$what: Exec is not the installed program"
     grep -qx 'Icon=vrxassist' "$entry" || fail "$what: Icon is not the installed icon name"
-    grep -qx 'Type=Application' "$entry" || fail "$what: not an application entry"
-    grep -qx 'Categories=Development;Engineering;' "$entry" || fail "$what: categories changed"
+    # A version raised without a changelog entry would ship the old entry as the newest.
+    [ "$(gzip -dc "$root/share/doc/vrxassist/changelog.gz" | dpkg-parsechangelog -l - -S Version)" \
+        = "$version" ] || fail "$what: the changelog's newest entry is not $version"
 }
 
 # --- cmake --install into a private prefix, as `--prefix ~/.local` would ---
@@ -100,10 +103,6 @@ cat "$work/info.txt"
 field() { dpkg-deb -f "$deb" "$1"; }
 [ "$(field Package)" = vrxassist ] || fail "Package is '$(field Package)'"
 [ "$(field Version)" = "$version" ] || fail "Version is '$(field Version)', not $version"
-[ "$(field Architecture)" = "$arch" ] || fail "Architecture is '$(field Architecture)'"
-[[ "$(field Maintainer)" =~ ^OKAV\ \<[^@\>]+@[^@\>]+\>$ ]] || fail "Maintainer is '$(field Maintainer)'"
-[[ "$(field Section)" =~ ^(devel|science)$ ]] || fail "Section is '$(field Section)'"
-[ -n "$(field Description)" ] || fail "no Description"
 depends=$(field Depends)
 # Package names alone, alternatives included, one a line.
 depends_names=$(tr ',|' '\n\n' <<<"$depends" | sed 's/(.*//; s/[[:space:]]//g' | sort -u)
@@ -111,15 +110,16 @@ depends_names=$(tr ',|' '\n\n' <<<"$depends" | sed 's/(.*//; s/[[:space:]]//g' |
 for pkg in libqt5widgets5 libqt5gui5 libqt5core5a libqwt-qt5-6 libfftw3-double3 libc6 libstdc++6; do
     grep -Fqx "$pkg" <<<"$depends_names" || fail "Depends lacks $pkg: $depends"
 done
-[[ "$(field Suggests)" == *gnome-terminal* ]] || fail "gnome-terminal is not suggested"
 [[ "$depends" != *gnome-terminal* ]] || fail "gnome-terminal must not be a hard dependency"
 
-dpkg-deb -c "$deb" | awk '{print $6}' >"$work/contents.txt"
-for f in ./usr/bin/vrxassist ./usr/share/applications/vrxassist.desktop \
-         ./usr/share/icons/hicolor/48x48/apps/vrxassist.png \
-         ./usr/share/icons/hicolor/scalable/apps/vrxassist.svg; do
-    grep -qx "$f" "$work/contents.txt" || fail "the package lacks $f"
-done
+# Lintian's errors fail the test; its warnings stay in the log.
+echo "== lintian"
+if ! command -v lintian >/dev/null; then
+    echo "SKIP: lintian not found (install lintian; scripts/install-deps.sh does): not linted"
+elif ! lintian --fail-on error "$deb" >"$work/lintian.txt" 2>&1; then
+    cat "$work/lintian.txt" >&2; fail "lintian reports errors on the package"
+fi
+cat "$work/lintian.txt" 2>/dev/null || true
 
 # --- unpacked into an empty root, as on a machine that never saw the build ---
 echo "== dpkg-deb -x"
