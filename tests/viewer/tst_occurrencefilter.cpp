@@ -11,16 +11,6 @@
 
 using namespace ViewerTest;
 
-// Stands in for the panel.
-class Panel : public QObject
-{
-    Q_OBJECT
-signals:
-    void NewFileOpened(const QString &SearchString, const QString &FilePath,
-                       const qint64 &ChunkSize, const qint64 &MaxBlockCount);
-    void SelectionsFilterRequest(const QString &FilePath, const QStringList &TypesList);
-};
-
 class TestOccurrenceFilter : public QObject
 {
     Q_OBJECT
@@ -49,15 +39,13 @@ private:
         return out;
     }
 
-    void connectPanel(ViewerEngine &engine, Panel &panel)
+    // Asks for the filters as the panel does, once the file is indexed.
+    void requestFilters(ViewerEngine &engine, const QStringList &kinds)
     {
-        connect(&panel, &Panel::NewFileOpened, engine.readerWriter(), &FileReaderWriter::IndexFile);
-        connect(&panel, &Panel::SelectionsFilterRequest, engine.filter(),
-                &OccurrenceFilter::onSelectionsFilterRequest);
-        Relay relay(engine.readerWriter());
-        QSignalSpy indexed(&relay, &Relay::FileIndexed);
-        emit panel.NewFileOpened(QStringLiteral("needle"), m_path, 512000, 1000000);
-        QVERIFY(waitForCount(indexed, 1));
+        QVERIFY(indexWhole(engine, m_path, QStringLiteral("needle")));
+        OccurrenceFilter *filter = engine.filter();
+        const QString path = m_path;
+        QMetaObject::invokeMethod(filter, [=] { filter->onSelectionsFilterRequest(path, kinds); });
     }
 
 private slots:
@@ -95,14 +83,11 @@ private slots:
         QFETCH(int, upper);
         QFETCH(int, maxBlockCount);
         ViewerEngine engine(maxBlockCount);
-        Panel panel;
-        connectPanel(engine, panel);
         engine.annotations().lower = lower;
         engine.annotations().upper = upper;
-        Relay relay(engine.readerWriter(), nullptr, engine.filter());
-        QSignalSpy match(&relay, &Relay::MatchFilterFinished);
-        QSignalSpy critical(&relay, &Relay::CriticalFilterFinished);
-        emit panel.SelectionsFilterRequest(m_path, {"search", "critical"});
+        QueuedSignalSpy match(engine.filter(), &OccurrenceFilter::MatchFilterFinished);
+        QueuedSignalSpy critical(engine.filter(), &OccurrenceFilter::CriticalFilterFinished);
+        requestFilters(engine, {"search", "critical"});
         QVERIFY(waitForCount(critical, 1));
         QCOMPARE(match.count(), 1);
 
@@ -120,17 +105,13 @@ private slots:
     void shutdownWhileWaitingForTheEditor()
     {
         auto *engine = new ViewerEngine;
-        Panel panel;
-        connectPanel(*engine, panel);
-        Relay relay(engine->readerWriter(), nullptr, engine->filter());
-        QSignalSpy match(&relay, &Relay::MatchFilterFinished);
+        QueuedSignalSpy match(engine->filter(), &OccurrenceFilter::MatchFilterFinished);
         // The second run waits for the first result to be accepted, which never happens.
-        emit panel.SelectionsFilterRequest(m_path, {"search", "search"});
+        requestFilters(*engine, {"search", "search"});
         QVERIFY(waitForCount(match, 1));
         delete engine; // must not hang
     }
 };
 
 QTEST_GUILESS_MAIN(TestOccurrenceFilter)
-#include "moc_viewertestutil.cpp"
 #include "tst_occurrencefilter.moc"
