@@ -79,14 +79,6 @@ private:
 
     QString path(const QString &name) const { return m_dir.filePath(name); }
 
-    void makeFile(const QString &name, const QByteArray &contents)
-    {
-        QFile file(path(name));
-        if (!file.open(QIODevice::WriteOnly))
-            qFatal("cannot write %s", qPrintable(file.fileName()));
-        file.write(contents);
-    }
-
     // Shown so that rows have places for right-clicks; the rows still load in the background.
     std::unique_ptr<FsExplorerWidget> openExplorer()
     {
@@ -124,10 +116,12 @@ private slots:
         Notify::setHook(
             [](Notify::Kind, const QString &, const QString &) { return QMessageBox::Ok; });
         QVERIFY(m_dir.isValid());
-        makeFile(QStringLiteral("a.bin"), QByteArray(64, '\x7f'));
-        makeFile(QStringLiteral("b.txt"), "text\n");
-        makeFile(QStringLiteral("c.dat"), "data\n");
-        makeFile(QStringLiteral("tool"), "#!/bin/sh\n");
+        const QStringList names{"a.bin", "b.txt", "c.dat", "tool"};
+        const QByteArray contents[] = {QByteArray(64, '\x7f'), "text\n", "data\n", "#!/bin/sh\n"};
+        for (int i = 0; i < names.size(); ++i) {
+            QFile file(path(names[i]));
+            QVERIFY(file.open(QIODevice::WriteOnly) && file.write(contents[i]) > 0);
+        }
         QFile::setPermissions(path("tool"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
         QVERIFY(QDir(m_dir.path()).mkdir(QStringLiteral("sub")));
     }

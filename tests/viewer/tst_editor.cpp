@@ -9,15 +9,6 @@
 
 namespace {
 
-QString numberedLines(int count)
-{
-    QStringList lines;
-    lines.reserve(count);
-    for (int i = 0; i < count; ++i)
-        lines << QStringLiteral("line %1").arg(i);
-    return lines.join(QLatin1Char('\n'));
-}
-
 // Foreground the highlighter left on a character of the block; invalid when none.
 QColor colourAt(const QTextBlock &block, int pos)
 {
@@ -77,7 +68,7 @@ private slots:
         QCOMPARE(actions.size(), 2);
         QCOMPARE(actions.at(0)->text(), QStringLiteral("File line numbers"));
         QCOMPARE(actions.at(1)->text(), QStringLiteral("Editor line numbers"));
-        editor.setPlainText(numberedLines(3));
+        editor.setPlainText(QStringLiteral("one\ntwo\nthree"));
         editor.setFirstLineNumber(999);
         const QTextBlock first = editor.document()->firstBlock();
         QCOMPARE(editor.shownNumber(first), qint64(1000));
