@@ -275,6 +275,29 @@ private slots:
         }
     }
 
+    // With the span at the end of a file of LF and CR LF lines, the error filter shows that
+    // span's error lines only, and next selects each marker in them.
+    void filtersFollowTheSpan()
+    {
+        QByteArray data;
+        for (int i = 1; i <= 12000; ++i)
+            data += "line " + QByteArray::number(i) + (i % 1000 == 500 ? " ERROR: x" : "") +
+                    (i % 3 ? "\r\n" : "\n");
+        EditorPanel panel;
+        QVERIFY(openAndWait(panel, writeFile(m_dir, QStringLiteral("span.log"), data)));
+        panel.spanSlider()->setSpan(8000, 12000);
+        QTest::mouseClick(panel.toggleButton(TextPanel::ErrorFilter), Qt::LeftButton);
+        QVERIFY(settle(panel.engine()->filter()));
+        const QStringList shown = {"line 8500 ERROR: x", "line 9500 ERROR: x",
+                                   "line 10500 ERROR: x", "line 11500 ERROR: x"};
+        QCOMPARE(visibleBlocks(panel.editor()), shown);
+        for (const QString &line : shown) {
+            panel.onNextBtnClicked();
+            QCOMPARE(panel.editor()->textCursor().selectedText(), QStringLiteral("ERROR:"));
+            QCOMPARE(panel.editor()->textCursor().block().text(), line);
+        }
+    }
+
     void refusesBinaryFiles()
     {
         QByteArray bytes;
