@@ -4,7 +4,6 @@
 #include "viewer/core/filereaderwriter.h"
 #include "viewer/core/viewerengine.h"
 
-#include <QReadLocker>
 #include <QTemporaryDir>
 #include <QtTest>
 

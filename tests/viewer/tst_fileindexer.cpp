@@ -9,6 +9,7 @@
 #include <QtTest>
 
 #include <cstdio>
+#include <utility>
 
 using namespace ViewerTest;
 
