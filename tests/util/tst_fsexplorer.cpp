@@ -79,14 +79,6 @@ private:
 
     QString path(const QString &name) const { return m_dir.filePath(name); }
 
-    void makeFile(const QString &name, const QByteArray &contents)
-    {
-        QFile file(path(name));
-        if (!file.open(QIODevice::WriteOnly))
-            qFatal("cannot write %s", qPrintable(file.fileName()));
-        file.write(contents);
-    }
-
     // Shown so that rows have places for right-clicks; the rows still load in the background.
     std::unique_ptr<FsExplorerWidget> openExplorer()
     {
@@ -124,10 +116,12 @@ private slots:
         Notify::setHook(
             [](Notify::Kind, const QString &, const QString &) { return QMessageBox::Ok; });
         QVERIFY(m_dir.isValid());
-        makeFile(QStringLiteral("a.bin"), QByteArray(64, '\x7f'));
-        makeFile(QStringLiteral("b.txt"), "text\n");
-        makeFile(QStringLiteral("c.dat"), "data\n");
-        makeFile(QStringLiteral("tool"), "#!/bin/sh\n");
+        const QStringList names{"a.bin", "b.txt", "c.dat", "tool"};
+        const QByteArray contents[] = {QByteArray(64, '\x7f'), "text\n", "data\n", "#!/bin/sh\n"};
+        for (int i = 0; i < names.size(); ++i) {
+            QFile file(path(names[i]));
+            QVERIFY(file.open(QIODevice::WriteOnly) && file.write(contents[i]) > 0);
+        }
         QFile::setPermissions(path("tool"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
         QVERIFY(QDir(m_dir.path()).mkdir(QStringLiteral("sub")));
     }
@@ -153,11 +147,9 @@ private slots:
             QSettings().setValue(RecentKey, stored);
         const FsExplorerWidget explorer;
         const QString appDir = QCoreApplication::applicationDirPath();
-        QCOMPARE(explorer.currentFolder(), appDir);
-        QCOMPARE(canonical(QDir::currentPath()), canonical(appDir));
         QCOMPARE(explorer.fileView()->rootIndex(), explorer.fileModel()->index(appDir));
         QCOMPARE(explorer.pathBox()->currentText(), QDir::toNativeSeparators(appDir));
-        QCOMPARE(explorer.pathBox()->toolTip(), explorer.pathBox()->currentText());
+        QCOMPARE(canonical(QDir::currentPath()), canonical(appDir));
     }
 
     void changingFolders()
@@ -170,12 +162,10 @@ private slots:
         const QString sub = path("sub");
         box->setEditText(QDir::toNativeSeparators(sub + QLatin1Char('/')));
         QTest::keyClick(box->lineEdit(), Qt::Key_Return);
-        QCOMPARE(explorer->currentFolder(), sub);
-        QCOMPARE(recentPath(), sub);
-        QCOMPARE(canonical(QDir::currentPath()), canonical(sub));
         QCOMPARE(explorer->fileView()->rootIndex(), explorer->fileModel()->index(sub));
         QCOMPARE(box->currentText(), QDir::toNativeSeparators(sub));
-        QCOMPARE(box->toolTip(), box->currentText());
+        QCOMPARE(recentPath(), sub);
+        QCOMPARE(canonical(QDir::currentPath()), canonical(sub));
 
         // ".." in the list goes up, a folder in the list goes in, the button goes up.
         QModelIndex up;
@@ -184,7 +174,6 @@ private slots:
         QCOMPARE(up.data().toString(), QStringLiteral(".."));
         explorer->onFileTreeViewDoubleClicked(up);
         QCOMPARE(explorer->currentFolder(), m_dir.path());
-        QCOMPARE(recentPath(), m_dir.path());
         explorer->onFileTreeViewDoubleClicked(rowOf(*explorer, "sub"));
         QCOMPARE(explorer->currentFolder(), sub);
         explorer->parentButton()->click();
@@ -199,13 +188,11 @@ private slots:
         box->setEditText(QStringLiteral("/"));
         box->goAction()->trigger();
         QCOMPARE(explorer->currentFolder(), QStringLiteral("/"));
-        QCOMPARE(recentPath(), QStringLiteral("/"));
         box->setEditText(path("missing"));
         box->goAction()->trigger();
         QCOMPARE(explorer->currentFolder(), QStringLiteral("/"));
 
         explorer->homeButton()->click();
-        QCOMPARE(explorer->currentFolder(), QCoreApplication::applicationDirPath());
         QCOMPARE(recentPath(), QCoreApplication::applicationDirPath());
     }
 
@@ -257,7 +244,8 @@ private slots:
             }
         });
         // Pressed through the window, the way the window system delivers it.
-        const QPoint at = explorer->fileView()->viewport()->mapTo(&popup, pointOf(*explorer, "c.dat"));
+        const QPoint at =
+            explorer->fileView()->viewport()->mapTo(&popup, pointOf(*explorer, "c.dat"));
         QTest::mousePress(popup.windowHandle(), Qt::RightButton, {}, at);
         QTest::mouseRelease(popup.windowHandle(), Qt::RightButton, {}, at);
         QTRY_COMPARE(taken, path("c.dat"));
@@ -265,51 +253,58 @@ private slots:
         popup.close();
     }
 
+    // Patterns split at commas and white space; folders and ".." always stay.
     void filterSplitsIntoNamePatterns()
     {
         auto explorer = openExplorer();
         QTRY_COMPARE(shownNames(*explorer), m_allNames);
-        QSignalSpy counted(explorer->fileModel(), &FileSystemModel::RowCountUpdated);
-
         explorer->filterBox()->setEditText(QStringLiteral("*.bin, *.txt"));
-        QCOMPARE(explorer->fileModel()->nameFilters(), (QStringList{"*.bin", "*.txt"}));
-        const QStringList binAndText{"..", "a.bin", "b.txt", "sub"};
-        QTRY_COMPARE(shownNames(*explorer), binAndText);
-        QCOMPARE(counted.last().at(0).toStringList(), binAndText);
-        QCOMPARE(counted.last().at(1).toInt(), 4);
-        QCOMPARE(explorer->fileModel()->currentFolderFileSet(),
-                 QSet<QString>(binAndText.cbegin(), binAndText.cend()));
-
+        QTRY_COMPARE(shownNames(*explorer), (QStringList{"..", "a.bin", "b.txt", "sub"}));
         explorer->filterBox()->setEditText(QStringLiteral("*.dat\t ,tool"));
-        QCOMPARE(explorer->fileModel()->nameFilters(), (QStringList{"*.dat", "tool"}));
         QTRY_COMPARE(shownNames(*explorer), (QStringList{"..", "c.dat", "sub", "tool"}));
-
         explorer->filterBox()->setEditText(QString());
-        QVERIFY(explorer->fileModel()->nameFilters().isEmpty());
         QTRY_COMPARE(shownNames(*explorer), m_allNames);
     }
 
-    void contextMenuChoosesRowsAndRun()
+    // The row under the pointer picks what the menu acts on; its requests carry those paths.
+    void contextMenuActsOnTheChosenRows()
     {
         auto explorer = openExplorer();
         QTRY_COMPARE(shownNames(*explorer), m_allNames);
         select(*explorer, {"a.bin", "b.txt"});
+        const QStringList chosen{path("a.bin"), path("b.txt")};
 
         // On a selected row the menu acts on the whole selection.
         std::unique_ptr<QMenu> menu(explorer->buildContextMenu(pointOf(*explorer, "a.bin")));
-        QCOMPARE(explorer->contextMenuPaths(), (QStringList{path("a.bin"), path("b.txt")}));
         QCOMPARE(actionTexts(*menu), (QStringList{"Plot", "Plot as...", "Add to Files Task",
                                                   "Open as Text", "Copy Path(s)", "Run"}));
-        QVERIFY(menu->actions().at(4)->isSeparator());
-        QVERIFY(menu->actions().at(1)->menu()->actions().isEmpty());
         QVERIFY(!actionNamed(*menu, "Run")->isEnabled());
+        QSignalSpy plotted(explorer.get(), &FsExplorerWidget::PlotRequest);
+        QSignalSpy queued(explorer.get(), &FsExplorerWidget::TaskQueueRequest);
+        QStringList opened;
+        connect(explorer.get(), &FsExplorerWidget::OpenTextRequest,
+                [&opened](QStringList &paths) { opened = paths; });
+        for (const char *action : {"Plot", "Add to Files Task", "Open as Text", "Copy Path(s)"})
+            actionNamed(*menu, action)->trigger();
+        QCOMPARE(plotted.count(), 1);
+        QCOMPARE(plotted.at(0).at(0).toStringList(), chosen);
+        QCOMPARE(plotted.at(0).at(1).toBool(), false);
+        QCOMPARE(queued.count(), 1);
+        QCOMPARE(queued.at(0).at(0).toStringList(), chosen);
+        QCOMPARE(opened, chosen);
+        QCOMPARE(QGuiApplication::clipboard()->text(),
+                 QDir::toNativeSeparators(chosen.join(QLatin1Char('\n'))));
 
-        // An unselected row is taken alone and becomes the selection.
+        // An unselected row is taken alone and becomes the selection. "Run" and a
+        // double-click on an executable both ask to run it.
+        QSignalSpy run(explorer.get(), &FsExplorerWidget::RunExtApp);
         menu.reset(explorer->buildContextMenu(pointOf(*explorer, "tool")));
-        QCOMPARE(explorer->contextMenuPaths(), QStringList{path("tool")});
         QCOMPARE(explorer->selectedPaths(), QStringList{path("tool")});
-        QCOMPARE(explorer->fileView()->currentIndex(), rowOf(*explorer, "tool"));
-        QVERIFY(actionNamed(*menu, "Run")->isEnabled());
+        actionNamed(*menu, "Run")->trigger();
+        explorer->onFileTreeViewDoubleClicked(rowOf(*explorer, "tool"));
+        QCOMPARE(run.count(), 2);
+        QCOMPARE(run.at(0).at(0).toString(), path("tool"));
+        QCOMPARE(run.at(1).at(0).toString(), path("tool"));
 
         // One file that cannot run, or a folder, leaves "Run" off.
         for (const char *name : {"c.dat", "sub"}) {
@@ -317,43 +312,6 @@ private slots:
             QCOMPARE(explorer->contextMenuPaths(), QStringList{path(name)});
             QVERIFY(!actionNamed(*menu, "Run")->isEnabled());
         }
-    }
-
-    void menuRequestsCarryTheSelectedPaths()
-    {
-        auto explorer = openExplorer();
-        QTRY_COMPARE(shownNames(*explorer), m_allNames);
-        select(*explorer, {"a.bin", "b.txt"});
-        const QStringList chosen{path("a.bin"), path("b.txt")};
-        std::unique_ptr<QMenu> menu(explorer->buildContextMenu(QPoint(-1, -1)));
-
-        QSignalSpy plotted(explorer.get(), &FsExplorerWidget::PlotRequest);
-        QSignalSpy queued(explorer.get(), &FsExplorerWidget::TaskQueueRequest);
-        QStringList opened;
-        connect(explorer.get(), &FsExplorerWidget::OpenTextRequest,
-                [&opened](QStringList &paths) { opened = paths; });
-        actionNamed(*menu, "Plot")->trigger();
-        actionNamed(*menu, "Add to Files Task")->trigger();
-        actionNamed(*menu, "Open as Text")->trigger();
-        actionNamed(*menu, "Copy Path(s)")->trigger();
-        QCOMPARE(plotted.count(), 1);
-        QCOMPARE(plotted.at(0).at(0).toStringList(), chosen);
-        QCOMPARE(plotted.at(0).at(1).toBool(), false);
-        QCOMPARE(queued.count(), 1);
-        QCOMPARE(queued.at(0).at(0).toStringList(), chosen);
-        QCOMPARE(opened, chosen);
-        QCOMPARE(QGuiApplication::clipboard()->text(), QDir::toNativeSeparators(chosen.at(0)) +
-                                                           QLatin1Char('\n') +
-                                                           QDir::toNativeSeparators(chosen.at(1)));
-
-        // "Run" and a double-click on an executable both ask to run it.
-        QSignalSpy run(explorer.get(), &FsExplorerWidget::RunExtApp);
-        menu.reset(explorer->buildContextMenu(pointOf(*explorer, "tool")));
-        actionNamed(*menu, "Run")->trigger();
-        explorer->onFileTreeViewDoubleClicked(rowOf(*explorer, "tool"));
-        QCOMPARE(run.count(), 2);
-        QCOMPARE(run.at(0).at(0).toString(), path("tool"));
-        QCOMPARE(run.at(1).at(0).toString(), path("tool"));
     }
 
     void plotFormatsComeFromTheMainWindow()

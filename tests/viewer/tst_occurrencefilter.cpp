@@ -1,136 +1,37 @@
 #include "testenv.h"
 #include "viewertestutil.h"
 
-#include "viewer/core/filereaderwriter.h"
 #include "viewer/core/occurrencefilter.h"
 #include "viewer/core/viewerengine.h"
 
-#include <QReadLocker>
 #include <QTemporaryDir>
 #include <QtTest>
 
 using namespace ViewerTest;
 
-// Stands in for the panel.
-class Panel : public QObject
-{
-    Q_OBJECT
-signals:
-    void NewFileOpened(const QString &SearchString, const QString &FilePath,
-                       const qint64 &ChunkSize, const qint64 &MaxBlockCount);
-    void SelectionsFilterRequest(const QString &FilePath, const QStringList &TypesList);
-};
-
+// What the filters show is checked through the panel; here, the worker's own shutdown.
 class TestOccurrenceFilter : public QObject
 {
     Q_OBJECT
 
-private:
-    QTemporaryDir m_dir;
-    QByteArray m_data;
-    QString m_path;
-
-    // Document position of a file offset in the range loaded from `first`: the editor holds
-    // one character where the file holds CR LF.
-    int documentPosition(qint32 first, qint32 offset) const
-    {
-        QByteArray prefix = m_data.mid(first, offset - first);
-        return prefix.replace("\r\n", "\n").size();
-    }
-
-    QVector<qint32> expected(const QVector<qint32> &offsets, qint32 first, qint32 end) const
-    {
-        QVector<qint32> out;
-        for (const qint32 offset : offsets) {
-            if (offset >= first && offset <= end)
-                out.append(documentPosition(first, offset));
-        }
-        std::sort(out.begin(), out.end());
-        return out;
-    }
-
-    void connectPanel(ViewerEngine &engine, Panel &panel)
-    {
-        connect(&panel, &Panel::NewFileOpened, engine.readerWriter(), &FileReaderWriter::IndexFile);
-        connect(&panel, &Panel::SelectionsFilterRequest, engine.filter(),
-                &OccurrenceFilter::onSelectionsFilterRequest);
-        Relay relay(engine.readerWriter());
-        QSignalSpy indexed(&relay, &Relay::FileIndexed);
-        emit panel.NewFileOpened(QStringLiteral("needle"), m_path, 512000, 1000000);
-        QVERIFY(waitForCount(indexed, 1));
-    }
-
 private slots:
-    void initTestCase()
-    {
-        for (int i = 0; i < 300; ++i) {
-            m_data += "line " + QByteArray::number(i);
-            if (i % 11 == 0)
-                m_data += " ERROR: broken";
-            if (i % 17 == 0)
-                m_data += " WARN : odd needle";
-            if (i % 5 == 0)
-                m_data += " Needle";
-            m_data += i % 2 ? "\r\n" : i % 7 ? "\n" : "\n\r";
-        }
-        m_path = m_dir.filePath("filter.log");
-        QVERIFY(writeFile(m_path, m_data));
-    }
-
-    void filtersTheDisplayedRange_data()
-    {
-        QTest::addColumn<int>("lower");
-        QTest::addColumn<int>("upper");
-        QTest::addColumn<int>("maxBlockCount");
-        QTest::newRow("whole file") << 0 << 1000 << 4000;
-        QTest::newRow("middle") << 40 << 90 << 4000;
-        QTest::newRow("capped by block count") << 40 << 290 << 25;
-        QTest::newRow("to the end") << 250 << 400 << 4000;
-        QTest::newRow("nothing in range") << 1 << 2 << 4000;
-    }
-
-    void filtersTheDisplayedRange()
-    {
-        QFETCH(int, lower);
-        QFETCH(int, upper);
-        QFETCH(int, maxBlockCount);
-        ViewerEngine engine(maxBlockCount);
-        Panel panel;
-        connectPanel(engine, panel);
-        engine.annotations().lower = lower;
-        engine.annotations().upper = upper;
-        Relay relay(engine.readerWriter(), nullptr, engine.filter());
-        QSignalSpy match(&relay, &Relay::MatchFilterFinished);
-        QSignalSpy critical(&relay, &Relay::CriticalFilterFinished);
-        emit panel.SelectionsFilterRequest(m_path, {"search", "critical"});
-        QVERIFY(waitForCount(critical, 1));
-        QCOMPARE(match.count(), 1);
-
-        const Reference ref = referenceIndex(m_data, QStringLiteral("needle"), 512000, INT_MAX - 1);
-        const int size = ref.lineEnds.size();
-        const int last = lower + qMin(maxBlockCount, upper - lower);
-        const qint32 first = lower == 0 ? 0 : ref.lineEnds[lower] + 1;
-        const qint32 end = last < size ? ref.lineEnds[last] : m_data.size();
-        QCOMPARE(engine.matchBuffers().acceptPending(), expected(ref.matchOffsets, first, end));
-        QCOMPARE(engine.criticalBuffers().acceptPending(),
-                 expected(ref.errorOffsets + ref.warningOffsets, first, end));
-        QCOMPARE(engine.matchBuffers().inUse, 1);
-    }
-
     void shutdownWhileWaitingForTheEditor()
     {
+        QTemporaryDir dir;
+        const QString path = dir.filePath("filter.log");
+        QVERIFY(writeFile(path, "one needle\ntwo\nthree needle\n"));
         auto *engine = new ViewerEngine;
-        Panel panel;
-        connectPanel(*engine, panel);
-        Relay relay(engine->readerWriter(), nullptr, engine->filter());
-        QSignalSpy match(&relay, &Relay::MatchFilterFinished);
+        QVERIFY(indexWhole(*engine, path, QStringLiteral("needle")));
+        OccurrenceFilter *filter = engine->filter();
+        QueuedSignalSpy match(filter, &OccurrenceFilter::MatchFilterFinished);
         // The second run waits for the first result to be accepted, which never happens.
-        emit panel.SelectionsFilterRequest(m_path, {"search", "search"});
+        QMetaObject::invokeMethod(filter, [=] {
+            filter->onSelectionsFilterRequest(path, {"search", "search"});
+        });
         QVERIFY(waitForCount(match, 1));
         delete engine; // must not hang
     }
 };
 
 QTEST_GUILESS_MAIN(TestOccurrenceFilter)
-#include "moc_viewertestutil.cpp"
 #include "tst_occurrencefilter.moc"

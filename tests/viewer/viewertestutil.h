@@ -1,17 +1,19 @@
 #pragma once
 
 // Shared by the viewer tests: a plain, byte-by-byte index builder that follows the rules
-// literally (the reference the engine is compared against), file helpers and a waiter.
+// literally (the reference the engine is compared against), file helpers, requests queued to
+// the workers as the panel sends them, and a waiter.
 
+#include "queuedsignalspy.h"
 #include "viewer/core/filereaderwriter.h"
 #include "viewer/core/filesearcher.h"
 #include "viewer/core/occurrencefilter.h"
+#include "viewer/core/viewerengine.h"
 
 #include <QByteArray>
 #include <QFile>
 #include <QReadLocker>
 #include <QRandomGenerator>
-#include <QSignalSpy>
 #include <QTest>
 #include <QString>
 #include <QVector>
@@ -116,10 +118,9 @@ inline bool writeFile(const QString &path, const QByteArray &data)
 inline QByteArray randomLog(QRandomGenerator &rng, int lines)
 {
     static const char *const pieces[] = {
-        "ERROR:",       "WARN :", "error:", "warn :",       "ERROR", "ERROR:ERROR:",
-        "WARN :WARN :", "Needle", "nEeDlE", "needleneedle", "k",     "K",
-        "\r",           "\n",     "\r\n",   "\n\r",         "\0",    "x",
-        "INFO : ",      "\xe9",   "\xc9",   "\xb5"};
+        "ERROR:", "WARN :", "error:", "warn :", "ERROR", "ERROR:ERROR:", "WARN :WARN :",
+        "Needle", "nEeDlE", "needleneedle", "k", "K", "\r", "\n", "\r\n", "\n\r", "\0", "x",
+        "INFO : ", "\xe9", "\xc9", "\xb5", "\xff", "\xdf"};
     QByteArray out;
     for (int line = 0; line < lines; ++line) {
         const int parts = int(rng.bounded(8));
@@ -140,55 +141,32 @@ inline QByteArray randomLog(QRandomGenerator &rng, int lines)
 }
 
 // Waits until spy holds at least count signals; a signal that already arrived counts.
-inline bool waitForCount(QSignalSpy &spy, int count, int timeoutMs = 30000)
+inline bool waitForCount(const QueuedSignalSpy &spy, int count)
 {
-    while (spy.count() < count) {
-        if (!spy.wait(timeoutMs))
-            return spy.count() >= count;
-    }
-    return true;
+    return QTest::qWaitFor([&] { return spy.count() >= count; }, 30000);
 }
 
-// Re-emits the workers' signals on the test thread (queued), so spies are only ever touched
-// by one thread.
-class Relay : public QObject
+// Queued to the worker's thread, as the panel's signals reach it.
+inline void startIndexing(ViewerEngine &engine, const QString &path, const QString &search,
+                          qint64 chunk, qint64 maxBlockCount)
 {
-    Q_OBJECT
-public:
-    explicit Relay(FileReaderWriter *rw, FileSearcher *searcher = nullptr,
-                   OccurrenceFilter *filter = nullptr)
-    {
-        connect(rw, &FileReaderWriter::FileIndexed, this, &Relay::FileIndexed);
-        connect(rw, &FileReaderWriter::FileIndexError, this, &Relay::FileIndexError);
-        connect(rw, &FileReaderWriter::FileAppended, this, &Relay::FileAppended);
-        connect(rw, &FileReaderWriter::PhraseCaptured, this, &Relay::PhraseCaptured);
-        connect(rw, &FileReaderWriter::SpanSliderAnnotationsUpdated, this,
-                &Relay::AnnotationsUpdated);
-        if (searcher)
-            connect(searcher, &FileSearcher::SearchProcessed, this, &Relay::SearchProcessed);
-        if (filter) {
-            connect(filter, &OccurrenceFilter::MatchFilterFinished, this,
-                    &Relay::MatchFilterFinished);
-            connect(filter, &OccurrenceFilter::CriticalFilterFinished, this,
-                    &Relay::CriticalFilterFinished);
-            connect(filter, &OccurrenceFilter::SpanSliderAnnotationsUpdated, this,
-                    &Relay::AnnotationsUpdated);
-            connect(filter, &OccurrenceFilter::SpanSliderRepaintRequested, this,
-                    &Relay::RepaintRequested);
-        }
-    }
+    FileReaderWriter *rw = engine.readerWriter();
+    QMetaObject::invokeMethod(rw, [=] { rw->IndexFile(search, path, chunk, maxBlockCount); });
+}
 
-signals:
-    void FileIndexed(const QString &FilePath, const qint32 &LineCount);
-    void FileIndexError(const QString &FilePath, const QString &Message);
-    void FileAppended(const qint32 &lines);
-    void PhraseCaptured(const QString &Phrase);
-    void AnnotationsUpdated();
-    void SearchProcessed(const QString SearchString, const qint64 &MatchCount,
-                         const qint64 &ScannedLines);
-    void MatchFilterFinished();
-    void CriticalFilterFinished();
-    void RepaintRequested();
-};
+// Live text for the file, queued in order as the editor's signal delivers it.
+inline void appendText(ViewerEngine &engine, const QString &path, const QString &text)
+{
+    FileReaderWriter *rw = engine.readerWriter();
+    QMetaObject::invokeMethod(rw, [=] { rw->AppendFile(path, text); });
+}
+
+// Indexes a file in one pass, as the panel does before a search or a filter.
+inline bool indexWhole(ViewerEngine &engine, const QString &path, const QString &search)
+{
+    QueuedSignalSpy indexed(engine.readerWriter(), &FileReaderWriter::FileIndexed);
+    startIndexing(engine, path, search, 512000, 1000000);
+    return waitForCount(indexed, 1);
+}
 
 } // namespace ViewerTest
