@@ -26,12 +26,6 @@
 
 namespace {
 
-quint16 g_nextPort = 50610; // a range of this test's own
-quint16 nextPort()
-{
-    return nextBindablePort(g_nextPort);
-}
-
 QByteArray readBytes(const QString &path)
 {
     QFile file(path);
@@ -60,7 +54,11 @@ class TstMonitorPanel : public QObject
 {
     Q_OBJECT
 private slots:
-    void initTestCase() { initResources(); }
+    void initTestCase()
+    {
+        initResources();
+        portCursor() = 50610;
+    }
 
     void init()
     {
@@ -122,16 +120,8 @@ private slots:
     {
         // Something that is no monitor holds the port: it drops whoever connects.
         const quint16 port = nextPort();
-        const int squatter = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        sockaddr_in addr{};
-        addr.sin_family = AF_INET;
-        addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        addr.sin_port = htons(port);
-        // Connections of an earlier run may still wait out their close on this port.
-        const int reuse = 1;
-        setsockopt(squatter, SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof reuse);
-        QVERIFY(bind(squatter, reinterpret_cast<sockaddr *>(&addr), sizeof addr) == 0);
-        QVERIFY(listen(squatter, 4) == 0);
+        const int squatter = listenOn(port);
+        QVERIFY(squatter >= 0);
         QSocketNotifier dropper(squatter, QSocketNotifier::Read);
         connect(&dropper, &QSocketNotifier::activated, this, [squatter] {
             const int fd = accept(squatter, nullptr, nullptr);

@@ -6,15 +6,9 @@
 
 #include <QtTest>
 
-
 namespace {
 constexpr quint16 kPort = 55555;
-
-// Whether this machine lets us have the port at all (another program may hold it).
-bool portFree()
-{
-    return VrxLoadGen::loopbackPortBindable(kPort);
-}
+const char *const kPortHeld = "port 55555 is held by another program on this machine";
 } // namespace
 
 class TstVrxMonTakeover : public QObject
@@ -24,8 +18,8 @@ class TstVrxMonTakeover : public QObject
 private slots:
     void secondInstanceTakesOver()
     {
-        if (!portFree())
-            QSKIP("port 55555 is held by another program on this machine");
+        if (!VrxLoadGen::loopbackPortBindable(kPort))
+            QSKIP(kPortHeld);
         RecordingHost first;
         QueuedSignalSpy firstFinished(first.host.server(), &VrxMon::finished);
         QVERIFY(first.startAndListen(kPort, 0x3, 0, 0x1));
@@ -65,18 +59,11 @@ private slots:
 
     void foreignListenerIsNotTakenOver()
     {
-        if (!portFree())
-            QSKIP("port 55555 is held by another program on this machine");
+        if (!VrxLoadGen::loopbackPortBindable(kPort))
+            QSKIP(kPortHeld);
         // Something that accepts connections but does not speak the protocol.
-        const int fd = socket(AF_INET, SOCK_STREAM, 0);
-        const int on = 1;
-        setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-        sockaddr_in a{};
-        a.sin_family = AF_INET;
-        a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        a.sin_port = htons(kPort);
-        QCOMPARE(bind(fd, reinterpret_cast<sockaddr *>(&a), sizeof a), 0);
-        QCOMPARE(listen(fd, 4), 0);
+        const int fd = listenOn(kPort);
+        QVERIFY(fd >= 0);
 
         RecordingHost h;
         QSignalSpy taken(&h.host, &VrxMonHost::takeOverFinished);
