@@ -2,8 +2,6 @@
 
 #include "monitor/core/remotememprocessed.h"
 #include "monitortesthelpers.h"
-#include "monitor/core/vrxmon.h"
-#include "monitor/core/vrxmonhost.h"
 #include "monitor/ui/hexspinbox.h"
 #include "monitor/ui/monitorpanel.h"
 #include "resources/initresources.h"
@@ -34,8 +32,7 @@ QByteArray readBytes(const QString &path)
 
 QString readAll(const QString &path)
 {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? QString::fromLocal8Bit(file.readAll()) : QString();
+    return QString::fromLocal8Bit(readBytes(path));
 }
 
 // Stops the panel's server and waits for its thread, so the next case starts clean.

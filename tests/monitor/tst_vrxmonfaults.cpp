@@ -11,31 +11,30 @@
 #include <QRandomGenerator>
 #include <QtTest>
 
-#include <ifaddrs.h>
-#include <net/if.h>
-#include <poll.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <cstring>
-#include <memory>
 #include <thread>
 #include <vector>
 
 extern char **environ;
 
 namespace {
+// Its reads and sends give up after 20 s, so a monitor that stops answering fails the test
+// instead of hanging it.
 int rawConnect(quint16 port, int receiveBuffer = 0)
 {
     const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (receiveBuffer > 0) // before the connect, so the window is small from the start
         setsockopt(fd, SOL_SOCKET, SO_RCVBUF, &receiveBuffer, sizeof receiveBuffer);
+    const timeval limit{20, 0};
+    setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+    setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
     sockaddr_in a{};
     a.sin_family = AF_INET;
-    a.sin_addr.s_addr = inet_addr("127.0.0.1");
+    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     a.sin_port = htons(port);
     if (::connect(fd, reinterpret_cast<sockaddr *>(&a), sizeof a) != 0) {
         close(fd);
@@ -44,37 +43,19 @@ int rawConnect(quint16 port, int receiveBuffer = 0)
     return fd;
 }
 
-// Reads exactly n bytes, waiting at most timeoutMs for each piece.
-bool readExactly(int fd, void *data, std::size_t n, int timeoutMs = 20000)
+bool readExactly(int fd, void *data, std::size_t n)
 {
-    char *p = static_cast<char *>(data);
-    while (n > 0) {
-        pollfd pfd{fd, POLLIN, 0};
-        if (poll(&pfd, 1, timeoutMs) != 1)
-            return false;
-        const ssize_t got = recv(fd, p, n, 0);
-        if (got <= 0)
-            return false;
-        p += got;
-        n -= std::size_t(got);
-    }
-    return true;
+    return recv(fd, data, n, MSG_WAITALL) == ssize_t(n);
 }
 
 // True once the monitor has closed the connection (end of stream or reset).
-bool closedByMonitor(int fd, int timeoutMs = 20000)
+bool closedByMonitor(int fd)
 {
     char sink[256];
-    for (;;) {
-        pollfd pfd{fd, POLLIN, 0};
-        if (poll(&pfd, 1, timeoutMs) != 1)
-            return false;
-        const ssize_t got = recv(fd, sink, sizeof sink, 0);
-        if (got == 0 || (got < 0 && errno == ECONNRESET))
-            return true;
-        if (got < 0)
-            return false;
+    ssize_t got = 0;
+    while ((got = recv(fd, sink, sizeof sink, 0)) > 0) {
     }
+    return got == 0 || errno == ECONNRESET;
 }
 
 QByteArray idRecord(quint64 pid, quint64 devNumber)
@@ -318,9 +299,6 @@ private slots:
 
         const int deaf = rawConnect(port, 4096);
         QVERIFY(deaf >= 0);
-        // A monitor that stopped reading must fail this test, not hang it.
-        const timeval limit{20, 0};
-        setsockopt(deaf, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
         const QByteArray id = idRecord(0, 2);
         char ack[8], settings[16];
         QCOMPARE(send(deaf, id.constData(), 100, MSG_NOSIGNAL), ssize_t(100));
@@ -517,44 +495,21 @@ private slots:
         RecordingHost h;
         const quint16 port = nextPort();
         QVERIFY(h.startAndListen(port));
-        QVERIFY(KitClient(port).connected());
-        QVERIFY(h.waitFor(QStringLiteral("failed (the client closed the connection)")));
-
-        ifaddrs *list = nullptr;
-        QCOMPARE(getifaddrs(&list), 0);
-        QStringList tried;
-        for (const ifaddrs *a = list; a; a = a->ifa_next) {
-            if (!a->ifa_addr || a->ifa_addr->sa_family != AF_INET || (a->ifa_flags & IFF_LOOPBACK))
+        // The kernel's tables of listening sockets (state 0A) on the port, IPv4 and IPv6: ours
+        // is bound to 127.0.0.1 alone, never to an outside or a wildcard address.
+        const QByteArray ours = ':' + QByteArray::number(port, 16).toUpper().rightJustified(4, '0');
+        QList<QByteArray> listeners;
+        for (const char *path : {"/proc/net/tcp", "/proc/net/tcp6"}) {
+            QFile table(QString::fromLatin1(path));
+            if (!table.open(QIODevice::ReadOnly))
                 continue;
-            sockaddr_in target = *reinterpret_cast<const sockaddr_in *>(a->ifa_addr);
-            if ((ntohl(target.sin_addr.s_addr) >> 24) == 127)
-                continue;
-            target.sin_port = htons(port);
-            const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-            int err = 0;
-            if (::connect(fd, reinterpret_cast<sockaddr *>(&target), sizeof target) != 0) {
-                err = errno;
-                if (err == EINPROGRESS) {
-                    // A filtering firewall may never answer; that is no connection either.
-                    pollfd pfd{fd, POLLOUT, 0};
-                    err = ETIMEDOUT;
-                    if (poll(&pfd, 1, 5000) == 1) {
-                        socklen_t len = sizeof err;
-                        getsockopt(fd, SOL_SOCKET, SO_ERROR, &err, &len);
-                    }
-                }
+            for (const QByteArray &line : table.readAll().split('\n')) {
+                const QList<QByteArray> f = line.simplified().split(' ');
+                if (f.size() > 3 && f[1].endsWith(ours) && f[3] == "0A")
+                    listeners << f[1];
             }
-            close(fd);
-            const QString where = QStringLiteral("%1 (%2)").arg(
-                QLatin1String(inet_ntoa(target.sin_addr)), QLatin1String(a->ifa_name));
-            QVERIFY2(err != 0, qPrintable(QStringLiteral("the monitor answered on ") + where));
-            tried << where + QStringLiteral(": ") + QString::fromLocal8Bit(strerror(err));
         }
-        freeifaddrs(list);
-        if (tried.isEmpty())
-            QSKIP("this machine has no IPv4 address besides loopback");
-        qInfo("not reachable on %s", qPrintable(tried.join(QStringLiteral(", "))));
-        QCOMPARE(h.countOf(QStringLiteral("INFO : Incoming CONNECTION...\n")), 1);
+        QCOMPARE(listeners, QList<QByteArray>{"0100007F" + ours});
     }
 };
 

@@ -82,13 +82,8 @@ private slots:
         QVERIFY(h.startAndListen(port, 0x1F, 0, 0xAB));
 
         KitClient a(port);
-        QVERIFY(a.connected());
-        vrxclient_id id{0, 0xC0FFEEULL, 0x1A2BULL, 3, "PCIe", "VRX14"};
-        int64_t received = 0;
-        QCOMPARE(vrxclient_identify(a.c, &id, &received), 0);
-        QCOMPARE(received, int64_t(100));
         vrxclient_settings s{};
-        QCOMPARE(vrxclient_receive_settings(a.c, &s), 0);
+        QVERIFY(a.handshake(3, "PCIe", "VRX14", &s));
         QCOMPARE(s.trace_level, 0x1Fu);
         QCOMPARE(s.timestamp, 0u);
         QCOMPARE(s.device_mask, 0xABu);
