@@ -92,10 +92,9 @@ public:
     KitClient &operator=(const KitClient &) = delete;
 
     bool connected() const { return c != nullptr; }
-    bool handshake(quint64 devNumber, const char *iface = "PCIe", const char *type = "VRX14",
-                   vrxclient_settings *settings = nullptr)
+    bool handshake(quint64 devNumber, vrxclient_settings *settings = nullptr)
     {
-        vrxclient_id id{0, 0xC0FFEEULL, 0x1A2BULL, devNumber, iface, type};
+        vrxclient_id id{0, 0xC0FFEEULL, 0x1A2BULL, devNumber, "PCIe", "VRX14"};
         vrxclient_settings s{};
         return c && vrxclient_handshake(c, &id, settings ? settings : &s) == 0;
     }
@@ -112,17 +111,12 @@ public:
         vrxclient_close(c);
         c = nullptr;
     }
-    // The client's own port, which the monitor reports as the peer port.
-    quint16 localPort() const { return localPortOf(vrxclient_fd(c)); }
 
     vrxclient *c;
 };
 
 // The prompt the monitor gives a client of KitClient::handshake.
-inline QString kitPrompt(quint64 devNumber, const char *iface = "PCIe", const char *type = "VRX14")
+inline QString kitPrompt(quint64 devNumber)
 {
-    return QStringLiteral("0x1A2B/%1@0xC0FFEE/%2/%3> ")
-        .arg(QLatin1String(type))
-        .arg(devNumber)
-        .arg(QLatin1String(iface));
+    return QStringLiteral("0x1A2B/VRX14@0xC0FFEE/%1/PCIe> ").arg(devNumber);
 }

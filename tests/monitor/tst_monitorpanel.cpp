@@ -22,6 +22,8 @@
 #include <QToolButton>
 #include <QtTest>
 
+#include <memory>
+
 namespace {
 
 QByteArray readBytes(const QString &path)
@@ -91,7 +93,7 @@ private slots:
         QVERIFY(panel.busyIndicator()->isVisible());
         KitClient client(port);
         vrxclient_settings sent{};
-        QVERIFY(client.handshake(1, "PCIe", "VRX14", &sent));
+        QVERIFY(client.handshake(1, &sent));
         QCOMPARE(sent.trace_level, 0xFFFFFFFFu);
         QCOMPARE(sent.device_mask, 0xFFFFFFFFu);
         QSettings settings;
@@ -285,7 +287,12 @@ private slots:
         o.port = port;
         o.clients = 4;
         o.lines = 3000;
-        const VrxLoadGen::Result r = runLoad(o);
+        // The load generator blocks until every acknowledgement is in; the server's texts reach
+        // the panel through this thread's event loop, so that keeps running meanwhile.
+        VrxLoadGen::Result r;
+        const std::unique_ptr<QThread> load(QThread::create([&] { r = VrxLoadGen::run(o); }));
+        load->start();
+        QVERIFY(QTest::qWaitFor([&] { return load->wait(10); }, 120000));
         QVERIFY(r.ok);
         // Its plot requests are served on this thread: wait in the event loop.
         QTRY_VERIFY_WITH_TIMEOUT(demo.state() == QProcess::NotRunning, 60000);
@@ -351,20 +358,6 @@ private slots:
         QTRY_VERIFY(panel.editor()->toPlainText().endsWith(readAll(panel.filePath()).right(2000)));
         QVERIFY(panel.editor()->blockCount() <= 10000);
         stop(panel);
-    }
-
-private:
-    // The load generator blocks until every acknowledgement is in; the server's texts reach
-    // the panel through this thread's event loop, so it keeps running meanwhile.
-    static VrxLoadGen::Result runLoad(const VrxLoadGen::Options &o)
-    {
-        VrxLoadGen::Result result;
-        QThread *worker = QThread::create([&] { result = VrxLoadGen::run(o); });
-        worker->start();
-        while (!worker->wait(10))
-            QCoreApplication::processEvents();
-        delete worker;
-        return result;
     }
 };
 

@@ -16,6 +16,7 @@
 #include <sys/wait.h>
 
 #include <cerrno>
+#include <memory>
 #include <thread>
 #include <vector>
 
@@ -66,37 +67,41 @@ QByteArray idRecord(quint64 pid, quint64 devNumber)
     return QByteArray(reinterpret_cast<const char *>(rec), sizeof rec);
 }
 
-// A well-behaved client that logs numbered lines while the others misbehave.
-struct Witness
+// A monitor on a port of its own, with a well-behaved client that logs numbered lines while
+// the others misbehave.
+struct Watched : RecordingHost
 {
-    explicit Witness(quint16 port, quint64 devNumber) : client(port), dev(devNumber) {}
-    bool start() { return client.handshake(dev); }
+    bool start()
+    {
+        if (!startAndListen(port))
+            return false;
+        witness.reset(new KitClient(port));
+        return witness->handshake(1);
+    }
     bool log(int count = 3)
     {
         for (int i = 0; i < count; ++i, ++sent)
-            if (!client.send(QByteArray("witness line ") + QByteArray::number(sent) + "\n"))
+            if (!witness->send("witness line " + QByteArray::number(sent) + "\n"))
                 return false;
-        return client.acked();
+        return witness->acked();
     }
-    // Every line sent is in the output, whole and with the witness's prompt.
-    bool allShown(const RecordingHost &h) const
+    // A few more lines logged, and every line sent is in the output, whole and with the
+    // witness's prompt (the texts are queued to this thread: waits in its event loop).
+    bool served()
     {
-        const QString all = h.all();
-        for (int i = 0; i < sent; ++i)
-            if (!all.contains(kitPrompt(dev) + QStringLiteral("witness line %1\n").arg(i)))
-                return false;
-        return true;
+        const auto allShown = [this] {
+            for (int i = 0; i < sent; ++i)
+                if (!all().contains(kitPrompt(1) + QStringLiteral("witness line %1\n").arg(i)))
+                    return false;
+            return true;
+        };
+        return log() && QTest::qWaitFor(allShown, 20000);
     }
-    KitClient client;
-    quint64 dev;
+
+    const quint16 port = nextPort();
+    std::unique_ptr<KitClient> witness;
     int sent = 0;
 };
-
-// The monitor's texts are queued to this thread: wait in its event loop.
-bool witnessed(Witness &w, const RecordingHost &h)
-{
-    return QTest::qWaitFor([&] { return w.allShown(h); }, 20000);
-}
 
 struct Spawned
 {
@@ -160,11 +165,9 @@ private slots:
         QFETCH(int, answerBytes);
         QFETCH(bool, hangUp);
         QFETCH(QString, cause);
-        RecordingHost h;
-        const quint16 port = nextPort();
-        QVERIFY(h.startAndListen(port));
-        Witness w(port, 1);
-        QVERIFY(w.start());
+        Watched h;
+        QVERIFY(h.start());
+        const quint16 port = h.port;
 
         const int fd = rawConnect(port);
         QVERIFY(fd >= 0);
@@ -183,7 +186,7 @@ private slots:
         }
         if (hangUp)
             close(fd);
-        QVERIFY(w.log()); // served while the other one stalls or leaves
+        QVERIFY(h.served()); // while the other one stalls or leaves
         if (idBytes > 0 && idBytes < 100) // a short record gets its usual messages first
             QVERIFY(h.waitFor(
                 QStringLiteral("ID length (%1) or ValidationID (OKAV) not match!\n").arg(idBytes)));
@@ -197,7 +200,6 @@ private slots:
         }
         QCOMPARE(h.countOf(QStringLiteral("CONNECTED!")), 1); // it never joined
         QCOMPARE(h.host.server()->clientDeviceNumbers(), QVector<quint64>{1});
-        QVERIFY(witnessed(w, h));
 
         KitClient late(port);
         QVERIFY(late.handshake(2));
@@ -207,11 +209,9 @@ private slots:
 
     void randomBytesAndHalfRecords()
     {
-        RecordingHost h;
-        const quint16 port = nextPort();
-        QVERIFY(h.startAndListen(port));
-        Witness w(port, 1);
-        QVERIFY(w.start());
+        Watched h;
+        QVERIFY(h.start());
+        const quint16 port = h.port;
         QRandomGenerator rng(20231);
 
         // Random bytes as the ID record and as the log text.
@@ -231,7 +231,7 @@ private slots:
                     b = 'r';
             }
             QVERIFY(noise.deliver(bytes));
-            QVERIFY(w.log(1));
+            QVERIFY(h.log(1));
         }
 
         // An ID record in two halves: the first half is the record, the rest is log text.
@@ -243,19 +243,16 @@ private slots:
         QVERIFY(h.waitFor(QStringLiteral("ID length (60) or ValidationID (OKAV) not match!\n")));
         QVERIFY(halves.deliver(id.mid(60) + "after the half\n"));
         QVERIFY(h.waitFor(QStringLiteral("after the half\n")));
-        QVERIFY(w.log());
-        QVERIFY(witnessed(w, h));
+        QVERIFY(h.served());
         QCOMPARE(h.host.server()->clientCount(), 3u);
     }
 
     void hugeLineAndACommandThatNeverCloses()
     {
-        RecordingHost h;
-        const quint16 port = nextPort();
-        QVERIFY(h.startAndListen(port));
+        Watched h;
+        QVERIFY(h.start());
+        const quint16 port = h.port;
         QSignalSpy plot(h.host.server(), &VrxMon::VirtualPlotItemConnected);
-        Witness w(port, 1);
-        QVERIFY(w.start());
         KitClient huge(port), open(port);
         QVERIFY(huge.handshake(2));
         QVERIFY(open.handshake(3));
@@ -264,16 +261,15 @@ private slots:
         const QByteArray piece(256 * 1024, '~');
         for (int i = 0; i < 16; ++i) {
             QVERIFY(huge.deliver(piece));
-            QVERIFY(w.log(1));
+            QVERIFY(h.log(1));
         }
         // An opened command that never closes: its lines are shown as any others.
         QVERIFY(open.send("RunCmd( 1, Rec, 0x10, 64, int16, 1\n"));
         for (int i = 0; i < 200; ++i)
             QVERIFY(open.send(QByteArray("still open ") + QByteArray::number(i) + " (no end)\n"));
         QVERIFY(open.acked());
-        QVERIFY(w.log());
+        QVERIFY(h.served());
         QVERIFY(h.waitFor(kitPrompt(3) + "still open 199 (no end)\n"));
-        QVERIFY(witnessed(w, h));
         QCOMPARE(h.countOf(QStringLiteral("~")), 16 * piece.size());
         for (int i = 0; i < 200; ++i)
             QVERIFY(
@@ -291,11 +287,9 @@ private slots:
         if (qEnvironmentVariableIntValue("VRX_RUN_DEAF_CLIENT") != 1)
             QSKIP("intermittent: a client whose acknowledgements back up is sometimes left "
                   "unread instead of dropped (VRX_RUN_DEAF_CLIENT=1 runs it)");
-        RecordingHost h;
-        const quint16 port = nextPort();
-        QVERIFY(h.startAndListen(port));
-        Witness w(port, 1);
-        QVERIFY(w.start());
+        Watched h;
+        QVERIFY(h.start());
+        const quint16 port = h.port;
 
         const int deaf = rawConnect(port, 4096);
         QVERIFY(deaf >= 0);
@@ -318,47 +312,41 @@ private slots:
                               .arg(localPortOf(deaf))));
         QVERIFY(h.waitFor(QStringLiteral("DISCONNECTED! Removing client: \n")));
         close(deaf);
-        QVERIFY(w.log());
-        QVERIFY(witnessed(w, h));
+        QVERIFY(h.served());
         QCOMPARE(h.host.server()->clientDeviceNumbers(), QVector<quint64>{1});
     }
 
     void clientLeavesWhileItsPlotRequestWaits()
     {
-        RecordingHost h;
-        const quint16 port = nextPort();
-        QVERIFY(h.startAndListen(port));
+        Watched h;
+        QVERIFY(h.start());
+        const quint16 port = h.port;
         QSignalSpy plot(h.host.server(), &VrxMon::VirtualPlotItemConnected);
-        Witness w(port, 1);
-        QVERIFY(w.start());
         {
             KitClient leaver(port);
             QVERIFY(leaver.handshake(2));
             QVERIFY(
                 leaver.send("leaving soon\nRunCmd( 1, Rec, 0x10, 64, int16, 1);\nlast words\n"));
             QTRY_VERIFY_WITH_TIMEOUT(plot.count() == 1, 20000);
-            QVERIFY(w.client.send("while waiting\n")); // queued behind the request
+            QVERIFY(h.witness->send("while waiting\n")); // queued behind the request
         } // gone before the plot side has read anything
         RemoteMemProcessed.release();
-        QVERIFY(w.client.acked());
+        QVERIFY(h.witness->acked());
         QVERIFY(h.waitFor(QStringLiteral("DISCONNECTED! Removing client: \n")));
         const QString leaver = kitPrompt(2);
         for (const char *line :
              {"leaving soon\n", "RunCmd( 1, Rec, 0x10, 64, int16, 1);\n", "last words\n"})
             QVERIFY2(h.all().contains(leaver + QLatin1String(line)), line);
         QVERIFY(h.waitFor(kitPrompt(1) + "while waiting\n"));
-        QVERIFY(w.log());
-        QVERIFY(witnessed(w, h));
+        QVERIFY(h.served());
         QCOMPARE(h.host.server()->clientDeviceNumbers(), QVector<quint64>{1});
     }
 
     void clientKilledWhileThePlotSideReadsItsMemory()
     {
-        RecordingHost h;
-        const quint16 port = nextPort();
-        QVERIFY(h.startAndListen(port));
-        Witness w(port, 1);
-        QVERIFY(w.start());
+        Watched h;
+        QVERIFY(h.start());
+        const quint16 port = h.port;
 
         // The test is the plot side: it reads each request's memory as the plot tool does,
         // and the demo is killed during the third read.
@@ -407,8 +395,7 @@ private slots:
         QVERIFY(h.waitFor(QStringLiteral("DISCONNECTED! Removing client: \n")));
         QCOMPARE(reads.size(), 3);                                  // nothing after the kill
         QVERIFY(!reads.last().ok || reads.last().bytesRead == 512); // killed before or after
-        QVERIFY(w.log());
-        QVERIFY(witnessed(w, h));
+        QVERIFY(h.served());
         QCOMPARE(h.host.server()->clientDeviceNumbers(), QVector<quint64>{1});
         // Every line of the demo's records that were let go is there.
         for (int n = 0; n < 2; ++n)

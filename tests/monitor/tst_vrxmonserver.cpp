@@ -7,11 +7,11 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QtTest>
 
 #include <sys/syscall.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <memory>
@@ -21,6 +21,12 @@
 namespace {
 // What the monitor reads from /proc/<pid>/cmdline: the program as it was started.
 QString ownPath() { return QCoreApplication::arguments().constFirst(); }
+
+// The monitor's own prompt: process number and name as the system shows them.
+QString ownPrompt()
+{
+    return QStringLiteral("%1/%2> ").arg(getpid()).arg(QFileInfo(ownPath()).fileName().left(15));
+}
 } // namespace
 
 class TstVrxMonServer : public QObject
@@ -47,46 +53,15 @@ private slots:
         QCOMPARE(VrxProto::formatServerTimestamp(1672628645, microseconds), text);
     }
 
-    void lowPortsAndPipeAreRefused()
-    {
-        RecordingHost h;
-        QueuedSignalSpy finished(h.host.server(), &VrxMon::finished);
-        h.host.start(1, QStringLiteral("127.0.0.1"), 49999, 0x1F, 1, 0xAB);
-        QVERIFY(h.waitFor(QStringLiteral("INFO : [Device Mask] = 0xAB\n")));
-        // The monitor's own prompt: process number and name as the system shows them.
-        const QString prompt = QStringLiteral("%1/%2> ").arg(getpid()).arg(
-            QFileInfo(QCoreApplication::arguments().constFirst()).fileName().left(15));
-        QCOMPARE(h.messages.size(), 4);
-        QCOMPARE(h.messages[0].mid(27), prompt + "INFO : VRXMonitor Settings:\n");
-        QVERIFY(VrxProto::isClientTimestamp(h.messages[0].toLatin1().constData(), 27));
-        QCOMPARE(h.messages[1].mid(27), prompt + "INFO : [Trace Level] = 0x1F\n");
-        QCOMPARE(h.messages[2].mid(27), prompt + "INFO : [Timestamp]   = 0x1\n");
-        QCOMPARE(finished.count(), 0);
-
-        h.host.start(0, QString(), 50000);
-        h.host.start(0, QStringLiteral("pipe"), 50000);
-        // The texts arrive queued, after the spy has already seen finished() on its thread.
-        const QString pipeText = QStringLiteral(
-            "ERROR: VRX Monitor Pipe server is not available for current running OS!\n");
-        QVERIFY(h.waitFor(pipeText));
-        QTRY_VERIFY_WITH_TIMEOUT(finished.count() >= 1, 20000);
-        QCOMPARE(h.countOf(pipeText), 1);
-        QCOMPARE(h.countOf(QStringLiteral("VRX Monitor started")), 0);
-    }
-
-    void handshakeSettingsAndConnectTexts()
+    void connectTextsAndTheFirstClient()
     {
         RecordingHost h;
         QueuedSignalSpy first(h.host.server(), &VrxMon::firstClientConnected);
         const quint16 port = nextPort();
-        QVERIFY(h.startAndListen(port, 0x1F, 0, 0xAB));
+        QVERIFY(h.startAndListen(port));
 
         KitClient a(port);
-        vrxclient_settings s{};
-        QVERIFY(a.handshake(3, "PCIe", "VRX14", &s));
-        QCOMPARE(s.trace_level, 0x1Fu);
-        QCOMPARE(s.timestamp, 0u);
-        QCOMPARE(s.device_mask, 0xABu);
+        QVERIFY(a.handshake(3));
 
         const QString fields =
             QStringLiteral("[Process ID: %1]\n[VRXCU: 0xC0FFEE]\n[Interface: PCIe]\n"
@@ -94,7 +69,7 @@ private slots:
                            "[Path: %2]\n[IP: 127.0.0.1]\n[Port: %3]\n\n")
                 .arg(getpid())
                 .arg(ownPath())
-                .arg(a.localPort());
+                .arg(localPortOf(vrxclient_fd(a.c)));
         QVERIFY(h.waitFor(QStringLiteral("CONNECTED! Client ID: \n") + fields));
         QVERIFY(h.waitFor(QStringLiteral("INFO : Incoming CONNECTION...\n")));
         QTRY_COMPARE_WITH_TIMEOUT(first.count(), 1, 20000);
@@ -194,7 +169,7 @@ private slots:
         QVERIFY(h.startAndListen(port, 0, 1, 0));
         KitClient a(port);
         vrxclient_settings s{};
-        QVERIFY(a.handshake(1, "PCIe", "VRX14", &s));
+        QVERIFY(a.handshake(1, &s));
         QCOMPARE(s.timestamp, 1u);
         QVERIFY(h.waitFor(QStringLiteral("[Dev#: 1]")));
         const QString p = kitPrompt(1);
@@ -226,7 +201,7 @@ private slots:
         QueuedSignalSpy finished(h.host.server(), &VrxMon::finished);
         const quint16 port = nextPort();
         QVERIFY(h.startAndListen(port));
-        const QString mp = h.host.server()->prompt();
+        const QString mp = ownPrompt();
         const QString unknown = QStringLiteral("ERROR: Unknown command 'RunCmd('.\n");
         KitClient a(port);
         QVERIFY(a.handshake(1));
@@ -256,14 +231,11 @@ private slots:
 
         QVERIFY(a.send("RunCmd(abc);"));
         QTRY_VERIFY_WITH_TIMEOUT(finished.count() >= 1, 20000);
-        QVERIFY(h.waitFor(QStringLiteral("\n[")));
-        QVERIFY(h.waitFor(mp + QStringLiteral("NOTE : Stop command received!\n")));
         QVERIFY(h.waitFor(mp + QStringLiteral("NOTE : VRX Monitor stopped!\n\n")));
-        bool stopMessageFound = false;
-        for (const QString &m : qAsConst(h.messages))
-            if (m.startsWith(QLatin1Char('\n')) && m.endsWith("NOTE : Stop command received!\n"))
-                stopMessageFound = m.size() == 1 + 27 + mp.size() + 30;
-        QVERIFY(stopMessageFound);
+        // The unended line is broken before the monitor's own line.
+        const QRegularExpression stop("^\n\\[.{24}\\] " + QRegularExpression::escape(mp) +
+                                      "NOTE : Stop command received!\n$");
+        QCOMPARE(h.messages.filter(stop).size(), 1);
         // The stopped monitor closed the connection without an acknowledgement.
         int64_t ack = 0;
         QCOMPARE(vrxclient_read_ack(a.c, &ack, 20000), -1);
@@ -286,7 +258,7 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(plot.count() >= 1, 20000);
         QCOMPARE(plot.at(0).at(0).toString(),
                  QStringLiteral("%1, %2, Rec, 0x10, 64, int16, 1").arg(getpid()).arg(ownPath()));
-        QVERIFY(h.waitFor(h.host.server()->prompt() +
+        QVERIFY(h.waitFor(ownPrompt() +
                           QStringLiteral("WARN : Real Time Plot out of sync! "
                                          "(RemoteMemProcessed.available() = 2). Re-syncing...\n")));
         QCOMPARE(RemoteMemProcessed.available(), 0);
@@ -323,17 +295,10 @@ private slots:
             QVERIFY2(ok[i], qPrintable(QString::number(i)));
         QVERIFY(h.waitFor(QStringLiteral("CONNECTED!"), 40));
         QVector<quint64> expected = h.host.server()->clientDeviceNumbers();
-        QVector<quint64> sorted = expected;
-        std::sort(sorted.begin(), sorted.end());
-        for (quint64 i = 0; i < 40; ++i)
-            QCOMPARE(sorted.value(int(i), 999), i);
 
         KitClient extra(port);
         QVERIFY(extra.connected());
-        int64_t received = 0;
-        vrxclient_id id{0, 0, 0, 99, "PCIe", "VRX14"};
-        QCOMPARE(vrxclient_identify(extra.c, &id, &received), 0);
-        QCOMPARE(vrxclient_receive_settings(extra.c, nullptr), -1); // turned away
+        QVERIFY(!extra.handshake(99)); // turned away
         QVERIFY(h.waitFor(
             QStringLiteral("ERROR: Something is wrong. Socket position 40 not empty (")));
         QCOMPARE(h.countOf(QStringLiteral("CONNECTED!")), 40);
@@ -381,7 +346,7 @@ private slots:
         QVERIFY(h.waitFor(kitPrompt(3) + "tail);\n"));
         QCOMPARE(h.countOf(QStringLiteral("Unknown command")), 0);
         QVERIFY(c.deliver("RunCmd(7);\n"));
-        QVERIFY(h.waitFor(h.host.server()->prompt() + "ERROR: Unknown command 'RunCmd('.\n"));
+        QVERIFY(h.waitFor(ownPrompt() + "ERROR: Unknown command 'RunCmd('.\n"));
         QCOMPARE(h.countOf(QStringLiteral("Unknown command")), 1);
     }
 
