@@ -47,6 +47,16 @@ void stop(MonitorPanel &panel)
     }
 }
 
+// Starts the built-in monitor on the port with the Start button; whether it came up.
+bool clickStart(MonitorPanel &panel, quint16 port)
+{
+    panel.setPort(port);
+    QTest::mouseClick(panel.startButton(), Qt::LeftButton);
+    return QTest::qWaitFor(
+        [&] { return panel.editor()->toPlainText().contains("NOTE : VRX Monitor started!"); },
+        20000);
+}
+
 } // namespace
 
 class TstMonitorPanel : public QObject
@@ -86,9 +96,7 @@ private slots:
             QCOMPARE(box->text(), QStringLiteral("0xFFFFFFFF"));
         }
         const quint16 port = nextPort();
-        panel.setPort(port);
-        QTest::mouseClick(panel.startButton(), Qt::LeftButton);
-        QTRY_VERIFY(panel.editor()->toPlainText().contains(QStringLiteral("VRX Monitor started!")));
+        QVERIFY(clickStart(panel, port));
         QVERIFY(panel.startButton()->isChecked());
         QVERIFY(panel.busyIndicator()->isVisible());
         KitClient client(port);
@@ -141,10 +149,7 @@ private slots:
 
         dropper.setEnabled(false);
         ::close(squatter);
-        QTest::mouseClick(panel.startButton(), Qt::LeftButton);
-        QTRY_VERIFY_WITH_TIMEOUT(panel.editor()->toPlainText().contains(
-                                     QStringLiteral("NOTE : VRX Monitor started!")),
-                                 20000);
+        QVERIFY(clickStart(panel, port));
         QVERIFY(panel.startButton()->isChecked());
         KitClient client(port);
         QVERIFY(client.handshake(1));
@@ -156,11 +161,9 @@ private slots:
         MonitorPanel panel(QStringLiteral("vrxupdater"));
         panel.show();
         const quint16 port = nextPort();
-        panel.setPort(port);
         QueuedSignalSpy plot(panel.editor()->vrxMonHost()->server(),
                              &VrxMon::VirtualPlotItemConnected);
-        QTest::mouseClick(panel.startButton(), Qt::LeftButton);
-        QTRY_VERIFY(panel.editor()->toPlainText().contains(QStringLiteral("VRX Monitor started!")));
+        QVERIFY(clickStart(panel, port));
         KitClient client(port);
         QVERIFY(client.handshake(1));
         QVERIFY(client.send("RunCmd( 1, Rec, 0x10, 64, int16, 1);\n"));
@@ -217,11 +220,9 @@ private slots:
         // The file holds the client's bytes whatever they are; the view reads valid UTF-8 as
         // UTF-8 and anything else as Latin-1.
         MonitorPanel panel(QStringLiteral("vrxupdater"));
+        panel.show();
         const quint16 port = nextPort();
-        panel.setPort(port);
-        panel.startMonitoring();
-        QTRY_VERIFY(
-            readAll(panel.filePath()).contains(QStringLiteral("NOTE : VRX Monitor started!")));
+        QVERIFY(clickStart(panel, port));
         KitClient client(port);
         QVERIFY(client.handshake(1));
         const QList<QPair<QByteArray, QString>> batches = {
@@ -260,8 +261,6 @@ private slots:
         MonitorPanel panel(QStringLiteral("vrxupdater"));
         panel.resize(900, 600);
         panel.show();
-        const quint16 port = nextPort();
-        panel.setPort(port);
         // Small files, so the run has to go on in new ones several times.
         constexpr qint64 limit = 300000;
         panel.setLogFileLimit(limit);
@@ -269,9 +268,8 @@ private slots:
         VrxMon *server = panel.editor()->vrxMonHost()->server();
         connect(server, &VrxMon::VirtualPlotItemConnected, this,
                 [] { RemoteMemProcessed.release(); });
-        panel.startMonitoring();
-        QTRY_VERIFY(panel.editor()->toPlainText().contains(QStringLiteral("NOTE : ")));
-        QTRY_VERIFY(panel.serverThread()->isRunning());
+        const quint16 port = nextPort();
+        QVERIFY(clickStart(panel, port));
 
         const QStringList kept = QDir(directory).entryList({QStringLiteral("old*.okv")});
         QCOMPARE(kept.size(), 20);

@@ -67,6 +67,20 @@ QByteArray idRecord(quint64 pid, quint64 devNumber)
     return QByteArray(reinterpret_cast<const char *>(rec), sizeof rec);
 }
 
+// Sends the first idBytes of an ID record and reads the acknowledgement; then, unless
+// answerBytes is negative, reads the settings record and answers with that many zero bytes.
+bool rawHandshake(int fd, int idBytes, int answerBytes)
+{
+    const QByteArray id = idRecord(0, 7);
+    char ack[8], settings[16];
+    if (idBytes > 0 && (send(fd, id.constData(), std::size_t(idBytes), MSG_NOSIGNAL) != idBytes ||
+                        !readExactly(fd, ack, sizeof ack)))
+        return false;
+    return answerBytes < 0 || (readExactly(fd, settings, sizeof settings) &&
+                               send(fd, "\0\0\0\0\0\0\0\0", std::size_t(answerBytes),
+                                    MSG_NOSIGNAL) == answerBytes);
+}
+
 // A monitor on a port of its own, with a well-behaved client that logs numbered lines while
 // the others misbehave.
 struct Watched : RecordingHost
@@ -106,14 +120,11 @@ struct Watched : RecordingHost
 struct Spawned
 {
     pid_t pid = -1;
-    explicit Spawned(const QStringList &args)
+    explicit Spawned(QByteArrayList args)
     {
-        std::vector<QByteArray> bytes;
-        for (const QString &a : args)
-            bytes.push_back(a.toLocal8Bit());
         std::vector<char *> argv;
-        for (QByteArray &b : bytes)
-            argv.push_back(b.data());
+        for (QByteArray &a : args)
+            argv.push_back(a.data());
         argv.push_back(nullptr);
         if (posix_spawn(&pid, argv[0], nullptr, nullptr, argv.data(), environ) != 0)
             pid = -1;
@@ -172,18 +183,7 @@ private slots:
         const int fd = rawConnect(port);
         QVERIFY(fd >= 0);
         const quint16 local = localPortOf(fd);
-        char ack[8], settings[16];
-        if (idBytes > 0) {
-            const QByteArray id = idRecord(0, 7);
-            QCOMPARE(send(fd, id.constData(), std::size_t(idBytes), MSG_NOSIGNAL),
-                     ssize_t(idBytes));
-            QVERIFY(readExactly(fd, ack, sizeof ack));
-        }
-        if (answerBytes >= 0) {
-            QVERIFY(readExactly(fd, settings, sizeof settings));
-            QCOMPARE(send(fd, "\0\0\0\0", std::size_t(answerBytes), MSG_NOSIGNAL),
-                     ssize_t(answerBytes));
-        }
+        QVERIFY(rawHandshake(fd, idBytes, answerBytes));
         if (hangUp)
             close(fd);
         QVERIFY(h.served()); // while the other one stalls or leaves
@@ -293,12 +293,7 @@ private slots:
 
         const int deaf = rawConnect(port, 4096);
         QVERIFY(deaf >= 0);
-        const QByteArray id = idRecord(0, 2);
-        char ack[8], settings[16];
-        QCOMPARE(send(deaf, id.constData(), 100, MSG_NOSIGNAL), ssize_t(100));
-        QVERIFY(readExactly(deaf, ack, sizeof ack));
-        QVERIFY(readExactly(deaf, settings, sizeof settings));
-        QCOMPARE(send(deaf, "\0\0\0\0\0\0\0\0", 8, MSG_NOSIGNAL), ssize_t(8));
+        QVERIFY(rawHandshake(deaf, 100, 8));
         // Streams and never reads: once its acknowledgements pile up it is dropped, and the
         // next sends fail. The bound on the bytes only keeps a broken monitor from hanging us.
         const QByteArray line = QByteArray(4095, 'd') + '\n';
@@ -372,10 +367,8 @@ private slots:
             samples.append(values);
             RemoteMemProcessed.release();
         });
-        Spawned spawned({QStringLiteral(VRXDEMO_PATH), QStringLiteral("--port"),
-                         QString::number(port), QStringLiteral("--interval-ms"),
-                         QStringLiteral("0"), QStringLiteral("--samples"), QStringLiteral("256"),
-                         QStringLiteral("--ramp")});
+        Spawned spawned({VRXDEMO_PATH, "--port", QByteArray::number(port), "--interval-ms", "0",
+                         "--samples", "256", "--ramp"});
         QVERIFY(spawned.pid > 0);
         demo = &spawned;
         QVERIFY(QTest::qWaitFor([&] { return !reads.isEmpty(); }, 20000));
