@@ -206,7 +206,6 @@ private slots:
             "WARN : Using built-in monitor...\n"
             "NOTE : Using built-in monitor...\n");
         QTRY_VERIFY(panel.editor()->toPlainText().startsWith(expected));
-        QTRY_VERIFY(panel.editor()->toPlainText().contains(QStringLiteral("NOTE : ")));
         QVERIFY(panel.serverThread()->isRunning());
         QCOMPARE(panel.childProcess()->state(), QProcess::NotRunning);
         stop(panel);
@@ -238,7 +237,8 @@ private slots:
             QVERIFY(client.acked());
             QTRY_VERIFY_WITH_TIMEOUT(readBytes(panel.filePath()).contains(prompt + batch.first),
                                      20000);
-            QTRY_VERIFY(panel.editor()->toPlainText().contains(kitPrompt(1) + batch.second.trimmed()));
+            QTRY_VERIFY(
+                panel.editor()->toPlainText().contains(kitPrompt(1) + batch.second.trimmed()));
             QVERIFY(panel.serverThread()->isRunning());
         }
         stop(panel);
@@ -271,16 +271,13 @@ private slots:
         const quint16 port = nextPort();
         QVERIFY(clickStart(panel, port));
 
-        const QStringList kept = QDir(directory).entryList({QStringLiteral("old*.okv")});
+        const QStringList kept = QDir(directory).entryList({"old*.okv"}, QDir::Files, QDir::Name);
         QCOMPARE(kept.size(), 20);
-        QVERIFY(!kept.contains(QStringLiteral("old04.okv")));
-        QVERIFY(kept.contains(QStringLiteral("old05.okv")));
+        QCOMPARE(kept.first(), QStringLiteral("old05.okv"));
 
         QProcess demo;
-        demo.start(QStringLiteral(VRXDEMO_PATH),
-                   {QStringLiteral("--port"), QString::number(port), QStringLiteral("--iterations"),
-                    QStringLiteral("30"), QStringLiteral("--interval-ms"), QStringLiteral("0"),
-                    QStringLiteral("--samples"), QStringLiteral("64")});
+        demo.start(VRXDEMO_PATH, {"--port", QString::number(port), "--iterations", "30",
+                                  "--interval-ms", "0", "--samples", "64"});
         VrxLoadGen::Options o;
         o.port = port;
         o.clients = 4;

