@@ -3,8 +3,8 @@
 #include "monitor/core/vrxmonprotocol.h"
 #include "tests/support/fuzzcheck.h"
 
+#include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 
 using namespace VrxProto;

@@ -16,7 +16,6 @@
 #include <QProcess>
 #include <QSettings>
 #include <QSpinBox>
-#include <QTextBlock>
 #include <QThread>
 #include <QSocketNotifier>
 #include <QToolButton>
@@ -139,10 +138,8 @@ private slots:
         panel.show();
         panel.setPort(port);
         QTest::mouseClick(panel.startButton(), Qt::LeftButton);
-        QTRY_VERIFY_WITH_TIMEOUT(panel.editor()->toPlainText().contains(
-                                     QStringLiteral("ERROR: Unable to stop or takeover existing "
-                                                    "listener!")),
-                                 20000);
+        const QString failed("ERROR: Unable to stop or takeover existing listener!");
+        QTRY_VERIFY_WITH_TIMEOUT(panel.editor()->toPlainText().contains(failed), 20000);
         QTRY_VERIFY(!panel.serverThread()->isRunning());
         QVERIFY(!panel.startButton()->isChecked());
         QVERIFY(!panel.busyIndicator()->isVisible());
@@ -296,18 +293,18 @@ private slots:
         // Four load clients and the demo have gone. The run's files, in the order of their
         // names (their start times), hold the whole output; each stayed within the limit, the
         // cache counted them with the old ones, and the panel shows the newest.
+        const auto runFiles = [&] {
+            return QDir(directory).entryInfoList({"vrxmon_*.okv"}, QDir::Files, QDir::Name);
+        };
         const auto runLog = [&] {
             QString all;
-            const QStringList files = QDir(directory).entryList({QStringLiteral("vrxmon_*.okv")},
-                                                                QDir::Files, QDir::Name);
-            for (const QString &name : files)
-                all += readAll(directory + name);
+            for (const QFileInfo &file : runFiles())
+                all += readAll(file.filePath());
             return all;
         };
         QTRY_VERIFY_WITH_TIMEOUT(runLog().count(QStringLiteral("DISCONNECTED!")) == 5, 30000);
         const QString log = runLog();
-        const QFileInfoList files = QDir(directory).entryInfoList({QStringLiteral("vrxmon_*.okv")},
-                                                                  QDir::Files, QDir::Name);
+        const QFileInfoList files = runFiles();
         QVERIFY2(files.size() >= 3, qPrintable(QString::number(files.size())));
         for (const QFileInfo &file : files)
             QVERIFY2(file.size() <= limit, qPrintable(file.fileName()));

@@ -42,7 +42,6 @@ private slots:
     {
         QTest::addColumn<qint64>("microseconds");
         QTest::addColumn<QByteArray>("text");
-        QTest::newRow("zero") << qint64(0) << QByteArray("[2023-01-02T03:04:05.000Z] ");
         QTest::newRow("cut down") << qint64(7999) << QByteArray("[2023-01-02T03:04:05.007Z] ");
         QTest::newRow("last") << qint64(999999) << QByteArray("[2023-01-02T03:04:05.999Z] ");
         // A millisecond value past 999 carries into the seconds.
@@ -211,7 +210,6 @@ private slots:
         QVERIFY(a.deliver("RRunCmd(5));\nRunCmd( +7x, y);\nRunCmd(1z, a, b);\n"));
         QVERIFY(h.waitFor(unknown, 3));
         QVERIFY(h.waitFor(QStringLiteral("ERROR: Insuffivient command parameters' a, b'.\n")));
-        QVERIFY(h.waitFor(kitPrompt(1) + "RunCmd(1z, a, b);\n"));
         QCOMPARE(h.countOf(QStringLiteral("Stop command received")), 0);
         QCOMPARE(finished.count(), 0);
 
@@ -280,7 +278,6 @@ private slots:
         QVector<quint64> expected = h.host.server()->clientDeviceNumbers();
 
         KitClient extra(port);
-        QVERIFY(extra.connected());
         QVERIFY(!extra.handshake(99)); // turned away
         QVERIFY(h.waitFor(
             QStringLiteral("ERROR: Something is wrong. Socket position 40 not empty (")));
