@@ -5,13 +5,11 @@
 // Input: one byte n (n % 5 batch-size bytes follow), the batch sizes (1 + byte, taken in
 // turn), then the client's stream.
 #include "monitor/core/vrxmonprotocol.h"
-#include "tests/monitor/fuzzreference.h"
 #include "tests/support/fuzzcheck.h"
 
 #include <algorithm>
 #include <climits>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -21,6 +19,40 @@
 using namespace VrxProto;
 
 namespace {
+
+// Commands found by walking the bytes with the plain rule: a byte that matches the next
+// character of the awaited token advances, any other byte starts that token over. The text
+// is cut as the matcher's fixed buffer cuts it.
+std::vector<std::string> referenceCommands(const std::string &s)
+{
+    std::vector<std::string> out;
+    const std::string open = "RunCmd(", close = ");";
+    bool inside = false;
+    std::size_t matched = 0, start = 0;
+    for (std::size_t i = 0; i < s.size(); ++i) {
+        const std::string &token = inside ? close : open;
+        matched = s[i] == token[matched] ? matched + 1 : 0;
+        if (matched < token.size())
+            continue;
+        matched = 0;
+        if (!inside) {
+            inside = true;
+            start = i + 1;
+            continue;
+        }
+        inside = false;
+        std::string text = s.substr(start, i + 1 - start);
+        if (text.size() > std::size_t(CmdMatcher::kCmdCapacity))
+            text.resize(std::size_t(CmdMatcher::kCmdCapacity));
+        else
+            text.resize(text.size() - 2);
+        const std::size_t nul = text.find('\0');
+        if (nul != std::string::npos)
+            text.resize(nul);
+        out.push_back(text);
+    }
+    return out;
+}
 
 bool sameState(const CmdMatcher &a, const CmdMatcher &b)
 {

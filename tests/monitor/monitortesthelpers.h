@@ -18,13 +18,45 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-// The next loopback port from `next` on that binds now (outgoing connections may borrow a port
-// of the monitor's range); each test program starts from a range of its own.
-inline quint16 nextBindablePort(quint16 &next)
+// Each test program sets the first port of a range of its own, so parallel programs never meet.
+inline quint16 &portCursor()
 {
-    const quint16 port = VrxLoadGen::firstBindablePort(next);
-    next = port + 1;
+    static quint16 next = 50000;
+    return next;
+}
+
+// The next loopback port that binds now (outgoing connections may borrow one of the range).
+inline quint16 nextPort()
+{
+    const quint16 port = VrxLoadGen::firstBindablePort(portCursor());
+    portCursor() = port + 1;
     return port;
+}
+
+inline quint16 localPortOf(int fd)
+{
+    sockaddr_in a{};
+    socklen_t len = sizeof a;
+    getsockname(fd, reinterpret_cast<sockaddr *>(&a), &len);
+    return ntohs(a.sin_port);
+}
+
+// A listener on the loopback port that is no monitor; -1 when the port cannot be had.
+inline int listenOn(quint16 port)
+{
+    const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    // Connections of an earlier run may still wait out their close on this port.
+    const int reuse = 1;
+    setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof reuse);
+    sockaddr_in a{};
+    a.sin_family = AF_INET;
+    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    a.sin_port = htons(port);
+    if (bind(fd, reinterpret_cast<sockaddr *>(&a), sizeof a) != 0 || listen(fd, 4) != 0) {
+        close(fd);
+        return -1;
+    }
+    return fd;
 }
 
 class RecordingHost
@@ -60,38 +92,31 @@ public:
     KitClient &operator=(const KitClient &) = delete;
 
     bool connected() const { return c != nullptr; }
-    bool handshake(quint64 devNumber, const char *iface = "PCIe", const char *type = "VRX14",
-                   vrxclient_settings *settings = nullptr)
+    bool handshake(quint64 devNumber, vrxclient_settings *settings = nullptr)
     {
-        vrxclient_id id{0, 0xC0FFEEULL, 0x1A2BULL, devNumber, iface, type};
+        vrxclient_id id{0, 0xC0FFEEULL, 0x1A2BULL, devNumber, "PCIe", "VRX14"};
         vrxclient_settings s{};
         return c && vrxclient_handshake(c, &id, settings ? settings : &s) == 0;
     }
-    bool send(const QByteArray &bytes) { return vrxclient_send(c, bytes.constData(), std::size_t(bytes.size())) == 0; }
+    bool send(const QByteArray &bytes)
+    {
+        return vrxclient_send(c, bytes.constData(), std::size_t(bytes.size())) == 0;
+    }
     // Everything sent so far acknowledged (generous bound, only to avoid hanging).
     bool acked(int timeoutMs = 20000) { return vrxclient_wait_all_acked(c, timeoutMs) == 0; }
+    // Sent and taken in by the monitor.
+    bool deliver(const QByteArray &bytes) { return send(bytes) && acked(); }
     void close()
     {
         vrxclient_close(c);
         c = nullptr;
-    }
-    // The client's own port, which the monitor reports as the peer port.
-    quint16 localPort() const
-    {
-        sockaddr_in a{};
-        socklen_t len = sizeof a;
-        getsockname(vrxclient_fd(c), reinterpret_cast<sockaddr *>(&a), &len);
-        return ntohs(a.sin_port);
     }
 
     vrxclient *c;
 };
 
 // The prompt the monitor gives a client of KitClient::handshake.
-inline QString kitPrompt(quint64 devNumber, const char *iface = "PCIe", const char *type = "VRX14")
+inline QString kitPrompt(quint64 devNumber)
 {
-    return QStringLiteral("0x1A2B/%1@0xC0FFEE/%2/%3> ")
-        .arg(QLatin1String(type))
-        .arg(devNumber)
-        .arg(QLatin1String(iface));
+    return QStringLiteral("0x1A2B/VRX14@0xC0FFEE/%1/PCIe> ").arg(devNumber);
 }

@@ -2,8 +2,6 @@
 
 #include "monitor/core/remotememprocessed.h"
 #include "monitortesthelpers.h"
-#include "monitor/core/vrxmon.h"
-#include "monitor/core/vrxmonhost.h"
 #include "monitor/ui/hexspinbox.h"
 #include "monitor/ui/monitorpanel.h"
 #include "resources/initresources.h"
@@ -18,19 +16,14 @@
 #include <QProcess>
 #include <QSettings>
 #include <QSpinBox>
-#include <QTextBlock>
 #include <QThread>
 #include <QSocketNotifier>
 #include <QToolButton>
 #include <QtTest>
 
-namespace {
+#include <memory>
 
-quint16 g_nextPort = 50610; // a range of this test's own
-quint16 nextPort()
-{
-    return nextBindablePort(g_nextPort);
-}
+namespace {
 
 QByteArray readBytes(const QString &path)
 {
@@ -40,8 +33,7 @@ QByteArray readBytes(const QString &path)
 
 QString readAll(const QString &path)
 {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? QString::fromLocal8Bit(file.readAll()) : QString();
+    return QString::fromLocal8Bit(readBytes(path));
 }
 
 // Stops the panel's server and waits for its thread, so the next case starts clean.
@@ -54,13 +46,27 @@ void stop(MonitorPanel &panel)
     }
 }
 
+// Starts the built-in monitor on the port with the Start button; whether it came up.
+bool clickStart(MonitorPanel &panel, quint16 port)
+{
+    panel.setPort(port);
+    QTest::mouseClick(panel.startButton(), Qt::LeftButton);
+    return QTest::qWaitFor(
+        [&] { return panel.editor()->toPlainText().contains("NOTE : VRX Monitor started!"); },
+        20000);
+}
+
 } // namespace
 
 class TstMonitorPanel : public QObject
 {
     Q_OBJECT
 private slots:
-    void initTestCase() { initResources(); }
+    void initTestCase()
+    {
+        initResources();
+        portCursor() = 50610;
+    }
 
     void init()
     {
@@ -89,14 +95,12 @@ private slots:
             QCOMPARE(box->text(), QStringLiteral("0xFFFFFFFF"));
         }
         const quint16 port = nextPort();
-        panel.setPort(port);
-        QTest::mouseClick(panel.startButton(), Qt::LeftButton);
-        QTRY_VERIFY(panel.editor()->toPlainText().contains(QStringLiteral("VRX Monitor started!")));
+        QVERIFY(clickStart(panel, port));
         QVERIFY(panel.startButton()->isChecked());
         QVERIFY(panel.busyIndicator()->isVisible());
         KitClient client(port);
         vrxclient_settings sent{};
-        QVERIFY(client.handshake(1, "PCIe", "VRX14", &sent));
+        QVERIFY(client.handshake(1, &sent));
         QCOMPARE(sent.trace_level, 0xFFFFFFFFu);
         QCOMPARE(sent.device_mask, 0xFFFFFFFFu);
         QSettings settings;
@@ -122,16 +126,8 @@ private slots:
     {
         // Something that is no monitor holds the port: it drops whoever connects.
         const quint16 port = nextPort();
-        const int squatter = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        sockaddr_in addr{};
-        addr.sin_family = AF_INET;
-        addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        addr.sin_port = htons(port);
-        // Connections of an earlier run may still wait out their close on this port.
-        const int reuse = 1;
-        setsockopt(squatter, SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof reuse);
-        QVERIFY(bind(squatter, reinterpret_cast<sockaddr *>(&addr), sizeof addr) == 0);
-        QVERIFY(listen(squatter, 4) == 0);
+        const int squatter = listenOn(port);
+        QVERIFY(squatter >= 0);
         QSocketNotifier dropper(squatter, QSocketNotifier::Read);
         connect(&dropper, &QSocketNotifier::activated, this, [squatter] {
             const int fd = accept(squatter, nullptr, nullptr);
@@ -142,20 +138,15 @@ private slots:
         panel.show();
         panel.setPort(port);
         QTest::mouseClick(panel.startButton(), Qt::LeftButton);
-        QTRY_VERIFY_WITH_TIMEOUT(panel.editor()->toPlainText().contains(
-                                     QStringLiteral("ERROR: Unable to stop or takeover existing "
-                                                    "listener!")),
-                                 20000);
+        const QString failed("ERROR: Unable to stop or takeover existing listener!");
+        QTRY_VERIFY_WITH_TIMEOUT(panel.editor()->toPlainText().contains(failed), 20000);
         QTRY_VERIFY(!panel.serverThread()->isRunning());
         QVERIFY(!panel.startButton()->isChecked());
         QVERIFY(!panel.busyIndicator()->isVisible());
 
         dropper.setEnabled(false);
         ::close(squatter);
-        QTest::mouseClick(panel.startButton(), Qt::LeftButton);
-        QTRY_VERIFY_WITH_TIMEOUT(panel.editor()->toPlainText().contains(
-                                     QStringLiteral("NOTE : VRX Monitor started!")),
-                                 20000);
+        QVERIFY(clickStart(panel, port));
         QVERIFY(panel.startButton()->isChecked());
         KitClient client(port);
         QVERIFY(client.handshake(1));
@@ -167,11 +158,9 @@ private slots:
         MonitorPanel panel(QStringLiteral("vrxupdater"));
         panel.show();
         const quint16 port = nextPort();
-        panel.setPort(port);
         QueuedSignalSpy plot(panel.editor()->vrxMonHost()->server(),
                              &VrxMon::VirtualPlotItemConnected);
-        QTest::mouseClick(panel.startButton(), Qt::LeftButton);
-        QTRY_VERIFY(panel.editor()->toPlainText().contains(QStringLiteral("VRX Monitor started!")));
+        QVERIFY(clickStart(panel, port));
         KitClient client(port);
         QVERIFY(client.handshake(1));
         QVERIFY(client.send("RunCmd( 1, Rec, 0x10, 64, int16, 1);\n"));
@@ -214,7 +203,6 @@ private slots:
             "WARN : Using built-in monitor...\n"
             "NOTE : Using built-in monitor...\n");
         QTRY_VERIFY(panel.editor()->toPlainText().startsWith(expected));
-        QTRY_VERIFY(panel.editor()->toPlainText().contains(QStringLiteral("NOTE : ")));
         QVERIFY(panel.serverThread()->isRunning());
         QCOMPARE(panel.childProcess()->state(), QProcess::NotRunning);
         stop(panel);
@@ -228,11 +216,9 @@ private slots:
         // The file holds the client's bytes whatever they are; the view reads valid UTF-8 as
         // UTF-8 and anything else as Latin-1.
         MonitorPanel panel(QStringLiteral("vrxupdater"));
+        panel.show();
         const quint16 port = nextPort();
-        panel.setPort(port);
-        panel.startMonitoring();
-        QTRY_VERIFY(
-            readAll(panel.filePath()).contains(QStringLiteral("NOTE : VRX Monitor started!")));
+        QVERIFY(clickStart(panel, port));
         KitClient client(port);
         QVERIFY(client.handshake(1));
         const QList<QPair<QByteArray, QString>> batches = {
@@ -248,7 +234,8 @@ private slots:
             QVERIFY(client.acked());
             QTRY_VERIFY_WITH_TIMEOUT(readBytes(panel.filePath()).contains(prompt + batch.first),
                                      20000);
-            QTRY_VERIFY(panel.editor()->toPlainText().contains(kitPrompt(1) + batch.second.trimmed()));
+            QTRY_VERIFY(
+                panel.editor()->toPlainText().contains(kitPrompt(1) + batch.second.trimmed()));
             QVERIFY(panel.serverThread()->isRunning());
         }
         stop(panel);
@@ -271,8 +258,6 @@ private slots:
         MonitorPanel panel(QStringLiteral("vrxupdater"));
         panel.resize(900, 600);
         panel.show();
-        const quint16 port = nextPort();
-        panel.setPort(port);
         // Small files, so the run has to go on in new ones several times.
         constexpr qint64 limit = 300000;
         panel.setLogFileLimit(limit);
@@ -280,25 +265,26 @@ private slots:
         VrxMon *server = panel.editor()->vrxMonHost()->server();
         connect(server, &VrxMon::VirtualPlotItemConnected, this,
                 [] { RemoteMemProcessed.release(); });
-        panel.startMonitoring();
-        QTRY_VERIFY(panel.editor()->toPlainText().contains(QStringLiteral("NOTE : ")));
-        QTRY_VERIFY(panel.serverThread()->isRunning());
+        const quint16 port = nextPort();
+        QVERIFY(clickStart(panel, port));
 
-        const QStringList kept = QDir(directory).entryList({QStringLiteral("old*.okv")});
+        const QStringList kept = QDir(directory).entryList({"old*.okv"}, QDir::Files, QDir::Name);
         QCOMPARE(kept.size(), 20);
-        QVERIFY(!kept.contains(QStringLiteral("old04.okv")));
-        QVERIFY(kept.contains(QStringLiteral("old05.okv")));
+        QCOMPARE(kept.first(), QStringLiteral("old05.okv"));
 
         QProcess demo;
-        demo.start(QStringLiteral(VRXDEMO_PATH),
-                   {QStringLiteral("--port"), QString::number(port), QStringLiteral("--iterations"),
-                    QStringLiteral("30"), QStringLiteral("--interval-ms"), QStringLiteral("0"),
-                    QStringLiteral("--samples"), QStringLiteral("64")});
+        demo.start(VRXDEMO_PATH, {"--port", QString::number(port), "--iterations", "30",
+                                  "--interval-ms", "0", "--samples", "64"});
         VrxLoadGen::Options o;
         o.port = port;
         o.clients = 4;
         o.lines = 3000;
-        const VrxLoadGen::Result r = runLoad(o);
+        // The load generator blocks until every acknowledgement is in; the server's texts reach
+        // the panel through this thread's event loop, so that keeps running meanwhile.
+        VrxLoadGen::Result r;
+        const std::unique_ptr<QThread> load(QThread::create([&] { r = VrxLoadGen::run(o); }));
+        load->start();
+        QVERIFY(QTest::qWaitFor([&] { return load->wait(10); }, 120000));
         QVERIFY(r.ok);
         // Its plot requests are served on this thread: wait in the event loop.
         QTRY_VERIFY_WITH_TIMEOUT(demo.state() == QProcess::NotRunning, 60000);
@@ -307,18 +293,18 @@ private slots:
         // Four load clients and the demo have gone. The run's files, in the order of their
         // names (their start times), hold the whole output; each stayed within the limit, the
         // cache counted them with the old ones, and the panel shows the newest.
+        const auto runFiles = [&] {
+            return QDir(directory).entryInfoList({"vrxmon_*.okv"}, QDir::Files, QDir::Name);
+        };
         const auto runLog = [&] {
             QString all;
-            const QStringList files = QDir(directory).entryList({QStringLiteral("vrxmon_*.okv")},
-                                                                QDir::Files, QDir::Name);
-            for (const QString &name : files)
-                all += readAll(directory + name);
+            for (const QFileInfo &file : runFiles())
+                all += readAll(file.filePath());
             return all;
         };
         QTRY_VERIFY_WITH_TIMEOUT(runLog().count(QStringLiteral("DISCONNECTED!")) == 5, 30000);
         const QString log = runLog();
-        const QFileInfoList files = QDir(directory).entryInfoList({QStringLiteral("vrxmon_*.okv")},
-                                                                  QDir::Files, QDir::Name);
+        const QFileInfoList files = runFiles();
         QVERIFY2(files.size() >= 3, qPrintable(QString::number(files.size())));
         for (const QFileInfo &file : files)
             QVERIFY2(file.size() <= limit, qPrintable(file.fileName()));
@@ -364,20 +350,6 @@ private slots:
         QTRY_VERIFY(panel.editor()->toPlainText().endsWith(readAll(panel.filePath()).right(2000)));
         QVERIFY(panel.editor()->blockCount() <= 10000);
         stop(panel);
-    }
-
-private:
-    // The load generator blocks until every acknowledgement is in; the server's texts reach
-    // the panel through this thread's event loop, so it keeps running meanwhile.
-    static VrxLoadGen::Result runLoad(const VrxLoadGen::Options &o)
-    {
-        VrxLoadGen::Result result;
-        QThread *worker = QThread::create([&] { result = VrxLoadGen::run(o); });
-        worker->start();
-        while (!worker->wait(10))
-            QCoreApplication::processEvents();
-        delete worker;
-        return result;
     }
 };
 
