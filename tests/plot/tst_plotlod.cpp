@@ -1,5 +1,7 @@
 #include "testenv.h"
 
+#include "plottestutil.h"
+
 #include "plot/core/qtvilokeptlist.h"
 #include "plot/core/qtvilolod.h"
 #include "plot/core/qtviloformats.h"
@@ -9,8 +11,6 @@
 #include <QtTest>
 
 #include <cmath>
-#include <cstring>
-#include <set>
 
 namespace {
 
@@ -55,71 +55,6 @@ std::vector<qint64> indices(const QtViloKeptList &list)
     return out;
 }
 
-// Samples stored in the item as `typeIndex`; returns the values as that type reads them.
-QVector<double> fill(QtViloPlotItem &item, const QVector<double> &values)
-{
-    const int width = item.sampleWidth();
-    QWriteLocker locker(&item.dataLock());
-    // One byte of lead so the samples are misaligned, as in a mapped file.
-    item.buffer() = QByteArray(1 + values.size() * width, '\0');
-    uchar *out = reinterpret_cast<uchar *>(item.buffer().data()) + 1;
-    QVector<double> stored(values.size());
-    for (int i = 0; i < values.size(); ++i) {
-        const double v = values[i];
-        switch (item.typeIndex()) {
-        case QtViloFormats::Int8Type: {
-            const qint8 s = qint8(v);
-            memcpy(out + i, &s, 1);
-            stored[i] = s;
-            break;
-        }
-        case QtViloFormats::Uint16Type: {
-            const quint16 s = quint16(v);
-            memcpy(out + 2 * i, &s, 2);
-            stored[i] = s;
-            break;
-        }
-        case QtViloFormats::Int32Type: {
-            const qint32 s = qint32(v);
-            memcpy(out + 4 * i, &s, 4);
-            stored[i] = s;
-            break;
-        }
-        case QtViloFormats::FloatType: {
-            const float s = float(v);
-            memcpy(out + 4 * i, &s, 4);
-            stored[i] = double(s);
-            break;
-        }
-        case QtViloFormats::Int64Type: {
-            const qint64 s = qint64(v);
-            memcpy(out + 8 * i, &s, 8);
-            stored[i] = double(s);
-            break;
-        }
-        default: {
-            const qint16 s = qint16(v);
-            memcpy(out + 2 * i, &s, 2);
-            stored[i] = s;
-            break;
-        }
-        }
-    }
-    item.setData(out);
-    item.setSampleCount(values.size());
-    double lo = 0, hi = 0;
-    bool any = false;
-    for (double s : stored) {
-        if (s != s)
-            continue;
-        lo = any ? qMin(lo, s) : s;
-        hi = any ? qMax(hi, s) : s;
-        any = true;
-    }
-    item.setValueRange(lo, hi);
-    return stored;
-}
-
 QString formatOf(int typeIndex)
 {
     for (const QString &text : QtViloFormats::displayTexts()) {
@@ -138,9 +73,7 @@ class TestPlotLod : public QObject
 private slots:
     void scanMatchesReference_data();
     void scanMatchesReference();
-    void edgeRanges();
-    void zoomHistory();
-    void fullViewAndDataChange();
+    void dataChangeStartsOver();
     void abortStepsBack();
     void profilesPersist();
 };
@@ -195,7 +128,7 @@ void TestPlotLod::scanMatchesReference()
     }
     QtViloPlotItem item(QStringLiteral("x"), false, QtViloPlotItemDefaults());
     QVERIFY(item.setFormat(formatOf(typeIndex)));
-    const QVector<double> stored = fill(item, v);
+    const QVector<double> stored = setSamples(item, v);
     // Views: the whole record, zooms into both ends and the middle, narrow bands that cut
     // through the signal, integer and fractional edges, and views past either end.
     const QList<QRectF> rects = {
@@ -217,112 +150,27 @@ void TestPlotLod::scanMatchesReference()
     }
 }
 
-void TestPlotLod::edgeRanges()
-{
-    QtViloPlotItem item(QStringLiteral("x"), false, QtViloPlotItemDefaults());
-    QVector<double> v(200, 500.0); // flat, far above the bands below
-    fill(item, v);
-    QtViloKeptList list = QtViloKeptList::range(0, 5);
-    // Left of all samples: the index range is empty.
-    const QtViloLod::ScanParams left = QtViloLod::scanParams(QRectF(-40, 0, 30, 1000), 200);
-    QCOMPARE(left.first, qint64(0));
-    QCOMPARE(left.last, qint64(0));
-    QVERIFY(QtViloLod::scan(QtViloFormats::Int16Type, item.data(), left, nullptr, list));
-    QVERIFY(list.isEmpty());
-    // A flat signal above the band keeps nothing.
-    QVERIFY(QtViloLod::scan(QtViloFormats::Int16Type, item.data(),
-                            QtViloLod::scanParams(QRectF(0, 0, 199, 100), 200), nullptr, list));
-    QVERIFY(list.isEmpty());
-    // A step across the band keeps both ends of the crossing segment and nothing else.
-    v[120] = -500;
-    v[121] = -500;
-    fill(item, v);
-    QVERIFY(QtViloLod::scan(QtViloFormats::Int16Type, item.data(),
-                            QtViloLod::scanParams(QRectF(0, 0, 199, 100), 200), nullptr, list));
-    QCOMPARE(indices(list), (std::vector<qint64>{119, 120, 121, 122}));
-    // One sample: only the band decides.
-    QVector<double> one{50};
-    fill(item, one);
-    QVERIFY(QtViloLod::scan(QtViloFormats::Int16Type, item.data(),
-                            QtViloLod::scanParams(QRectF(0, 0, 1, 100), 1), nullptr, list));
-    QCOMPARE(list.count(), qint64(1));
-}
-
-void TestPlotLod::zoomHistory()
-{
-    QtViloPlotItem item(QStringLiteral("x"), false, QtViloPlotItemDefaults());
-    QVector<double> v(100000);
-    for (int i = 0; i < v.size(); ++i)
-        v[i] = 1000 * std::sin(i / 50.0);
-    fill(item, v);
-    QtViloLodCurve curve(&item, QtViloFormats::Int16Type);
-    quint64 serial = 1;
-    auto handle = [&](const QRectF &r) {
-        curve.setSerial(serial);
-        QWriteLocker locker(&curve.dataLock());
-        return curve.reduce(r, serial++);
-    };
-    const QRectF full(0, -1000, 99999, 2000);
-    QVERIFY(handle(full));
-    QCOMPARE(curve.historySize(), 1);
-    const QtViloKeptList fullList = curve.currentList(nullptr);
-    QVERIFY(fullList.holdsAll(100000));
-
-    // Seven zoom-ins keep the first six rectangles.
-    QRectF r = full;
-    for (int k = 0; k < 7; ++k) {
-        r = QRectF(r.x() + r.width() / 4, r.y() + r.height() / 4, r.width() / 2, r.height() / 2);
-        QVERIFY(handle(r));
-    }
-    QCOMPARE(curve.historySize(), 6);
-
-    // A serial that is not the curve's is refused and leaves the serial alone.
-    curve.setSerial(serial);
-    {
-        QWriteLocker locker(&curve.dataLock());
-        QVERIFY(!curve.reduce(full, serial + 5));
-    }
-    QCOMPARE(curve.serial(), serial);
-
-    // Back to the first view within the tolerance: its stored list again, no new scan.
-    const QRectF nearlyFull(full.x(), full.y() * (1 + 1e-13), full.width(), full.height());
-    QVERIFY(handle(nearlyFull));
-    QVERIFY(curve.currentList(nullptr).sharesWith(fullList));
-    QCOMPARE(curve.historySize(), 1);
-    QCOMPARE(curve.referenceRect(), nearlyFull);
-}
-
-void TestPlotLod::fullViewAndDataChange()
+void TestPlotLod::dataChangeStartsOver()
 {
     QtViloPlotItem item(QStringLiteral("x"), false, QtViloPlotItemDefaults());
     QVector<double> v(1000);
     for (int i = 0; i < v.size(); ++i)
         v[i] = i % 17;
-    fill(item, v);
+    setSamples(item, v);
     QtViloLodCurve curve(&item, QtViloFormats::Int16Type);
-    quint64 generation = 0;
-    QVERIFY(curve.currentList(&generation).isEmpty());
-    QCOMPARE(generation, ~quint64(0)); // no list yet: the curve draws every sample
     curve.setSerial(1);
     QWriteLocker locker(&curve.dataLock());
     QVERIFY(curve.reduce(QRectF(-5, -1, 1010, 20), 1));
-    QCOMPARE(curve.currentList(&generation).count(), qint64(1000));
-    QCOMPARE(generation, item.dataGeneration());
-    const quint8 number = curve.currentListNumber();
-    // Everything in view and already kept: nothing is switched or scanned.
-    curve.setSerial(2);
-    QVERIFY(curve.reduce(QRectF(-6, -2, 1012, 22), 2));
-    QCOMPARE(curve.currentListNumber(), number);
-    // New samples start over: lists and history belong to the old ones.
+    QCOMPARE(curve.currentList(nullptr).count(), qint64(1000));
+    // New samples: lists and history belong to the old ones.
     v.resize(10);
-    fill(item, v);
-    curve.setSerial(3);
-    QVERIFY(curve.reduce(QRectF(0, 5, 9, 1), 3));
-    QCOMPARE(curve.currentList(&generation).runs().size(), size_t(1)); // 4 … 7 reach 5 … 6
-    QCOMPARE(curve.currentList(nullptr).runs().front().begin, qint64(4));
-    QCOMPARE(curve.currentList(nullptr).count(), qint64(4));
+    setSamples(item, v);
+    curve.setSerial(2);
+    QVERIFY(curve.reduce(QRectF(0, 5, 9, 1), 2));
+    quint64 generation = 0;
+    const QtViloKeptList list = curve.currentList(&generation);
+    QCOMPARE(indices(list), (std::vector<qint64>{4, 5, 6, 7})); // 4 … 7 reach 5 … 6
     QCOMPARE(generation, item.dataGeneration());
-    QCOMPARE(curve.historySize(), 1);
 }
 
 void TestPlotLod::abortStepsBack()
@@ -383,7 +231,7 @@ void TestPlotLod::profilesPersist()
     QVector<double> v(1000);
     for (int i = 0; i < v.size(); ++i)
         v[i] = i % 10;
-    fill(item, v);
+    setSamples(item, v);
     QtViloLodCurve curve(&item, QtViloFormats::Int16Type);
     const QRectF view(0, 0, 1000, 10);
     QMutexLocker locker(&curve.profileLock());
@@ -394,7 +242,7 @@ void TestPlotLod::profilesPersist()
     // Quieter samples: with persistence the earlier extremes stay, without they go.
     v.fill(4);
     v[505] = 7;
-    fill(item, v);
+    setSamples(item, v);
     QVERIFY(curve.updateProfile(view, 100, true));
     QCOMPARE(curve.profile().maxima[3], 9.0);
     QVERIFY(curve.updateProfile(view, 100, false));

@@ -1,5 +1,7 @@
 #include "testenv.h"
 
+#include "plottestutil.h"
+
 #include "plot/core/qtvilolod.h"
 #include "plot/core/qtviloplotitem.h"
 #include "plot/ui/qtvilolodworkers.h"
@@ -12,7 +14,6 @@
 #include <QtTest>
 
 #include <cmath>
-#include <cstring>
 #include <memory>
 
 namespace {
@@ -21,14 +22,10 @@ std::unique_ptr<QtViloPlotItem> makeItem(int n, double phase)
 {
     auto item = std::make_unique<QtViloPlotItem>(QStringLiteral("wave%1").arg(phase), false,
                                                  QtViloPlotItemDefaults());
-    QWriteLocker locker(&item->dataLock());
-    item->buffer() = QByteArray(n * 2, '\0');
-    auto *out = reinterpret_cast<qint16 *>(item->buffer().data());
+    QVector<double> values(n);
     for (int i = 0; i < n; ++i)
-        out[i] = qint16(std::lround(1000 * std::sin(i / 300.0 + phase)));
-    item->setData(out);
-    item->setSampleCount(n);
-    item->setValueRange(-1000, 1000);
+        values[i] = std::round(1000 * std::sin(i / 300.0 + phase));
+    setSamples(*item, values);
     return item;
 }
 
@@ -39,29 +36,11 @@ class TestPlotLodWorkers : public QObject
     Q_OBJECT
 
 private slots:
-    void threadsAreNamed();
     void eachCurveOncePerSerial();
     void profilesFollowTheView();
     void keptSamplesDrawTheSamePixels_data();
     void keptSamplesDrawTheSamePixels();
 };
-
-void TestPlotLodWorkers::threadsAreNamed()
-{
-    // Each plot, the DSP plot too, owns its level-of-detail threads.
-    for (QtViloPlot::Source source : {QtViloPlot::SignalSource, QtViloPlot::DspSource}) {
-        QtViloPlot plot(nullptr, source);
-        QStringList names;
-        for (QThread *thread : plot.findChildren<QThread *>()) {
-            QVERIFY(thread->isRunning());
-            names << thread->objectName();
-        }
-        names.sort();
-        QCOMPARE(names, (QStringList{"LodWorkerThread 1", "LodWorkerThread 2",
-                                     "ProfilerThread 1", "ProfilerThread 2",
-                                     "m_LodWeederThread"}));
-    }
-}
 
 void TestPlotLodWorkers::eachCurveOncePerSerial()
 {
@@ -173,28 +152,20 @@ void TestPlotLodWorkers::keptSamplesDrawTheSamePixels()
 {
     QFETCH(bool, dsp);
     // A wandering signal under a narrow band: most samples lie outside it and are dropped.
+    QVector<double> walk(300000);
+    quint32 seed = 11;
+    for (int i = 1; i < walk.size(); ++i) {
+        seed = seed * 1664525u + 1013904223u;
+        walk[i] = qBound(-20000, int(walk[i - 1]) + int(seed >> 22) - 512, 20000);
+    }
     auto item = std::make_unique<QtViloPlotItem>(QStringLiteral("walk"), false,
                                                  QtViloPlotItemDefaults());
+    setSamples(*item, walk);
     {
-        QWriteLocker locker(&item->dataLock());
+        // The same values as the DSP plot's result.
         QWriteLocker results(&item->dspLock());
-        const int n = 300000;
-        item->buffer() = QByteArray(n * 2, '\0');
-        auto *out = reinterpret_cast<qint16 *>(item->buffer().data());
-        QByteArray &result = item->dspResults()[QtViloPlot::DspIndex];
-        result.resize(n * int(sizeof(double)));
-        quint32 seed = 11;
-        int walk = 0;
-        for (int i = 0; i < n; ++i) {
-            seed = seed * 1664525u + 1013904223u;
-            walk = qBound(-20000, walk + int(seed >> 22) - 512, 20000);
-            out[i] = qint16(walk);
-            const double value = walk;
-            memcpy(result.data() + i * sizeof(double), &value, sizeof(double));
-        }
-        item->setData(out);
-        item->setSampleCount(n);
-        item->setValueRange(-20000, 20000);
+        item->dspResults()[QtViloPlot::DspIndex] = QByteArray(
+            reinterpret_cast<const char *>(walk.constData()), walk.size() * int(sizeof(double)));
         item->dspComplete.storeRelease(1);
         ++item->dspGeneration;
     }

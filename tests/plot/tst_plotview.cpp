@@ -17,7 +17,6 @@
 #include <QComboBox>
 #include <QFile>
 #include <QLineEdit>
-#include <QMenu>
 #include <QMouseEvent>
 #include <QSettings>
 #include <QSignalSpy>
@@ -48,24 +47,6 @@ QStringList entries(const QComboBox *box)
     for (int i = 0; i < box->count(); ++i)
         texts << box->itemText(i);
     return texts;
-}
-
-QStringList actionTexts(const QToolButton *button)
-{
-    QStringList texts;
-    for (QAction *action : button->menu()->actions()) {
-        if (!action->isSeparator())
-            texts << action->text();
-    }
-    return texts;
-}
-
-QSet<QString> groupKeys(const QString &group)
-{
-    QSettings settings;
-    settings.beginGroup(group);
-    const QStringList keys = settings.childKeys();
-    return QSet<QString>(keys.cbegin(), keys.cend());
 }
 
 QwtInterval interval(const QwtPlot *plot, int axis)
@@ -123,34 +104,9 @@ private slots:
         QtVilo panel;
         QtViloPlotView *signal = panel.signalView();
         QtViloPlotView *dsp = panel.dspView();
-
-        const QStringList times = {"Time in Pico Seconds", "Time in Nano Seconds",
-                                   "Time in Micro Seconds", "Time in Milli Seconds",
-                                   "Time in Seconds"};
-        const QStringList amplitudes = {"Ampl in Micro Volts", "Ampl in Milli Volts",
-                                        "Ampl in Volts"};
-        for (QtViloPlotView *view : {signal, dsp}) {
-            QCOMPARE(entries(view->timeUnitBox()), times);
-            QCOMPARE(view->timeUnitBox()->toolTip(), QStringLiteral("Set Unit for the Time-Axis"));
-            QCOMPARE(entries(view->amplitudeUnitBox()), amplitudes);
-            QCOMPARE(view->amplitudeUnitBox()->toolTip(),
-                     QStringLiteral("Set Unit for the Amplitude-Axis"));
-            QCOMPARE(actionTexts(view->axisButton()),
-                     QStringList({"Show Index-Code Axis", "Show Time Axis", "Show Unit Axis",
-                                  "Swap Code-Unit Axis", "Swap Index-Time Axis"}));
-            QCOMPARE(view->toolAction(QtViloPlotView::SettingsTool)->toolTip(),
-                     QStringLiteral("Change plot settings.\nThese settings will be cached."));
-        }
-        QCOMPARE(signal->axisButton()->toolTip(),
-                 QStringLiteral("Show/Hide Auxiliary axis for selected curve"));
-        QCOMPARE(dsp->axisButton()->toolTip(), QStringLiteral("Set Scale Axis Options."));
-
         QVERIFY(!signal->frequencyUnitBox() && !signal->dspChoiceBox() && !signal->windowBox());
-        QCOMPARE(entries(dsp->frequencyUnitBox()),
-                 QStringList({"Frequency in GHz", "Frequency in MHz", "Frequency in kHz"}));
         QCOMPARE(entries(dsp->dspChoiceBox()), QStringList({"None", "FFT dBFS"}));
-        QCOMPARE(dsp->dspChoiceBox()->placeholderText(), QStringLiteral("Select DSP"));
-        QCOMPARE(dsp->dspChoiceBox()->currentIndex(), -1);
+        QCOMPARE(entries(dsp->windowBox()), QStringList({"Blackman", "Hann", "Flat-Top"}));
         // Closed boxes show the prompt, or just the unit, to stay narrow.
         auto shown = [](QComboBox *box) {
             return static_cast<QtViloToolComboBox *>(box)->shownText();
@@ -161,12 +117,6 @@ private slots:
         QCOMPARE(shown(dsp->frequencyUnitBox()), QStringLiteral("kHz"));
         signal->timeUnitBox()->setCurrentText(QStringLiteral("Time in Micro Seconds"));
         QCOMPARE(shown(signal->timeUnitBox()), QStringLiteral("μs"));
-        QCOMPARE(dsp->dspChoiceBox()->toolTip(),
-                 QStringLiteral("Select DSP to perform on plotted data"));
-        QCOMPARE(entries(dsp->windowBox()), QStringList({"Blackman", "Hann", "Flat-Top"}));
-        QCOMPARE(dsp->windowBox()->placeholderText(), QStringLiteral("Select Window"));
-        QCOMPARE(dsp->windowBox()->toolTip(),
-                 QStringLiteral("Select windowing function if FFT is used."));
 
         // The DSP selectors make the DSP plot's request.
         dsp->windowBox()->setCurrentText(QStringLiteral("Flat-Top"));
@@ -177,11 +127,6 @@ private slots:
 
         // The enable switch turns the signal plot off and tells the model.
         QToolButton *enable = signal->enableButton();
-        QVERIFY(!dsp->enableButton());
-        QCOMPARE(enable->text(), QStringLiteral("Enabled"));
-        QCOMPARE(enable->toolTip(),
-                 QStringLiteral("Enable/Disable plotting of signal data.\nDisabling signal plot "
-                                "can increase performance for DSP plot."));
         QSignalSpy enabled(panel.model(), &Model::SignalPlotEnableChanged);
         enable->click();
         QCOMPARE(enable->text(), QStringLiteral("Disabled"));
@@ -387,29 +332,6 @@ private slots:
             }
             panel.dspView()->frequencyUnitBox()->setCurrentText(QStringLiteral("Frequency in GHz"));
         }
-        const QStringList common = {"LegendEnable",        "LegendPosition",
-                                    "LegendItemEnable",    "LegendItemNofColumns",
-                                    "LegendItemAlignment", "LegendItemBackground",
-                                    "LegendItemSize"};
-        for (const QString &plot : {QStringLiteral("Signal"), QStringLiteral("Dsp")}) {
-            QStringList values = common;
-            for (const char *key : {"NewCurveZoomReset", "VisRescale", "RePlotZoomReset",
-                                    "ShowMaxMin", "LineWidth", "SymbolSize"})
-                values << plot + QStringLiteral("Plot") + QLatin1String(key);
-            QCOMPARE(groupKeys(QStringLiteral("QtVilo%1PlotSettingsValues").arg(plot)),
-                     QSet<QString>(values.cbegin(), values.cend()));
-            QStringList axis = {"IndexCodeAxis",          "TimeAxis",      "UnitAxis",
-                                "CodeUnitSwap",           "IndexTimeSwap", "TimeAxisResolution",
-                                "AmplitudeAxisResolution"};
-            if (plot == QLatin1String("Dsp"))
-                axis << QStringLiteral("FrequencyAxisResolution");
-            QCOMPARE(groupKeys(QStringLiteral("QtVilo%1PlotAuxAxisSettings").arg(plot)),
-                     QSet<QString>(axis.cbegin(), axis.cend()));
-        }
-        QCOMPARE(QSettings().value(QStringLiteral("QtViloSignalPlotAuxAxisSettings/"
-                                                  "TimeAxisResolution")),
-                 QVariant(QStringLiteral("Time in Pico Seconds")));
-
         QtVilo panel;
         for (QtViloPlotView *view : {panel.signalView(), panel.dspView()}) {
             QVERIFY(view->settings() == changed);
