@@ -452,7 +452,8 @@ private slots:
     }
 
     // Time ("t", rate), amplitude ("a", resolution and gain, range 1) and frequency ("f",
-    // rate and point count) factors, compared bit for bit.
+    // rate and point count) factors, compared bit for bit; the view test reads ns, mV and MHz
+    // off the panel's axes.
     void scales_data()
     {
         QTest::addColumn<char>("what");
@@ -462,7 +463,6 @@ private slots:
         QTest::addColumn<double>("factor");
         QTest::addColumn<QString>("unit");
         const QString micro = QString::fromUtf8("\xce\xbc");
-        QTest::newRow("ns") << 't' << 1e9 << 0.0 << "Time in Nano Seconds" << 1.0 << "ns";
         QTest::newRow("ps") << 't' << 1e9 << 0.0 << "Time in Pico Seconds" << 1000.0000000000001
                             << "ps";
         // One step above 1e-6 and 1e-3: the last bit is off on purpose.
@@ -472,15 +472,12 @@ private slots:
                             << "ms";
         QTest::newRow("s") << 't' << 1e9 << 0.0 << "Time in Seconds" << 1e-9 << "s";
         QTest::newRow("t unknown") << 't' << 1e9 << 0.0 << "time in nano seconds" << 1e-9 << "s";
-        QTest::newRow("mV") << 'a' << 14.0 << 1.0 << "Ampl in Milli Volts" << 0.06103515625 << "mV";
         QTest::newRow("uV") << 'a' << 16.0 << 2.0 << "Ampl in Micro Volts" << 7.62939453125
                             << micro + "V";
         QTest::newRow("V") << 'a' << 14.0 << 1.0 << "Ampl in Volts" << 0.00006103515625 << "V";
         QTest::newRow("a unknown") << 'a' << 14.0 << 1.0 << "" << 0.00006103515625 << "V";
         QTest::newRow("gain 0") << 'a' << 14.0 << 0.0 << "Ampl in Milli Volts"
                                 << std::numeric_limits<double>::infinity() << "mV";
-        QTest::newRow("MHz") << 'f' << 1e9 << 1024.0 << "Frequency in MHz" << 1e9 / 1024 / 1e6
-                             << "MHz";
         QTest::newRow("GHz") << 'f' << 1e9 << 1000.0 << "Frequency in GHz" << 1e-3 << "GHz";
         QTest::newRow("kHz") << 'f' << 1e9 << 1000.0 << "Frequency in kHz" << 1000.0 << "kHz";
         QTest::newRow("f unknown") << 'f' << 1e9 << 1000.0 << "Frequency in Hz" << 1e6 << "Hz";

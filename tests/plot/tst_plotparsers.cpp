@@ -7,7 +7,6 @@
 #include "plot/core/qtviloplotitemdefaults.h"
 #include "plot/core/qtviloplotrequest.h"
 #include "plot/core/qtvilosizetext.h"
-#include "plot/core/qtvilovaluerange.h"
 
 #include <QBuffer>
 #include <QSettings>
@@ -15,11 +14,9 @@
 #include <QTextStream>
 #include <QtTest>
 
-#include <cmath>
 
 using namespace QtViloAsciiParser;
 using Values = QVector<double>;
-using MinMax = QPair<double, double>;
 
 namespace {
 
@@ -52,16 +49,6 @@ void modeRows()
     QTest::newRow("stream") << false;
 }
 
-// The value range of a ramp of n samples of type T, from first by step.
-template <typename T> MinMax rampRange(int n, double first, double step, int typeIndex)
-{
-    QVector<T> samples(n);
-    for (int i = 0; i < n; ++i)
-        samples[i] = T(first + step * i);
-    const QtViloValueRange::Range r = QtViloValueRange::of(samples.constData(), n, typeIndex);
-    return {r.min, r.max};
-}
-
 // Defaults unlike the initial ones, so a field that fell back to them shows.
 const QtViloPlotItemDefaults RequestDefaults{
     QStringLiteral("Int32"), 3, 5, 6, 7000, 1e6, 12, 0.5, 2};
@@ -86,34 +73,9 @@ class TestPlotParsers : public QObject
     Q_OBJECT
 
 private slots:
-    // ---- value range ----
-    void valueRange()
-    {
-        using namespace QtViloFormats;
-        // Lengths around the lane counts put an end in the tail; the values are ones a wrong
-        // type dispatch would misread.
-        for (int n : {1, 2, 3, 15, 16, 17, 63, 64, 65, 200}) {
-            const double last = n - 1;
-            QCOMPARE(rampRange<qint8>(n, -100, 1, Int8Type), MinMax(-100, last - 100));
-            QCOMPARE(rampRange<quint16>(n, 40000, 1, Uint16Type), MinMax(40000, 40000 + last));
-            QCOMPARE(rampRange<qint64>(n, 0, -1e9, Int64Type), MinMax(-1e9 * last, 0));
-            QCOMPARE(rampRange<quint64>(n, 1e19, 4096, Uint64Type),
-                     MinMax(1e19, 1e19 + 4096 * last));
-            QCOMPARE(rampRange<float>(n, -0.5, 1, FloatType), MinMax(-0.5, last - 0.5));
-            QCOMPARE(rampRange<double>(n, 0, -0.25, AsciiType), MinMax(-0.25 * last, 0));
-        }
-        QCOMPARE(rampRange<double>(0, 1, 1, DoubleType), MinMax(0, 0));
-        // NaNs are skipped; NaNs only give no range.
-        const double withNan[] = {std::nan(""), 3, -2, std::nan("")};
-        const QtViloValueRange::Range r = QtViloValueRange::of(withNan, 4);
-        QCOMPARE(MinMax(r.min, r.max), MinMax(-2, 3));
-        const QtViloValueRange::Range none = QtViloValueRange::of(withNan, 1);
-        QCOMPARE(MinMax(none.min, none.max), MinMax(0, 0));
-        QCOMPARE(rampRange<qint16>(3, -32768, 32767.5, Int16Type), MinMax(-32768, 32767));
-    }
-
     // ---- ASCII ----
     // Each mode on the same text: the values converted and the token that failed, if any.
+    // Mostly where the modes part; the fuzz target checks both against strtod elsewhere.
     void asciiModes_data()
     {
         QTest::addColumn<bool>("isMapped");
@@ -128,14 +90,8 @@ private slots:
         const auto both = [&](const char *name, const QByteArray &text, const Values &v) {
             row(name, text, v, "", v, "");
         };
-        both("comma and semicolon", "1,2;3", {1, 2, 3});
-        both("one per line", "1\n2\n3\n", {1, 2, 3});
-        both("CR LF", "1\r\n2\r\n3\r\n", {1, 2, 3});
-        both("empty parts", ",1,,2;;\n\n3,", {1, 2, 3});
-        both("every shared separator", "1;2:3!4+5=6,7/8#9?10\r11\n12",
-             {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12});
+        both("CR LF and empty parts", ",1,,2;;\r\n\r\n3,", {1, 2, 3});
         both("blanks around tokens", "1, 2 ,\t3\t", {1, 2, 3});
-        both("number forms", "-1.5,2e3,.25,7.,-0\n1E-2", {-1.5, 2000, 0.25, 7, 0, 0.01});
         // Blanks separate in stream mode only: mapped, the whole line is one token.
         row("blanks", "1 2 3", {}, "1 2 3", {1, 2, 3}, "");
         // The pattern's letter s (of \s) separates in mapped mode only.
@@ -245,25 +201,11 @@ private slots:
 
     void requestFailures()
     {
-        // Each with a part of its message.
-        const std::pair<const char *, const char *> cases[] = {
-            {"", "no variable"},
-            {"1,prog", "no variable"},
-            {"1,prog,var", "no address"},
-            {"1,prog,,0x10", "no variable"},
-            {"1,prog,var,(nil),int16,1", "(nil)"},
-            {"1,prog,var,0x,int16", "address"},
-            {"1,prog,var,-10,int16", "address"},
-            {"1,prog,var,0x0x10", "address"},
-            {"1,prog,var,0x 10", "address"},
-            {"1,prog,var,0x\t+10", "address"},
-            {"abc,prog,var,0x10", "process id"},
-            {",prog,var,0x10", "process id"},
-            {"0,prog,var,0x10", "process id"}};
-        for (const auto &c : cases) {
-            const QtViloPlotRequest r = parsePlotRequest(QLatin1String(c.first), RequestDefaults);
-            QVERIFY2(!r.ok && r.message.contains(QLatin1String(c.second)), c.first);
-        }
+        // The fuzz target checks every refusal against its rule; a null pointer the client
+        // printed is named as such.
+        const QtViloPlotRequest r =
+            parsePlotRequest(QStringLiteral("1,prog,var,(nil),int16,1"), RequestDefaults);
+        QVERIFY(!r.ok && r.message.contains(QLatin1String("(nil)")));
     }
 
     // ---- sizes and the large-file limit ----
