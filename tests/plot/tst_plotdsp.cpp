@@ -413,17 +413,13 @@ private slots:
         QVERIFY(compute({Kind::DBFS, Hann}, int16Pattern(1000).samples(), 16, &expected));
         QCOMPARE(it->dspResults().value(3), expected);
 
-        emit m_driver.requestDSP(5, it.get(), QStringLiteral("Diff Abs"), 3);
-        QTRY_COMPARE(done.count(), 2);
-        QCOMPARE(it->dspResults().value(3).size(), 999 * 8);
-
         // Without samples the buffer of the index is emptied and the request completes.
         {
             QWriteLocker locker(&it->dataLock());
             it->clearData();
         }
         emit m_driver.requestDSP(5, it.get(), QStringLiteral("FFT Magn"), 7);
-        QTRY_COMPARE(done.count(), 3);
+        QTRY_COMPARE(done.count(), 2);
         QVERIFY(it->dspResults().value(7).isEmpty());
         QCOMPARE(it->dspComplete.loadAcquire(), quint8(1));
         QCOMPARE(it->dspRequested().available(), 1);
