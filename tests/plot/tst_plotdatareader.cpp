@@ -225,8 +225,10 @@ private slots:
         connect(&m_driver, &Driver::restartFileReader, m_reader, &QtViloPlotDataReader::enable);
         connect(&m_driver, &Driver::ReplicateToBinFile, m_reader,
                 &QtViloPlotDataReader::onReplicateToBinFile);
-        m_processed = std::make_unique<QueuedSignalSpy>(m_reader, &QtViloPlotDataReader::itemProcessed);
-        m_errors = std::make_unique<QueuedSignalSpy>(m_reader, &QtViloPlotDataReader::DataReadError);
+        m_processed =
+            std::make_unique<QueuedSignalSpy>(m_reader, &QtViloPlotDataReader::itemProcessed);
+        m_errors =
+            std::make_unique<QueuedSignalSpy>(m_reader, &QtViloPlotDataReader::DataReadError);
         QVERIFY(m_processed->isValid());
         QVERIFY(m_errors->isValid());
         // started() -> start() lets requests in.

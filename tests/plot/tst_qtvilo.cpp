@@ -253,7 +253,8 @@ private slots:
         }
         QCOMPARE(panel.model()->rowCount(), 1);
         QCOMPARE(warnings.titles.size(), 1);
-        QVERIFY(warnings.texts.first().contains(QStringLiteral("Could not open file! Are you sudo?")));
+        QVERIFY(warnings.texts.first().contains(
+            QStringLiteral("Could not open file! Are you sudo?")));
 
         // A request that names no memory adds nothing and still lets its client go on.
         for (int round = 0; round < 2; ++round) {
