@@ -282,6 +282,7 @@ private slots:
             {3, 3, 1, false, 100, 20, 1, 0.2},      {0, 0, 100, false, 100, 0, 0, 0.0},
             {0, 0, 150, false, 100, 0, 0, 0.0},     {8, 8, 100, true, 100, 0, 0, 0.0},
             {0, 0, 150, true, 100, 0, 0, 0.0},      {0, 1000, 0, false, 0, 0, 0, 0.0},
+            {0, 0, std::numeric_limits<qint64>::max(), true, 100, 0, 0, 0.0}, // saturates
         };
         for (const Case &c : cases) {
             auto item =
