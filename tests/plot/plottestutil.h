@@ -1,18 +1,74 @@
 #pragma once
 
+#include "plot/core/qtviloplotitem.h"
+
 #include <QFile>
 #include <QString>
 #include <QVector>
+#include <QWriteLocker>
+
+#include <cmath>
+
+inline bool writeFile(const QString &path, const QByteArray &data)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(data) == data.size();
+}
 
 // A ramp of int16 samples, sample i holding base + i; returns the path, empty on failure.
 inline QString writeInt16File(const QString &path, int count, int base = 0)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-        return {};
     QVector<qint16> samples(count);
     for (int i = 0; i < count; ++i)
         samples[i] = qint16(base + i);
-    file.write(reinterpret_cast<const char *>(samples.constData()), count * 2);
-    return path;
+    const QByteArray bytes(reinterpret_cast<const char *>(samples.constData()), count * 2);
+    return writeFile(path, bytes) ? path : QString();
+}
+
+// The values as raw samples of T after one lead byte, so that nothing may assume alignment;
+// `stored` gets the values as T holds them.
+template <typename T> QByteArray bytesOf(const QVector<double> &values, QVector<double> &stored)
+{
+    QByteArray bytes(1, '\0');
+    stored.clear();
+    for (double v : values) {
+        const T value = T(v);
+        bytes.append(reinterpret_cast<const char *>(&value), sizeof value);
+        stored.append(double(value));
+    }
+    return bytes;
+}
+
+// By type index, listed here rather than taken from the formats so a wrong dispatch shows.
+inline QByteArray bytesAs(int type, const QVector<double> &values, QVector<double> &stored)
+{
+    using Maker = QByteArray (*)(const QVector<double> &, QVector<double> &);
+    static const Maker makers[] = {&bytesOf<qint8>,   &bytesOf<qint16>, &bytesOf<qint32>,
+                                   &bytesOf<qint64>,  &bytesOf<float>,  &bytesOf<double>,
+                                   &bytesOf<double>,  &bytesOf<quint8>, &bytesOf<quint16>,
+                                   &bytesOf<quint32>, &bytesOf<quint64>};
+    return makers[type](values, stored);
+}
+
+// Gives the item the values in its format, as the reader leaves them, with their range
+// (NaNs left out); returns the values as the format holds them.
+inline QVector<double> setSamples(QtViloPlotItem &item, const QVector<double> &values)
+{
+    QVector<double> stored;
+    QWriteLocker locker(&item.dataLock());
+    item.buffer() = bytesAs(item.typeIndex(), values, stored).mid(1);
+    item.setData(item.buffer().constData());
+    item.setSampleCount(values.size());
+    double lo = 0;
+    double hi = 0;
+    bool any = false;
+    for (double s : stored) {
+        if (std::isnan(s))
+            continue;
+        lo = any ? qMin(lo, s) : s;
+        hi = any ? qMax(hi, s) : s;
+        any = true;
+    }
+    item.setValueRange(lo, hi);
+    return stored;
 }

@@ -1,6 +1,10 @@
 #include "testenv.h"
 
+#include "plottestutil.h"
+
+#include "plot/core/qtvilokeptlist.h"
 #include "plot/core/qtvilolod.h"
+#include "plot/core/qtviloformats.h"
 #include "plot/core/qtviloplotitem.h"
 #include "plot/ui/qtvilolodworkers.h"
 #include "plot/ui/qtviloplot.h"
@@ -8,11 +12,12 @@
 #include "plot/ui/qtviloseriesdata.h"
 
 #include <QMutex>
+#include <QRandomGenerator>
 #include <QThread>
 #include <QtTest>
 
+#include <atomic>
 #include <cmath>
-#include <cstring>
 #include <memory>
 
 namespace {
@@ -21,15 +26,61 @@ std::unique_ptr<QtViloPlotItem> makeItem(int n, double phase)
 {
     auto item = std::make_unique<QtViloPlotItem>(QStringLiteral("wave%1").arg(phase), false,
                                                  QtViloPlotItemDefaults());
-    QWriteLocker locker(&item->dataLock());
-    item->buffer() = QByteArray(n * 2, '\0');
-    auto *out = reinterpret_cast<qint16 *>(item->buffer().data());
+    QVector<double> values(n);
     for (int i = 0; i < n; ++i)
-        out[i] = qint16(std::lround(1000 * std::sin(i / 300.0 + phase)));
-    item->setData(out);
-    item->setSampleCount(n);
-    item->setValueRange(-1000, 1000);
+        values[i] = std::round(1000 * std::sin(i / 300.0 + phase));
+    setSamples(*item, values);
     return item;
+}
+
+// The keep rule, one index at a time, in doubles.
+std::vector<qint64> referenceKept(const QVector<double> &v, const QRectF &r)
+{
+    const qint64 n = v.size();
+    const double lo = r.y() - 0.04 * r.height(), hi = r.y() + r.height() + 0.04 * r.height();
+    auto clampIndex = [n](double x) { return x <= 0 ? 0 : x >= n ? n : qint64(x); };
+    const qint64 first = clampIndex(std::floor(r.x()));
+    const qint64 last = clampIndex(std::floor(r.x() + r.width()) + 2);
+    auto in = [&](double x) { return lo <= x && x <= hi; };
+    std::vector<qint64> kept;
+    for (qint64 i = first; i < last; ++i) {
+        const double x = v[int(i)];
+        bool keep = in(x);
+        if (n == 1) {
+        } else if (i == 0) {
+            const double nx = v[1];
+            keep = keep || (x >= hi && nx <= hi) || (x <= lo && nx >= lo);
+        } else if (i == n - 1) {
+            const double p = v[int(i - 1)];
+            keep = keep || (x >= hi && p <= hi) || (x <= lo && p >= lo);
+        } else {
+            const double p = v[int(i - 1)], nx = v[int(i + 1)];
+            keep = keep || in(p) || in(nx) || (x >= hi && (p <= lo || nx <= lo)) ||
+                   (x <= lo && (p >= hi || nx >= hi));
+        }
+        if (keep)
+            kept.push_back(i);
+    }
+    return kept;
+}
+
+std::vector<qint64> indices(const QtViloKeptList &list)
+{
+    std::vector<qint64> out;
+    list.forEachRun(0, std::numeric_limits<qint64>::max(), [&](qint64 b, qint64 e) {
+        for (qint64 i = b; i < e; ++i)
+            out.push_back(i);
+    });
+    return out;
+}
+
+QString formatOf(int typeIndex)
+{
+    for (const QString &text : QtViloFormats::displayTexts()) {
+        if (QtViloFormats::typeIndexOf(text) == typeIndex)
+            return text;
+    }
+    return QString();
 }
 
 } // namespace
@@ -39,28 +90,195 @@ class TestPlotLodWorkers : public QObject
     Q_OBJECT
 
 private slots:
-    void threadsAreNamed();
+    void scanMatchesReference_data();
+    void scanMatchesReference();
+    void dataChangeStartsOver();
+    void abortStepsBack();
+    void profilesPersist();
     void eachCurveOncePerSerial();
     void profilesFollowTheView();
     void keptSamplesDrawTheSamePixels_data();
     void keptSamplesDrawTheSamePixels();
 };
 
-void TestPlotLodWorkers::threadsAreNamed()
+void TestPlotLodWorkers::scanMatchesReference_data()
 {
-    // Each plot, the DSP plot too, owns its level-of-detail threads.
-    for (QtViloPlot::Source source : {QtViloPlot::SignalSource, QtViloPlot::DspSource}) {
-        QtViloPlot plot(nullptr, source);
-        QStringList names;
-        for (QThread *thread : plot.findChildren<QThread *>()) {
-            QVERIFY(thread->isRunning());
-            names << thread->objectName();
+    QTest::addColumn<int>("typeIndex");
+    QTest::addColumn<int>("shape");
+    QTest::newRow("int16 random") << int(QtViloFormats::Int16Type) << 0;
+    QTest::newRow("int16 spiky") << int(QtViloFormats::Int16Type) << 1;
+    QTest::newRow("int16 band-crossing square") << int(QtViloFormats::Int16Type) << 2;
+    QTest::newRow("int16 flat") << int(QtViloFormats::Int16Type) << 3;
+    QTest::newRow("int8 random") << int(QtViloFormats::Int8Type) << 0;
+    QTest::newRow("uint16 spiky") << int(QtViloFormats::Uint16Type) << 1;
+    QTest::newRow("int32 square") << int(QtViloFormats::Int32Type) << 2;
+    QTest::newRow("int64 random") << int(QtViloFormats::Int64Type) << 0;
+    QTest::newRow("float random with NaN") << int(QtViloFormats::FloatType) << 4;
+    QTest::newRow("int16 step at a chunk edge") << int(QtViloFormats::Int16Type) << 5;
+}
+
+void TestPlotLodWorkers::scanMatchesReference()
+{
+    QFETCH(int, typeIndex);
+    QFETCH(int, shape);
+    QRandomGenerator rng(quint32(typeIndex * 10 + shape));
+    const int n = 5000;
+    QVector<double> v(n);
+    for (int i = 0; i < n; ++i) {
+        const double r = rng.generateDouble();
+        switch (shape) {
+        case 0:
+        case 4:
+            v[i] = -100 + 200 * r;
+            break;
+        case 1:
+            v[i] = rng.bounded(50) == 0 ? -100 + 200 * r : 10 * r;
+            break;
+        case 2:
+            v[i] = (i / 37) % 2 ? 90 : -90;
+            break;
+        case 5: // whole chunks on one side of the band, the step where one chunk ends
+            v[i] = i < 4097 ? -90 : 90;
+            break;
+        default:
+            v[i] = 60;
+            break;
         }
-        names.sort();
-        QCOMPARE(names, (QStringList{"LodWorkerThread 1", "LodWorkerThread 2",
-                                     "ProfilerThread 1", "ProfilerThread 2",
-                                     "m_LodWeederThread"}));
     }
+    if (shape == 4) {
+        for (int i = 0; i < n; i += 1 + int(rng.bounded(30)))
+            v[i] = std::nan("");
+    }
+    QtViloPlotItem item(QStringLiteral("x"), false, QtViloPlotItemDefaults());
+    QVERIFY(item.setFormat(formatOf(typeIndex)));
+    const QVector<double> stored = setSamples(item, v);
+    // Views: the whole record, zooms into both ends and the middle, narrow bands that cut
+    // through the signal, integer and fractional edges, and views past either end.
+    const QList<QRectF> rects = {
+        QRectF(0, -100, n - 1, 200),      QRectF(-10.5, -5, 300.25, 10),
+        QRectF(4800, 20, 400, 0.5),       QRectF(1234.5, -91, 77.7, 2),
+        QRectF(2000, 89.5, 1000, 1),      QRectF(10, 59, 100, 0.5),
+        QRectF(-50, -100, 30, 200),       QRectF(n - 3, -100, 10, 200),
+        QRectF(0, 0, 0, 0),               QRectF(n - 1.5, 61, 0.25, 0),
+        QRectF(0, 85, n, 10),             QRectF(0, -95, n, 10)};
+    for (const QRectF &rect : rects) {
+        QtViloKeptList list;
+        QVERIFY(QtViloLod::scan(typeIndex, item.data(), QtViloLod::scanParams(rect, n), nullptr,
+                                list));
+        const std::vector<qint64> expected = referenceKept(stored, rect);
+        QVERIFY2(indices(list) == expected,
+                 qPrintable(QStringLiteral("rect %1 %2 %3 %4: %5 kept, %6 expected")
+                                .arg(rect.x()).arg(rect.y()).arg(rect.width())
+                                .arg(rect.height()).arg(list.count()).arg(expected.size())));
+    }
+}
+
+void TestPlotLodWorkers::dataChangeStartsOver()
+{
+    QtViloPlotItem item(QStringLiteral("x"), false, QtViloPlotItemDefaults());
+    QVector<double> v(1000);
+    for (int i = 0; i < v.size(); ++i)
+        v[i] = i % 17;
+    setSamples(item, v);
+    QtViloLodCurve curve(&item, QtViloFormats::Int16Type);
+    curve.setSerial(1);
+    QWriteLocker locker(&curve.dataLock());
+    QVERIFY(curve.reduce(QRectF(-5, -1, 1010, 20), 1));
+    QCOMPARE(curve.currentList(nullptr).count(), qint64(1000));
+    // New samples: lists and history belong to the old ones.
+    v.resize(10);
+    setSamples(item, v);
+    curve.setSerial(2);
+    QVERIFY(curve.reduce(QRectF(0, 5, 9, 1), 2));
+    quint64 generation = 0;
+    const QtViloKeptList list = curve.currentList(&generation);
+    QCOMPARE(indices(list), (std::vector<qint64>{4, 5, 6, 7})); // 4 … 7 reach 5 … 6
+    QCOMPARE(generation, item.dataGeneration());
+}
+
+void TestPlotLodWorkers::abortStepsBack()
+{
+    // Enough samples, alternating in and out of the band so that no shortcut applies, that
+    // the scan is still running when the flag comes.
+    const qint64 n = 20000000;
+    QtViloPlotItem item(QStringLiteral("x"), false, QtViloPlotItemDefaults());
+    {
+        QWriteLocker locker(&item.dataLock());
+        item.buffer() = QByteArray(int(n * 2), '\0');
+        auto *samples = reinterpret_cast<qint16 *>(item.buffer().data());
+        for (qint64 i = 1; i < n; i += 2)
+            samples[i] = 100;
+        item.setData(samples);
+        item.setSampleCount(n);
+        item.setValueRange(0, 100);
+    }
+    QtViloLodCurve curve(&item, QtViloFormats::Int16Type);
+    auto handle = [&](const QRectF &r, quint64 serial) {
+        curve.setSerial(serial);
+        QWriteLocker locker(&curve.dataLock());
+        return curve.reduce(r, serial);
+    };
+    QVERIFY(handle(QRectF(0, -1, double(n), 102), 1));
+    QCOMPARE(curve.currentListNumber(), quint8(1));
+    const QtViloKeptList had = curve.currentList(nullptr);
+
+    // A zoom-in scan stopped half-way while at list 0: the number steps back to 2, not 1.
+    QAtomicInt returned(0);
+    QThread *stopper = QThread::create([&curve, &returned] {
+        while (!curve.filling.loadAcquire() && !returned.loadAcquire())
+            QThread::yieldCurrentThread();
+        curve.abort.storeRelease(1);
+    });
+    stopper->start();
+    const bool finished = handle(QRectF(5, -0.5, double(n), 1), 2);
+    returned.storeRelease(1);
+    stopper->wait();
+    delete stopper;
+    if (finished)
+        QSKIP("the scan ended before the abort flag was set");
+    QCOMPARE(curve.currentListNumber(), quint8(2));
+    QVERIFY(curve.done.loadAcquire());
+    QVERIFY(!curve.filling.loadAcquire());
+    QVERIFY(curve.currentList(nullptr).sharesWith(had)); // the curve keeps drawing it
+    QCOMPARE(curve.historySize(), 1);
+
+    // The next switch lands on 1.
+    QVERIFY(handle(QRectF(5, -0.25, 1000, 0.5), 3));
+    QCOMPARE(curve.currentListNumber(), quint8(1));
+    QCOMPARE(curve.currentList(nullptr).count(), qint64(1002));
+}
+
+void TestPlotLodWorkers::profilesPersist()
+{
+    QtViloPlotItem item(QStringLiteral("x"), false, QtViloPlotItemDefaults());
+    QVector<double> v(1000);
+    for (int i = 0; i < v.size(); ++i)
+        v[i] = i % 10;
+    setSamples(item, v);
+    QtViloLodCurve curve(&item, QtViloFormats::Int16Type);
+    const QRectF view(0, 0, 1000, 10);
+    QMutexLocker locker(&curve.profileLock());
+    QVERIFY(curve.updateProfile(view, 100, true));
+    QCOMPARE(curve.profile().maxima.size(), 100);
+    QCOMPARE(curve.profile().maxima[3], 9.0);
+    QCOMPARE(curve.profile().minima[3], 0.0);
+    // Quieter samples: with persistence the earlier extremes stay, without they go.
+    v.fill(4);
+    v[505] = 7;
+    setSamples(item, v);
+    QVERIFY(curve.updateProfile(view, 100, true));
+    QCOMPARE(curve.profile().maxima[3], 9.0);
+    QVERIFY(curve.updateProfile(view, 100, false));
+    QCOMPARE(curve.profile().maxima[3], 4.0);
+    QCOMPARE(curve.profile().minima[3], 4.0);
+    QCOMPARE(curve.profile().maxima[50], 7.0);
+    // Zoomed in beyond one sample per column: each column shows its nearest sample.
+    QVERIFY(curve.updateProfile(QRectF(500, 0, 10, 10), 40, false));
+    QCOMPARE(curve.profile().maxima[21], 7.0);
+    QCOMPARE(curve.profile().maxima[0], 4.0);
+    // Beyond the samples: nothing.
+    QVERIFY(curve.updateProfile(QRectF(2000, 0, 10, 10), 10, false));
+    QVERIFY(std::isnan(curve.profile().maxima[0]));
 }
 
 void TestPlotLodWorkers::eachCurveOncePerSerial()
@@ -97,21 +315,21 @@ void TestPlotLodWorkers::eachCurveOncePerSerial()
     }
     plot.resetZoom();
     const quint64 serial = plot.serial();
-    auto countFor = [&](quint64 s) {
+    auto curvesServed = [&] {
         QMutexLocker locker(&mutex);
         int curves = 0;
-        for (auto it = reductions.cbegin(); it != reductions.cend(); ++it) {
-            if (it.key().first == s) {
-                ++curves;
-                if (it.value() != 1)
-                    return -1;
-            }
-        }
+        for (auto it = reductions.keyBegin(); it != reductions.keyEnd(); ++it)
+            curves += it->first == serial;
         return curves;
     };
-    QTRY_COMPARE_WITH_TIMEOUT(countFor(serial), 8, 20000);
-    QTest::qWait(100);
-    QCOMPARE(countFor(serial), 8);
+    QTRY_COMPARE_WITH_TIMEOUT(curvesServed(), 8, 20000);
+    // What the workers still had queued is done before the counts are read.
+    for (QtViloLodWorker *worker : plot.lodWorkers()) {
+        auto passed = std::make_shared<std::atomic<bool>>(false);
+        QMetaObject::invokeMethod(worker, [passed] { *passed = true; }, Qt::QueuedConnection);
+        QTRY_VERIFY(passed->load());
+    }
+    QCOMPARE(curvesServed(), 8);
     {
         QMutexLocker locker(&mutex);
         for (auto it = reductions.cbegin(); it != reductions.cend(); ++it)
@@ -173,28 +391,20 @@ void TestPlotLodWorkers::keptSamplesDrawTheSamePixels()
 {
     QFETCH(bool, dsp);
     // A wandering signal under a narrow band: most samples lie outside it and are dropped.
+    QVector<double> walk(300000);
+    quint32 seed = 11;
+    for (int i = 1; i < walk.size(); ++i) {
+        seed = seed * 1664525u + 1013904223u;
+        walk[i] = qBound(-20000, int(walk[i - 1]) + int(seed >> 22) - 512, 20000);
+    }
     auto item = std::make_unique<QtViloPlotItem>(QStringLiteral("walk"), false,
                                                  QtViloPlotItemDefaults());
+    setSamples(*item, walk);
     {
-        QWriteLocker locker(&item->dataLock());
+        // The same values as the DSP plot's result.
         QWriteLocker results(&item->dspLock());
-        const int n = 300000;
-        item->buffer() = QByteArray(n * 2, '\0');
-        auto *out = reinterpret_cast<qint16 *>(item->buffer().data());
-        QByteArray &result = item->dspResults()[QtViloPlot::DspIndex];
-        result.resize(n * int(sizeof(double)));
-        quint32 seed = 11;
-        int walk = 0;
-        for (int i = 0; i < n; ++i) {
-            seed = seed * 1664525u + 1013904223u;
-            walk = qBound(-20000, walk + int(seed >> 22) - 512, 20000);
-            out[i] = qint16(walk);
-            const double value = walk;
-            memcpy(result.data() + i * sizeof(double), &value, sizeof(double));
-        }
-        item->setData(out);
-        item->setSampleCount(n);
-        item->setValueRange(-20000, 20000);
+        item->dspResults()[QtViloPlot::DspIndex] = QByteArray(
+            reinterpret_cast<const char *>(walk.constData()), walk.size() * int(sizeof(double)));
         item->dspComplete.storeRelease(1);
         ++item->dspGeneration;
     }

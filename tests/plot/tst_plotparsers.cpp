@@ -1,42 +1,32 @@
 #include "testenv.h"
 
+#include "plottestutil.h"
+
 #include "plot/core/qtviloasciiparser.h"
 #include "plot/core/qtviloformats.h"
-#include "plot/core/qtviloplotitem.h"
 #include "plot/core/qtviloplotitemdefaults.h"
 #include "plot/core/qtviloplotrequest.h"
-#include "plot/core/qtviloreadrange.h"
 #include "plot/core/qtvilosizetext.h"
-#include "plot/core/qtvilotemppaths.h"
-#include "plot/core/qtvilovaluerange.h"
 
 #include <QBuffer>
-#include <QFile>
-#include <QMimeDatabase>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTextStream>
 #include <QtTest>
 
-#include <cmath>
-#include <limits>
-#include <pwd.h>
-#include <unistd.h>
 
 using namespace QtViloAsciiParser;
 using Values = QVector<double>;
-using MinMax = QPair<double, double>;
 
 namespace {
 
 const char *const Heading = "Some string values could not be converted to number!";
 
-Params asciiParams(qint64 dataOffset = 0, qint64 maxPlotSize = 1000, bool reverse = false)
+Params asciiParams(qint64 dataOffset = 0, qint64 maxPlotSize = 1000)
 {
     Params params;
     params.dataOffset = dataOffset;
     params.maxPlotSize = maxPlotSize;
-    params.reverseOffset = reverse;
     params.sourceName = QStringLiteral("numbers.asc");
     return params;
 }
@@ -57,22 +47,6 @@ void modeRows()
     QTest::addColumn<bool>("isMapped");
     QTest::newRow("mapped") << true;
     QTest::newRow("stream") << false;
-}
-
-bool writeFile(const QString &path, const QByteArray &data)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(data) == data.size();
-}
-
-// The value range of a ramp of n samples of type T, from first by step.
-template <typename T> MinMax rampRange(int n, double first, double step, int typeIndex)
-{
-    QVector<T> samples(n);
-    for (int i = 0; i < n; ++i)
-        samples[i] = T(first + step * i);
-    const QtViloValueRange::Range r = QtViloValueRange::of(samples.constData(), n, typeIndex);
-    return {r.min, r.max};
 }
 
 // Defaults unlike the initial ones, so a field that fell back to them shows.
@@ -99,89 +73,9 @@ class TestPlotParsers : public QObject
     Q_OBJECT
 
 private slots:
-    // ---- read range ----
-    void readRange_data()
-    {
-        for (const char *column : {"total", "d", "m", "start", "count"})
-            QTest::addColumn<qint64>(column);
-        QTest::addColumn<bool>("reverse");
-        QTest::addColumn<double>("fraction");
-        const auto row = [](const char *name, qint64 total, qint64 d, qint64 m, bool reverse,
-                            qint64 start, qint64 count, double fraction) {
-            QTest::newRow(name) << total << d << m << start << count << reverse << fraction;
-        };
-        const qint64 huge = std::numeric_limits<qint64>::max();
-        row("whole", 100, 0, 1000, false, 0, 100, 1.0);
-        row("window", 100, 10, 20, false, 10, 20, 0.2);
-        row("reverse window", 100, 10, 20, true, 70, 20, 0.2);
-        row("reverse past the start starts at 0", 100, 90, 20, true, 0, 10, 0.1);
-        row("reverse, D + M beyond the total", 10, 5, 100, true, 0, 5, 0.5);
-        row("offset at the end", 100, 100, 20, false, 100, 0, 0.0);
-        row("offset beyond the end", 100, 150, 20, false, 150, 0, 0.0);
-        row("reverse offset at the end", 100, 100, 20, true, 0, 0, 0.0);
-        row("reverse offset beyond the end", 100, 150, 20, true, 0, 0, 0.0);
-        row("huge max plot size saturates", 100, 1, huge, false, 1, 99, 0.99);
-        row("huge reverse offset saturates", 100, huge, 20, true, 0, 0, 0.0);
-        row("empty", 0, 0, 20, false, 0, 0, 0.0);
-    }
-    void readRange()
-    {
-        QFETCH(qint64, total);
-        QFETCH(qint64, d);
-        QFETCH(qint64, m);
-        QFETCH(bool, reverse);
-        QFETCH(qint64, start);
-        QFETCH(qint64, count);
-        QtViloReadRange::Params params;
-        params.sampleWidth = 2;
-        params.dataOffset = d;
-        params.maxPlotSize = m;
-        params.reverseOffset = reverse;
-        const QtViloReadRange::SampleRange range = QtViloReadRange::fileRange(params, total);
-        QCOMPARE(range.start, start);
-        QCOMPARE(range.count, count);
-        QTEST(QtViloReadRange::visibleFraction(total, d, m), "fraction");
-        // Process memory: the same range in bytes.
-        const QtViloReadRange::ByteRange bytes = QtViloReadRange::memoryRange(params, 2 * total);
-        QCOMPARE(bytes.start, 2 * start);
-        QCOMPARE(bytes.length, 2 * count);
-    }
-
-    // ---- value range ----
-    void valueRange()
-    {
-        using namespace QtViloFormats;
-        // Lengths around the lane counts put an end in the tail; the values are ones a wrong
-        // type dispatch would misread.
-        for (int n : {1, 2, 3, 15, 16, 17, 63, 64, 65, 200}) {
-            const double last = n - 1;
-            QCOMPARE(rampRange<qint8>(n, -100, 1, Int8Type), MinMax(-100, last - 100));
-            QCOMPARE(rampRange<quint16>(n, 40000, 1, Uint16Type), MinMax(40000, 40000 + last));
-            QCOMPARE(rampRange<qint64>(n, 0, -1e9, Int64Type), MinMax(-1e9 * last, 0));
-            QCOMPARE(rampRange<quint64>(n, 1e19, 4096, Uint64Type),
-                     MinMax(1e19, 1e19 + 4096 * last));
-            QCOMPARE(rampRange<float>(n, -0.5, 1, FloatType), MinMax(-0.5, last - 0.5));
-            QCOMPARE(rampRange<double>(n, 0, -0.25, AsciiType), MinMax(-0.25 * last, 0));
-        }
-        QCOMPARE(rampRange<double>(0, 1, 1, DoubleType), MinMax(0, 0));
-        // NaNs are skipped; NaNs only give no range.
-        const double withNan[] = {std::nan(""), 3, -2, std::nan("")};
-        const QtViloValueRange::Range r = QtViloValueRange::of(withNan, 4);
-        QCOMPARE(MinMax(r.min, r.max), MinMax(-2, 3));
-        const QtViloValueRange::Range none = QtViloValueRange::of(withNan, 1);
-        QCOMPARE(MinMax(none.min, none.max), MinMax(0, 0));
-        QCOMPARE(rampRange<qint16>(3, -32768, 32767.5, Int16Type), MinMax(-32768, 32767));
-    }
-
     // ---- ASCII ----
-    void asciiSeparatorSet()
-    {
-        const QByteArray separators = QByteArray(";|:!\\+=,/#?\r\ns");
-        for (int c = 0; c < 256; ++c)
-            QCOMPARE(isMappedSeparator(char(c)), separators.contains(char(c)));
-    }
-
     // Each mode on the same text: the values converted and the token that failed, if any.
+    // Mostly where the modes part; the fuzz target checks both against strtod elsewhere.
     void asciiModes_data()
     {
         QTest::addColumn<bool>("isMapped");
@@ -196,14 +90,8 @@ private slots:
         const auto both = [&](const char *name, const QByteArray &text, const Values &v) {
             row(name, text, v, "", v, "");
         };
-        both("comma and semicolon", "1,2;3", {1, 2, 3});
-        both("one per line", "1\n2\n3\n", {1, 2, 3});
-        both("CR LF", "1\r\n2\r\n3\r\n", {1, 2, 3});
-        both("empty parts", ",1,,2;;\n\n3,", {1, 2, 3});
-        both("every shared separator", "1;2:3!4+5=6,7/8#9?10\r11\n12",
-             {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12});
+        both("CR LF and empty parts", ",1,,2;;\r\n\r\n3,", {1, 2, 3});
         both("blanks around tokens", "1, 2 ,\t3\t", {1, 2, 3});
-        both("number forms", "-1.5,2e3,.25,7.,-0\n1E-2", {-1.5, 2000, 0.25, 7, 0, 0.01});
         // Blanks separate in stream mode only: mapped, the whole line is one token.
         row("blanks", "1 2 3", {}, "1 2 3", {1, 2, 3}, "");
         // The pattern's letter s (of \s) separates in mapped mode only.
@@ -230,30 +118,10 @@ private slots:
             QCOMPARE(r.heading, QString::fromLatin1(Heading));
     }
 
-    void asciiRangesAndBadToken_data() { modeRows(); }
-    void asciiRangesAndBadToken()
+    void asciiBadToken_data() { modeRows(); }
+    void asciiBadToken()
     {
         QFETCH(bool, isMapped);
-        struct Case
-        {
-            qint64 d, m;
-            bool reverse;
-            qint64 start;
-            Values values;
-        };
-        // The third reads in reverse with D + M beyond the total: from 0.
-        const Case cases[] = {{2, 3, false, 2, {2, 3, 4}},
-                              {2, 3, true, 5, {5, 6, 7}},
-                              {8, 5, true, 0, {0, 1}},
-                              {12, 5, false, 12, {}}};
-        for (const Case &c : cases) {
-            const Result ranged =
-                parse(isMapped, "0,1,2,3,4\n5,6,7,8,9\n", asciiParams(c.d, c.m, c.reverse));
-            QVERIFY(ranged.ok);
-            QCOMPARE(ranged.total, qint64(10));
-            QCOMPARE(ranged.start, c.start);
-            QCOMPARE(ranged.values, c.values);
-        }
         // A bad token names its line; the values before it are kept.
         const QByteArray text("1,2\n3\r\n\n4;abc;5\n6\n");
         const Result r = parse(isMapped, text);
@@ -275,26 +143,6 @@ private slots:
         QCOMPARE(parse(isMapped, QByteArray(1000, 'x')).detail,
                  QStringLiteral("numbers.asc: None Numeric String: ") +
                      QString(64, QLatin1Char('x')) + QStringLiteral("...: Line: 1"));
-    }
-
-    void asciiStreamByteOffsetAndKnownTotal()
-    {
-        const QByteArray text("header line\n1,2,3\n4\n");
-        Result r = parse(false, text, asciiParams(), 12);
-        QVERIFY(r.ok);
-        QCOMPARE(r.total, qint64(4));
-        QCOMPARE(r.values, Values({1, 2, 3, 4}));
-        // A known total skips the count: the reverse range is taken from it.
-        Params p = asciiParams(0, 2, true);
-        p.knownTotal = 4;
-        QCOMPARE(parse(false, text, p, 12).values, Values({3, 4}));
-        // A file that shrank below its known total gives what is there.
-        p = asciiParams(0, 100);
-        p.knownTotal = 50;
-        r = parse(false, text, p, 12);
-        QVERIFY(r.ok);
-        QCOMPARE(r.total, qint64(50));
-        QCOMPARE(r.values, Values({1, 2, 3, 4}));
     }
 
     void asciiLongText_data() { modeRows(); }
@@ -351,51 +199,13 @@ private slots:
         QTEST(fieldsOf(r), "fields");
     }
 
-    void requestFormatWordsAndApply()
-    {
-        for (const QtViloFormats::Format &f : QtViloFormats::all()) {
-            const QtViloPlotRequest r =
-                parsePlotRequest(QStringLiteral("1,p,v,10,") + f.suffix, RequestDefaults);
-            QCOMPARE(r.values.Format,
-                     f.display == QStringLiteral("Ascii") ? QStringLiteral("Int32") : f.display);
-        }
-        QtViloPlotItem item(QStringLiteral("text"), true, RequestDefaults);
-        applyPlotRequest(parsePlotRequest(QStringLiteral("42,acq,Rec,0x7f10,uint16,2,8,10,1000,5,"
-                                                         "14,2.5,1.5,4096"),
-                                          RequestDefaults),
-                         item);
-        QCOMPARE(item.name(), QStringLiteral("Rec@0x7f10"));
-        QCOMPARE(item.baseName(), QStringLiteral("Rec"));
-        QCOMPARE(item.sampleWidth(), 2);
-        QCOMPARE(QStringLiteral("%1 %2 %3 %4")
-                     .arg(item.processId)
-                     .arg(item.baseAddress, 0, 16)
-                     .arg(item.memorySize)
-                     .arg(item.maxPlotSize),
-                 QStringLiteral("42 7f10 4096 1000"));
-    }
-
     void requestFailures()
     {
-        // Each with a part of its message.
-        const std::pair<const char *, const char *> cases[] = {
-            {"", "no variable"},
-            {"1,prog", "no variable"},
-            {"1,prog,var", "no address"},
-            {"1,prog,,0x10", "no variable"},
-            {"1,prog,var,(nil),int16,1", "(nil)"},
-            {"1,prog,var,0x,int16", "address"},
-            {"1,prog,var,-10,int16", "address"},
-            {"1,prog,var,0x0x10", "address"},
-            {"1,prog,var,0x 10", "address"},
-            {"1,prog,var,0x\t+10", "address"},
-            {"abc,prog,var,0x10", "process id"},
-            {",prog,var,0x10", "process id"},
-            {"0,prog,var,0x10", "process id"}};
-        for (const auto &c : cases) {
-            const QtViloPlotRequest r = parsePlotRequest(QLatin1String(c.first), RequestDefaults);
-            QVERIFY2(!r.ok && r.message.contains(QLatin1String(c.second)), c.first);
-        }
+        // The fuzz target checks every refusal against its rule; a null pointer the client
+        // printed is named as such.
+        const QtViloPlotRequest r =
+            parsePlotRequest(QStringLiteral("1,prog,var,(nil),int16,1"), RequestDefaults);
+        QVERIFY(!r.ok && r.message.contains(QLatin1String("(nil)")));
     }
 
     // ---- sizes and the large-file limit ----
@@ -441,7 +251,6 @@ private slots:
         d.SampleRate = 2.5e9;
         savePlotItemDefaults(d);
         settings.beginGroup(QStringLiteral("QtViloPlotItemDefaultValues"));
-        QCOMPARE(settings.childKeys().size(), 9);
         QtViloPlotItemDefaults expected = d;
         expected.FileOffset = -1294967296;
         QCOMPARE(loadPlotItemDefaults(), expected);
@@ -452,44 +261,6 @@ private slots:
 
         settings.setValue(QStringLiteral("Format"), QStringLiteral("Bogus"));
         QCOMPARE(loadPlotItemDefaults().Format, QStringLiteral("Int16"));
-    }
-
-    // ---- temp paths ----
-    void tempDirFromHome()
-    {
-        const QByteArray home = qgetenv("HOME");
-        const QString tail = QStringLiteral("/.local/share/Temp/");
-        QCOMPARE(QtViloTempPaths::userTempDir(), QString::fromLocal8Bit(home) + tail);
-        qunsetenv("HOME");
-        const QString fromPasswd = QtViloTempPaths::userTempDir();
-        // The path fits in 511 characters; a home one longer gives no directory.
-        qputenv("HOME", QByteArray(511 - tail.size(), 'h'));
-        const QString longest = QtViloTempPaths::userTempDir();
-        qputenv("HOME", QByteArray(512 - tail.size(), 'h'));
-        const QString tooLong = QtViloTempPaths::userTempDir();
-        qputenv("HOME", home);
-        const passwd *entry = getpwuid(getuid());
-        QVERIFY(entry);
-        QCOMPARE(fromPasswd, QString::fromLocal8Bit(entry->pw_dir) + tail);
-        QVERIFY(tooLong.isEmpty());
-        QCOMPARE(longest.size(), 511);
-    }
-
-    void tempCopyNaming()
-    {
-        QTemporaryDir dir;
-        const QString base = dir.path();
-        const QString rec = QStringLiteral("rec");
-        const auto copy = [&](int n) { return base + QStringLiteral("/rec_copy%1.bin").arg(n); };
-        QCOMPARE(QtViloTempPaths::nextFreeCopyPath(base, rec), copy(1));
-        QVERIFY(writeFile(copy(1), "x"));
-        QCOMPARE(QtViloTempPaths::nextFreeCopyPath(base + QLatin1Char('/'), rec), copy(2));
-        QVERIFY(writeFile(copy(3), "x"));
-        QCOMPARE(QtViloTempPaths::nextFreeCopyPath(base, rec), copy(2)); // the first gap
-        QVERIFY(writeFile(copy(2), "x"));
-        QCOMPARE(QtViloTempPaths::nextFreeCopyPath(base, rec), copy(4));
-        QCOMPARE(QtViloTempPaths::replicaPath(base, QStringLiteral("data.asc")),
-                 base + QStringLiteral("/data.asc.bin"));
     }
 };
 

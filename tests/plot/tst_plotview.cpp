@@ -17,7 +17,6 @@
 #include <QComboBox>
 #include <QFile>
 #include <QLineEdit>
-#include <QMenu>
 #include <QMouseEvent>
 #include <QSettings>
 #include <QSignalSpy>
@@ -48,24 +47,6 @@ QStringList entries(const QComboBox *box)
     for (int i = 0; i < box->count(); ++i)
         texts << box->itemText(i);
     return texts;
-}
-
-QStringList actionTexts(const QToolButton *button)
-{
-    QStringList texts;
-    for (QAction *action : button->menu()->actions()) {
-        if (!action->isSeparator())
-            texts << action->text();
-    }
-    return texts;
-}
-
-QSet<QString> groupKeys(const QString &group)
-{
-    QSettings settings;
-    settings.beginGroup(group);
-    const QStringList keys = settings.childKeys();
-    return QSet<QString>(keys.cbegin(), keys.cend());
 }
 
 QwtInterval interval(const QwtPlot *plot, int axis)
@@ -123,34 +104,9 @@ private slots:
         QtVilo panel;
         QtViloPlotView *signal = panel.signalView();
         QtViloPlotView *dsp = panel.dspView();
-
-        const QStringList times = {"Time in Pico Seconds", "Time in Nano Seconds",
-                                   "Time in Micro Seconds", "Time in Milli Seconds",
-                                   "Time in Seconds"};
-        const QStringList amplitudes = {"Ampl in Micro Volts", "Ampl in Milli Volts",
-                                        "Ampl in Volts"};
-        for (QtViloPlotView *view : {signal, dsp}) {
-            QCOMPARE(entries(view->timeUnitBox()), times);
-            QCOMPARE(view->timeUnitBox()->toolTip(), QStringLiteral("Set Unit for the Time-Axis"));
-            QCOMPARE(entries(view->amplitudeUnitBox()), amplitudes);
-            QCOMPARE(view->amplitudeUnitBox()->toolTip(),
-                     QStringLiteral("Set Unit for the Amplitude-Axis"));
-            QCOMPARE(actionTexts(view->axisButton()),
-                     QStringList({"Show Index-Code Axis", "Show Time Axis", "Show Unit Axis",
-                                  "Swap Code-Unit Axis", "Swap Index-Time Axis"}));
-            QCOMPARE(view->toolAction(QtViloPlotView::SettingsTool)->toolTip(),
-                     QStringLiteral("Change plot settings.\nThese settings will be cached."));
-        }
-        QCOMPARE(signal->axisButton()->toolTip(),
-                 QStringLiteral("Show/Hide Auxiliary axis for selected curve"));
-        QCOMPARE(dsp->axisButton()->toolTip(), QStringLiteral("Set Scale Axis Options."));
-
         QVERIFY(!signal->frequencyUnitBox() && !signal->dspChoiceBox() && !signal->windowBox());
-        QCOMPARE(entries(dsp->frequencyUnitBox()),
-                 QStringList({"Frequency in GHz", "Frequency in MHz", "Frequency in kHz"}));
         QCOMPARE(entries(dsp->dspChoiceBox()), QStringList({"None", "FFT dBFS"}));
-        QCOMPARE(dsp->dspChoiceBox()->placeholderText(), QStringLiteral("Select DSP"));
-        QCOMPARE(dsp->dspChoiceBox()->currentIndex(), -1);
+        QCOMPARE(entries(dsp->windowBox()), QStringList({"Blackman", "Hann", "Flat-Top"}));
         // Closed boxes show the prompt, or just the unit, to stay narrow.
         auto shown = [](QComboBox *box) {
             return static_cast<QtViloToolComboBox *>(box)->shownText();
@@ -161,12 +117,6 @@ private slots:
         QCOMPARE(shown(dsp->frequencyUnitBox()), QStringLiteral("kHz"));
         signal->timeUnitBox()->setCurrentText(QStringLiteral("Time in Micro Seconds"));
         QCOMPARE(shown(signal->timeUnitBox()), QStringLiteral("μs"));
-        QCOMPARE(dsp->dspChoiceBox()->toolTip(),
-                 QStringLiteral("Select DSP to perform on plotted data"));
-        QCOMPARE(entries(dsp->windowBox()), QStringList({"Blackman", "Hann", "Flat-Top"}));
-        QCOMPARE(dsp->windowBox()->placeholderText(), QStringLiteral("Select Window"));
-        QCOMPARE(dsp->windowBox()->toolTip(),
-                 QStringLiteral("Select windowing function if FFT is used."));
 
         // The DSP selectors make the DSP plot's request.
         dsp->windowBox()->setCurrentText(QStringLiteral("Flat-Top"));
@@ -177,11 +127,6 @@ private slots:
 
         // The enable switch turns the signal plot off and tells the model.
         QToolButton *enable = signal->enableButton();
-        QVERIFY(!dsp->enableButton());
-        QCOMPARE(enable->text(), QStringLiteral("Enabled"));
-        QCOMPARE(enable->toolTip(),
-                 QStringLiteral("Enable/Disable plotting of signal data.\nDisabling signal plot "
-                                "can increase performance for DSP plot."));
         QSignalSpy enabled(panel.model(), &Model::SignalPlotEnableChanged);
         enable->click();
         QCOMPARE(enable->text(), QStringLiteral("Disabled"));
@@ -387,29 +332,6 @@ private slots:
             }
             panel.dspView()->frequencyUnitBox()->setCurrentText(QStringLiteral("Frequency in GHz"));
         }
-        const QStringList common = {"LegendEnable",        "LegendPosition",
-                                    "LegendItemEnable",    "LegendItemNofColumns",
-                                    "LegendItemAlignment", "LegendItemBackground",
-                                    "LegendItemSize"};
-        for (const QString &plot : {QStringLiteral("Signal"), QStringLiteral("Dsp")}) {
-            QStringList values = common;
-            for (const char *key : {"NewCurveZoomReset", "VisRescale", "RePlotZoomReset",
-                                    "ShowMaxMin", "LineWidth", "SymbolSize"})
-                values << plot + QStringLiteral("Plot") + QLatin1String(key);
-            QCOMPARE(groupKeys(QStringLiteral("QtVilo%1PlotSettingsValues").arg(plot)),
-                     QSet<QString>(values.cbegin(), values.cend()));
-            QStringList axis = {"IndexCodeAxis",          "TimeAxis",      "UnitAxis",
-                                "CodeUnitSwap",           "IndexTimeSwap", "TimeAxisResolution",
-                                "AmplitudeAxisResolution"};
-            if (plot == QLatin1String("Dsp"))
-                axis << QStringLiteral("FrequencyAxisResolution");
-            QCOMPARE(groupKeys(QStringLiteral("QtVilo%1PlotAuxAxisSettings").arg(plot)),
-                     QSet<QString>(axis.cbegin(), axis.cend()));
-        }
-        QCOMPARE(QSettings().value(QStringLiteral("QtViloSignalPlotAuxAxisSettings/"
-                                                  "TimeAxisResolution")),
-                 QVariant(QStringLiteral("Time in Pico Seconds")));
-
         QtVilo panel;
         for (QtViloPlotView *view : {panel.signalView(), panel.dspView()}) {
             QVERIFY(view->settings() == changed);
@@ -445,23 +367,13 @@ private slots:
         QCOMPARE(markers->position(0), qRound64(x.minValue() + x.width() / 3));
         QCOMPARE(markers->position(1), qRound64(x.minValue() + 2 * x.width() / 3));
 
+        // The readout shows both markers on the selected curve and their difference.
         markers->setPosition(0, 100.4);
         markers->setPosition(1, 250);
-        const double mv = 0.5 / 8192 * 1000;
-        const QtViloPlotMarkers::Reading first = markers->reading(0);
-        QVERIFY(first.valid);
-        QCOMPARE(first.index, 100);
-        QCOMPARE(first.time, 100.0);
-        QCOMPARE(first.code, 100.0);
-        QCOMPARE(first.value, 100 * mv);
-        const QtViloPlotMarkers::Reading delta = markers->difference();
-        QCOMPARE(delta.index, 150);
-        QCOMPARE(delta.code, 150.0);
-        QCOMPARE(delta.value, 250 * mv - 100 * mv);
-        const QString text = markers->readoutText();
-        QVERIFY2(text.contains(QStringLiteral("M1  i=100  t=100 ns  y=100 (6.10352 mV)")),
-                 qPrintable(text));
-        QVERIFY2(text.contains(QStringLiteral("t=150 ns")), qPrintable(text));
+        QCOMPARE(markers->readoutText(),
+                 QStringLiteral("M1  i=100  t=100 ns  y=100 (6.10352 mV)\n"
+                                "M2  i=250  t=250 ns  y=250 (15.2588 mV)\n"
+                                "Δ   i=150  t=150 ns  y=150 (9.15527 mV)"));
         markers->setPosition(1, 5000); // beyond the curve
         QVERIFY(!markers->reading(1).valid);
         markers->setPosition(1, 250);

