@@ -273,6 +273,13 @@ private slots:
         window->openFiles(again);
         QCOMPARE(window->editorDocks().size(), 2);
         QVERIFY(!dock->isHidden());
+
+        choose(*window, QStringLiteral("File"), QStringLiteral("Close All Editors"));
+        QCOMPARE(window->editorDocks().size(), 0);
+        // The monitor's output and the updater's console are (live) editor panels too and stay.
+        QTRY_COMPARE(window->findChildren<EditorPanel *>().size(), 2);
+        for (EditorPanel *live : window->findChildren<EditorPanel *>())
+            QCOMPARE(live->mode(), EditorPanel::Live);
     }
 
     void changedFileMarksItsTabAndKeepsItsMenu()
@@ -327,20 +334,6 @@ private slots:
         QVERIFY(!popup->isEnabled());
         choose(*window, QStringLiteral("Restore Layout"), QStringLiteral("Default"));
         QVERIFY(popup->isEnabled());
-    }
-
-    void closeAllEditorsRemovesTheirDocks()
-    {
-        auto window = startWindow();
-        QStringList files{makeFile("a.txt"), makeFile("b.c")};
-        window->openFiles(files);
-        QCOMPARE(window->editorDocks().size(), 2);
-        choose(*window, QStringLiteral("File"), QStringLiteral("Close All Editors"));
-        QCOMPARE(window->editorDocks().size(), 0);
-        // The monitor's output and the updater's console are (live) editor panels too and stay.
-        QTRY_COMPARE(window->findChildren<EditorPanel *>().size(), 2);
-        for (EditorPanel *panel : window->findChildren<EditorPanel *>())
-            QCOMPARE(panel->mode(), EditorPanel::Live);
     }
 
     void recentFilesShowTheNewestEight()
@@ -517,7 +510,7 @@ private slots:
         QVERIFY(panel->toggleButton(TextPanel::MatchFilter)->isChecked());
     }
 
-    void statusLineFollowsTheFocusedPanel()
+    void aRunningToolShowsInTheStatusLineAndClosingAsksFirst()
     {
         auto window = startWindow();
         QCOMPARE(window->statusText(), QStringLiteral("Status: Idle 0:0:0:0"));
@@ -525,20 +518,10 @@ private slots:
         QVERIFY(focus(window.get(), console->textView()));
         QTRY_VERIFY(window->statusText().startsWith(QStringLiteral(" Status: Idle ")));
         QVERIFY(window->statusBar()->toolTip().startsWith(QStringLiteral("Time since start: ")));
-        console->process()->start(QStringLiteral("sleep"), {QStringLiteral("30")});
-        QVERIFY(console->process()->waitForStarted());
-        QTRY_VERIFY(window->statusText().startsWith(QStringLiteral(" Status: Running... ")));
-        console->process()->kill();
-        console->process()->waitForFinished();
-        QTRY_VERIFY(window->statusText().startsWith(QStringLiteral(" Status: Idle ")));
-    }
-
-    void closingWhileTheUpdaterRunsAsksFirst()
-    {
-        auto window = startWindow();
-        QProcess *process = window->updaterPanel()->consoleView()->process();
+        QProcess *process = console->process();
         process->start(QStringLiteral("sleep"), {QStringLiteral("30")});
         QVERIFY(process->waitForStarted());
+        QTRY_VERIFY(window->statusText().startsWith(QStringLiteral(" Status: Running... ")));
 
         QVERIFY(!window->close());
         QVERIFY(window->isVisible());
@@ -548,10 +531,10 @@ private slots:
         QCOMPARE(m_shown.at(0).text,
                  QStringLiteral("Child process:\n\nsleep\n\nis currently still running!\n\n"
                                 "Terminate this process and quit?"));
-
         m_answer = QMessageBox::Yes;
         QVERIFY(window->close());
         QCOMPARE(process->state(), QProcess::NotRunning);
+        QTRY_VERIFY(window->statusText().startsWith(QStringLiteral(" Status: Idle ")));
         QVERIFY(!settings().value("MainWindowLastUsedLayout/state").toByteArray().isEmpty());
     }
 

@@ -170,15 +170,26 @@ private slots:
     {
         QTest::addColumn<QString>("action");
         QTest::addColumn<bool>("i2c");
-        QTest::addColumn<QStringList>("arguments");
-        QTest::newRow("refresh") << "Refresh Device List" << true << QStringList{"--list"};
-        QTest::newRow("layout") << "Show memory layout" << false
-                                << QStringList{"-d1", "--show-memory-layout"};
-        QTest::newRow("images i2c")
-            << "List images" << true << QStringList{"-d1", "--list-images", "--if=i2c"};
-        QTest::newRow("reboot") << "Reboot into selected image" << false
-                                << QStringList{"-d1", "-i2", "-b"};
-        QTest::newRow("erase") << "Erase image" << false << QStringList{"-d1", "-i2", "-e"};
+        QTest::addColumn<QStringList>("arguments"); // with the second device and image 2 chosen
+        const auto row = [](const char *action, bool i2c, QStringList arguments) {
+            if (i2c && arguments.first().startsWith(QLatin1String("-d")))
+                arguments << QStringLiteral("--if=i2c");
+            QTest::addRow("%s%s", action, i2c ? ", i2c" : "") << QString(action) << i2c << arguments;
+        };
+        row("Refresh Device List", true, {"--list"});
+        row("List+", true, {"--list-detailed"});
+        row("ID", false, {"-d1", "--identify"});
+        row("Show memory layout", false, {"-d1", "--show-memory-layout"});
+        row("List images", true, {"-d1", "--list-images"});
+        row("Reboot into selected image", false, {"-d1", "-i2", "-b"});
+        row("Reboot into selected image", true, {"-d1", "-i2", "-b"});
+        row("Set default image", false, {"-d1", "--set-default-image=2"});
+        row("Set candidate image", false, {"-d1", "--set-candidate-image=2"});
+        row("Confirm candidate image", true, {"-d1", "--confirm-candidate-image"});
+        row("Erase image", false, {"-d1", "-i2", "-e"});
+        row("Test primary", false, {"-d1", "--test-primary"});
+        row("Test secondary", true, {"-d1", "--test-secondary"});
+        row("Get DNA", false, {"-d1", "--get-dna"});
     }
 
     void deviceCommandsReachTheTool()
@@ -205,9 +216,9 @@ private slots:
         QVERIFY(static_cast<QAction *>(panel->runControls().constFirst())->isEnabled());
         // The console keeps its own title; "VRXUpdater" is the panel's.
         QCOMPARE(panel->consoleView()->windowTitle(), QStringLiteral("VRXUpdater Console"));
-        if (action == "Erase image")
-            QVERIFY(m_boxes.first().startsWith("Risky Firmware Operation|This action will "
-                                               "completely erase"));
+        // Only these two ask before they go ahead.
+        const bool risky = action == "Erase image" || action == "Confirm candidate image";
+        QCOMPARE(m_boxes.value(0).startsWith("Risky Firmware Operation|"), risky);
         if (!refresh)
             return;
         // What the tool listed fills the selector and is kept for the next start.
@@ -221,32 +232,41 @@ private slots:
 
     void enterOnARiskyBoxNeverGoesAhead_data()
     {
-        QTest::addColumn<bool>("toolAsks");
-        QTest::newRow("erase button") << false;
-        QTest::newRow("tool's own question") << true;
+        QTest::addColumn<bool>("toolAsks"); // the tool's own question, or the erase button's
+        QTest::addColumn<QString>("answer");
+        QTest::newRow("erase button, stray Enter") << false << "Enter";
+        QTest::newRow("tool's question, stray Enter") << true << "Enter";
+        QTest::newRow("tool's question, yes") << true << "y";
+        QTest::newRow("tool's question, no") << true << "n";
     }
 
     void enterOnARiskyBoxNeverGoesAhead()
     {
         QFETCH(bool, toolAsks);
+        QFETCH(QString, answer);
         auto panel = makePanel();
-        // The real box this time, answered with a stray Enter.
-        Notify::setHook({});
-        QStringList boxes;
         QTimer enter;
-        connect(&enter, &QTimer::timeout, this, [&] {
-            if (auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget())) {
-                boxes << box->windowTitle();
-                QTest::keyClick(box, Qt::Key_Return);
-            }
-        });
-        enter.start(10);
+        if (answer == QLatin1String("Enter")) {
+            // The real box this time, answered with a stray Enter.
+            Notify::setHook({});
+            connect(&enter, &QTimer::timeout, this, [&] {
+                if (auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget())) {
+                    m_boxes << box->windowTitle() + QLatin1Char('|') + box->text();
+                    QTest::keyClick(box, Qt::Key_Return);
+                }
+            });
+            enter.start(10);
+        }
+        m_answer = answer == QLatin1String("y") ? QMessageBox::Yes : QMessageBox::No;
         if (toolAsks) {
-            panel->taskModel()->insertTask(0, task("v5.mcs", "VRXUpdater eu %dv:1 \"%fp\""));
+            panel->taskModel()->insertTask(0, task("v5.mcs", "VRXUpdater eu %dv:1 \"%fp\"", "3: V5"));
+            panel->i2cOption()->setChecked(true); // not for a macro of the list
             QVERIFY(panel->runToolForTask(0));
             QVERIFY(waitForRun(*panel));
-            QTRY_VERIFY(consoleText(*panel).contains("Aborted by user."));
-            QVERIFY(consoleText(*panel).contains("Answer: n"));
+            QTRY_VERIFY(consoleText(*panel).contains(answer == "y" ? "Answer: y" : "Answer: n"));
+            QCOMPARE(recordedRuns(m_log).first(),
+                     QStringList({"eu", "3:1", m_dir->filePath("v5.mcs")}));
+            QCOMPARE(panel->taskModel()->task(0).uploadDate.isEmpty(), answer != "y");
         } else {
             trigger(*panel, QStringLiteral("Erase image"));
             QVERIFY(!panel->runner()->isRunning());
@@ -254,33 +274,11 @@ private slots:
         }
         enter.stop();
         initTestCase(); // the answering hook again
-        QCOMPARE(boxes, QStringList{"Risky Firmware Operation"});
-    }
-
-    void questionAnswerReachesTheTool_data()
-    {
-        QTest::addColumn<bool>("yes");
-        QTest::newRow("yes") << true;
-        QTest::newRow("no") << false;
-    }
-
-    void questionAnswerReachesTheTool()
-    {
-        QFETCH(bool, yes);
-        auto panel = makePanel();
-        panel->taskModel()->insertTask(0, task("v5.mcs", "VRXUpdater eu %dv:1 \"%fp\"", "3: V5"));
-        m_answer = yes ? QMessageBox::Yes : QMessageBox::No;
-        panel->i2cOption()->setChecked(true); // not for a macro of the list
-        QVERIFY(panel->runToolForTask(0));
-        QVERIFY(waitForRun(*panel));
-        QTRY_VERIFY(consoleText(*panel).contains("Update Task Finished!"));
-        const QString text = consoleText(*panel);
+        QCOMPARE(m_boxes.size(), 1);
         QVERIFY(m_boxes.first().startsWith(
-            "Risky Firmware Operation| The flash of the device will be erased. Continue? (y/n)"));
-        QVERIFY(text.contains(yes ? "Answer: y" : "Answer: n"));
-        QCOMPARE(recordedRuns(m_log).first(),
-                 QStringList({"eu", "3:1", m_dir->filePath("v5.mcs")}));
-        QCOMPARE(panel->taskModel()->task(0).uploadDate.isEmpty(), !yes);
+            toolAsks ? "Risky Firmware Operation| The flash of the device will be erased. "
+                       "Continue? (y/n)"
+                     : "Risky Firmware Operation|This action will completely erase"));
     }
 
     void troubleIsToldInTheConsole_data()
