@@ -40,7 +40,8 @@ private slots:
         auto *second = new DockWidget(new QPlainTextEdit, &window);
         first->setBaseTitle(QStringLiteral("First"));
         second->setBaseTitle(QStringLiteral("Second"));
-        first->setOtherDocksProvider([first, second] { return QList<DockWidget *>{first, second}; });
+        const QList<DockWidget *> both{first, second};
+        first->setOtherDocksProvider([both] { return both; });
         window.addDockWidget(Qt::LeftDockWidgetArea, first);
         window.addDockWidget(Qt::LeftDockWidgetArea, second);
         QMenu *menu = first->contextMenu();

@@ -70,38 +70,33 @@ private slots:
     {
         QTest::addColumn<QString>("before"); // a locale switched to first
         QTest::addColumn<QString>("locale");
-        QTest::addColumn<QStringList>("menus");
-        QTest::addColumn<QString>("span"); // 1 hour, 2 minutes and 5 seconds
-        QTest::addColumn<QString>("zero"); // no time at all
-        const QStringList english{"File", "View", "Layout", "Help"};
-        const QStringList swedish{"Arkiv", "Visa", "Layout", QStringLiteral("Hjälp")};
-        const QString englishSpan = QStringLiteral("1 hour, 2 minutes, 5 seconds");
-        const QString swedishSpan = QStringLiteral("1 timme, 2 minuter, 5 sekunder");
-        QTest::newRow("sv-se") << "" << "sv-se" << swedish << swedishSpan << "0 millisekunder";
-        QTest::newRow("ge") << "" << "ge" << QStringList{"Datei", "Ansicht", "Anordnung", "Hilfe"}
-                            << "1 Stunde, 2 Minuten, 5 Sekunden" << "0 Millisekunden";
+        QTest::addColumn<QString>("menus");
+        QTest::addColumn<QString>("span"); // 1 hour, 2 minutes and 5 seconds; then no time
+        const QString english = QStringLiteral("File View Layout Help");
+        const QString englishSpan = QStringLiteral("1 hour, 2 minutes, 5 seconds|0 milliseconds");
+        const QString swedish = QStringLiteral("Arkiv Visa Layout Hjälp");
+        const QString swedishSpan =
+            QStringLiteral("1 timme, 2 minuter, 5 sekunder|0 millisekunder");
+        QTest::newRow("sv-se") << "" << "sv-se" << swedish << swedishSpan;
+        QTest::newRow("ge") << "" << "ge" << "Datei Ansicht Anordnung Hilfe"
+                            << "1 Stunde, 2 Minuten, 5 Sekunden|0 Millisekunden";
         // French counts zero as singular.
-        QTest::newRow("fr") << "" << "fr" << QStringList{"Fichier", "Affichage", "Disposition", "Aide"}
-                            << "1 heure, 2 minutes, 5 secondes" << "0 milliseconde";
+        QTest::newRow("fr") << "" << "fr" << "Fichier Affichage Disposition Aide"
+                            << "1 heure, 2 minutes, 5 secondes|0 milliseconde";
         // A translation without these texts falls back to English.
-        for (const char *locale : {"jp", "zh-cn", "zh-tw"})
-            QTest::newRow(locale) << "sv-se" << locale << english << englishSpan
-                                  << "0 milliseconds";
-        QTest::newRow("back to en") << "sv-se" << "en" << english << englishSpan
-                                    << "0 milliseconds";
+        for (const char *locale : {"jp", "zh-cn", "zh-tw", "en"})
+            QTest::newRow(locale) << "sv-se" << locale << english << englishSpan;
         // A locale without a file keeps what is shown.
-        QTest::newRow("no file") << "" << "xx" << english << englishSpan << "0 milliseconds";
-        QTest::newRow("no file after sv-se") << "sv-se" << "xx" << swedish << swedishSpan
-                                             << "0 millisekunder";
+        QTest::newRow("no file") << "" << "xx" << english << englishSpan;
+        QTest::newRow("no file after sv-se") << "sv-se" << "xx" << swedish << swedishSpan;
     }
 
     void translationsChangeTheShownTexts()
     {
         QFETCH(QString, before);
         QFETCH(QString, locale);
-        QFETCH(QStringList, menus);
+        QFETCH(QString, menus);
         QFETCH(QString, span);
-        QFETCH(QString, zero);
         MainWindow window;
         for (const QString &chosen : {before, locale}) {
             QAction action;
@@ -112,11 +107,10 @@ private slots:
         QStringList titles;
         for (QAction *action : window.menuBar()->actions())
             titles << action->text();
-        QCOMPARE(titles, menus);
+        QCOMPARE(titles.join(QLatin1Char(' ')), menus);
         const QTimeSpan mixed =
             QTimeSpan::fromHours(1) + QTimeSpan::fromMinutes(2) + QTimeSpan::fromSeconds(5);
-        QCOMPARE(mixed.toString(), span);
-        QCOMPARE(QTimeSpan().toString(), zero);
+        QCOMPARE(mixed.toString() + QLatin1Char('|') + QTimeSpan().toString(), span);
     }
 };
 

@@ -174,7 +174,8 @@ private slots:
         const auto row = [](const char *action, bool i2c, QStringList arguments) {
             if (i2c && arguments.first().startsWith(QLatin1String("-d")))
                 arguments << QStringLiteral("--if=i2c");
-            QTest::addRow("%s%s", action, i2c ? ", i2c" : "") << QString(action) << i2c << arguments;
+            QTest::addRow("%s%s", action, i2c ? ", i2c" : "")
+                << QString(action) << i2c << arguments;
         };
         row("Refresh Device List", true, {"--list"});
         row("List+", true, {"--list-detailed"});
@@ -201,7 +202,8 @@ private slots:
         if (!refresh)
             writeFile(ToolLocator::deviceListPath(), "Device 0: VRX14 A\nDevice 1: VRX7 B\n");
         auto panel = makePanel();
-        QCOMPARE(panel->deviceSelector()->itemText(0), refresh ? "Please Refresh" : "Choose Device");
+        QCOMPARE(panel->deviceSelector()->itemText(0),
+                 refresh ? "Please Refresh" : "Choose Device");
         panel->deviceSelector()->setCurrentIndex(2); // the second device
         panel->imageSelector()->setValue(2);
         panel->i2cOption()->setChecked(i2c);
@@ -259,7 +261,8 @@ private slots:
         }
         m_answer = answer == QLatin1String("y") ? QMessageBox::Yes : QMessageBox::No;
         if (toolAsks) {
-            panel->taskModel()->insertTask(0, task("v5.mcs", "VRXUpdater eu %dv:1 \"%fp\"", "3: V5"));
+            const QString macro = QStringLiteral("VRXUpdater eu %dv:1 \"%fp\"");
+            panel->taskModel()->insertTask(0, task("v5.mcs", macro, "3: V5"));
             panel->i2cOption()->setChecked(true); // not for a macro of the list
             QVERIFY(panel->runToolForTask(0));
             QVERIFY(waitForRun(*panel));
@@ -653,7 +656,8 @@ private slots:
         TreeModel model(nullptr, false);
         model.AppendRows({"a", "b", "c"});
         const auto animated = [&model](int row, int column = TreeModel::TaskNumber) {
-            return !model.data(model.index(row, column), Qt::DecorationRole).value<QPixmap>().isNull();
+            const QVariant shown = model.data(model.index(row, column), Qt::DecorationRole);
+            return !shown.value<QPixmap>().isNull();
         };
         model.setRunningRow(1);
         QVERIFY(animated(1));
