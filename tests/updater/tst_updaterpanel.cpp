@@ -323,7 +323,7 @@ private slots:
         } else if (setting == QLatin1String("no terminal")) {
             panel->setTerminalProgram(m_dir->filePath("no-terminal"));
             panel->externalAppEdit()->setText("top");
-        } else if (setting != QLatin1String("no tasks")) {
+        } else if (setting == QLatin1String("VRX_STANDIN_EXIT")) {
             panel->taskModel()->insertTask(0, task("a.mcs", "VRXUpdater v %dv:1 \"%fp\""));
             panel->taskModel()->insertTask(1, task("b.mcs", "VRXUpdater v %dv:1 \"%fp\""));
         }
@@ -413,7 +413,7 @@ private slots:
                               "--if=i2c"}));
     }
 
-    void plusButtonAddsTheBrowsedFileWithTheRecentMacroAndDevice()
+    void plusButtonAddsTheBrowsedFileWithTheRecentMacroAndDeviceUpTo31Tasks()
     {
         auto panel = makePanel();
         panel->taskModel()->insertTask(0, task("old.mcs", "VRXUpdater v %dv:1 \"%fp\"", "2: VRX8"));
@@ -452,21 +452,18 @@ private slots:
         QCOMPARE(added.macro, QStringLiteral("VRXUpdater v %dv:1 \"%fp\""));
         QCOMPARE(added.device, QStringLiteral("2: VRX8"));
         QCOMPARE(panel->taskModel()->recentFirmwarePaths().value(0), picked);
-    }
 
-    void taskListIsGuardedAt31Rows()
-    {
-        auto panel = makePanel();
+        // Re-use may fill the list to 31 tasks; adding then is refused before anything is
+        // browsed, and leaves only the last task.
         TreeModel *model = panel->taskModel();
-        for (int i = 0; i < 30; ++i)
-            model->insertTask(i,
-                              task(QStringLiteral("t%1.mcs").arg(i), "VRXUpdater v %dv:1 \"%fp\""));
+        for (int i = 2; i < 30; ++i)
+            model->insertTask(i, task(QStringLiteral("t%1.mcs").arg(i), added.macro));
         panel->taskList()->setCurrentIndex(model->index(29, TreeModel::FilePath));
-        panel->onReuseItemTriggered();
+        trigger(*panel, QStringLiteral("Re-use Task"));
         QCOMPARE(model->rowCount(), 31);
         QVERIFY(m_boxes.isEmpty());
         const UpdaterTask last = model->task(30);
-        panel->addNewTask(); // refused before anything is browsed
+        panel->addNewTask();
         QCOMPARE(m_boxes, QStringList{"Abusive usage!|Alright! You had your fun!\n\nNow formating "
                                       "your disk...\n\nByebye!"});
         QCOMPARE(model->rowCount(), 1);
