@@ -1,33 +1,35 @@
+#include "monitor/core/vrxmon.h"
+#include "monitor/core/vrxmonhost.h"
 #include "monitor/ui/monitorpanel.h"
 #include "plot/ui/qtvilo.h"
 #include "plot/ui/qtviloplotitemsmodel.h"
-#include "shell/core/layoutfile.h"
+#include "resources/initresources.h"
 #include "shell/core/startup.h"
+#include "shell/ui/bluetitlebar.h"
 #include "shell/ui/dockwidget.h"
 #include "shell/ui/mainwindow.h"
 #include "shell/ui/metatypes.h"
-#include "resources/initresources.h"
 #include "testenv.h"
 #include "updater/ui/tasktreeview.h"
 #include "updater/ui/treemodel.h"
 #include "updater/ui/updaterpanel.h"
 #include "util/ui/notify.h"
+#include "viewer/ui/editor.h"
 #include "viewer/ui/editorpanel.h"
 
 #include <QContextMenuEvent>
 #include <QLabel>
-#include "shell/ui/bluetitlebar.h"
 #include <QLineEdit>
 #include <QMenuBar>
-#include <QTabBar>
-#include <QTableView>
-#include <QTimer>
-#include <QToolBar>
 #include <QMimeData>
 #include <QPlainTextEdit>
 #include <QSettings>
 #include <QStatusBar>
+#include <QTabBar>
+#include <QTableView>
 #include <QTemporaryDir>
+#include <QTimer>
+#include <QToolBar>
 #include <QToolButton>
 #include <QUrl>
 #include <QtTest>
@@ -41,6 +43,11 @@ struct Shown
     QString title;
     QString text;
 };
+
+QSettings settings()
+{
+    return QSettings(QStringLiteral("OKAV"), QStringLiteral("vrxassist"));
+}
 
 QStringList menuTexts(const QList<QAction *> &actions)
 {
@@ -60,6 +67,35 @@ QStringList hiddenDocks(const MainWindow &window)
             names << dock->objectName();
     }
     return names;
+}
+
+QToolButton *buttonWithTip(const QWidget *root, const QString &tip)
+{
+    for (QToolButton *button : root->findChildren<QToolButton *>()) {
+        if (button->toolTip().startsWith(tip))
+            return button;
+    }
+    return nullptr;
+}
+
+// Chooses an entry of the window's menu of that title, as a click on it would.
+void choose(const QWidget &window, const QString &menu, const QString &entry)
+{
+    for (QMenu *candidate : window.findChildren<QMenu *>()) {
+        for (QAction *action : candidate->actions()) {
+            if (candidate->title() == menu && action->text() == entry)
+                action->trigger();
+        }
+    }
+}
+
+bool focus(QWidget *top, QWidget *widget)
+{
+    QApplication::setActiveWindow(top);
+    if (!QTest::qWaitForWindowActive(top))
+        return false;
+    widget->setFocus();
+    return QTest::qWaitFor([widget] { return QApplication::focusWidget() == widget; });
 }
 } // namespace
 
@@ -89,6 +125,13 @@ private:
         return window;
     }
 
+    EditorPanel *openText(MainWindow &window, const QString &name, const QByteArray &contents)
+    {
+        QStringList files{makeFile(name, contents)};
+        window.openFiles(files);
+        return qobject_cast<EditorPanel *>(window.editorDockFor(files.first())->panel());
+    }
+
 private slots:
     void initTestCase()
     {
@@ -105,7 +148,7 @@ private slots:
 
     void init()
     {
-        QSettings(QStringLiteral("OKAV"), QStringLiteral("vrxassist")).clear();
+        settings().clear();
         m_shown.clear();
         m_answer = QMessageBox::No;
     }
@@ -114,7 +157,6 @@ private slots:
     {
         MainWindow window;
         QCOMPARE(window.windowTitle(), QStringLiteral("VRXAssist - (Build 20231)"));
-        QVERIFY(!window.windowIcon().isNull());
         const QList<QAction *> bar = window.menuBar()->actions();
         QCOMPARE(menuTexts(bar), (QStringList{"File", "View", "Layout", "Help"}));
         QCOMPARE(menuTexts(bar.at(0)->menu()->actions()),
@@ -122,88 +164,58 @@ private slots:
         const QStringList view = menuTexts(bar.at(1)->menu()->actions());
         QCOMPARE(view.mid(0, 2), (QStringList{"Show Title Bars", "Show All"}));
         QVERIFY(view.contains(QStringLiteral("VRXMonitor")));
-        const QStringList layout = menuTexts(bar.at(2)->menu()->actions());
-        QCOMPARE(layout, (QStringList{"Restore Layout", "Startup Layout", "Save layout...",
-                                      "Load layout...", "Animated docks", "Allow nested docks",
-                                      "Allow tabbed docks", "Force tabbed docks",
-                                      "Grouped dragging", "Switch layout direction",
-                                      "Tab Position"}));
+        QCOMPARE(menuTexts(bar.at(2)->menu()->actions()),
+                 (QStringList{"Restore Layout", "Startup Layout", "Save layout...",
+                              "Load layout...", "Animated docks", "Allow nested docks",
+                              "Allow tabbed docks", "Force tabbed docks", "Grouped dragging",
+                              "Switch layout direction", "Tab Position"}));
         QCOMPARE(menuTexts(bar.at(2)->menu()->actions().at(0)->menu()->actions()),
                  MainWindow::restoreLayoutNames());
         QCOMPARE(menuTexts(bar.at(3)->menu()->actions()),
                  (QStringList{"vrxassist FAQ", "About vrxassist"}));
-
         auto *toolBar = window.findChild<QToolBar *>(QStringLiteral("Main Toolbar"));
         QVERIFY(toolBar);
-        QCOMPARE(toolBar->iconSize(), QSize(16, 16));
-        const QList<QToolButton *> buttons = toolBar->findChildren<QToolButton *>();
-        QStringList tips;
-        for (QToolButton *button : buttons)
-            tips << button->toolTip();
-        QVERIFY(tips.contains(QStringLiteral("Open Text or Firmware file")));
-        QVERIFY(tips.contains(QStringLiteral("Show Plot Item List as popup\n(If not already visible)")));
-        QCOMPARE(window.shortcuts().size(), 17);
+        QVERIFY(buttonWithTip(toolBar, QStringLiteral("Open Text or Firmware file")));
+        QVERIFY(buttonWithTip(toolBar, "Show Plot Item List as popup\n(If not already visible)"));
     }
 
-    void firstStartArrangesAndStoresTheDefaultLayout()
+    void startupLayoutFollowsTheMenuChoice_data()
     {
-        auto window = startWindow();
-        QSettings settings(QStringLiteral("OKAV"), QStringLiteral("vrxassist"));
-        QVERIFY(!settings.value("MainWindowDefaultLayout/geometry").toByteArray().isEmpty());
-        QVERIFY(!settings.value("MainWindowDefaultLayout/state").toByteArray().isEmpty());
-        QVERIFY(window->startupDefaultAction()->isChecked());
-        QVERIFY(!window->startupLastUsedAction()->isChecked());
-        QVERIFY(window->isVisible());
+        QTest::addColumn<QString>("choice");
+        QTest::addColumn<bool>("broken"); // the stored last-used layout cannot be restored
+        QTest::newRow("default") << "Default" << false;
+        QTest::newRow("last used") << "Last Used" << false;
+        QTest::newRow("last used, broken") << "Last Used" << true;
     }
 
-    void lastUsedLayoutIsRestoredAtStartup()
+    void startupLayoutFollowsTheMenuChoice()
     {
-        QStringList hiddenBefore;
+        QFETCH(QString, choice);
+        QFETCH(bool, broken);
+        QStringList arranged;
         {
             auto window = startWindow();
-            window->arrangeLayout(QStringLiteral("Data Plot"));
+            // The first start stores the default layout.
+            QVERIFY(!settings().value("MainWindowDefaultLayout/state").toByteArray().isEmpty());
+            QVERIFY(window->startupDefaultAction()->isChecked());
+            choose(*window, QStringLiteral("Startup Layout"), choice);
+            choose(*window, QStringLiteral("Restore Layout"), QStringLiteral("Data Plot"));
             window->saveLastUsedLayout();
-            hiddenBefore = hiddenDocks(*window);
-            QVERIFY(hiddenBefore != hiddenDocks(*startWindow()));
+            arranged = hiddenDocks(*window);
         }
-        storeStartupLayoutOption(1);
+        if (broken)
+            settings().setValue("MainWindowLastUsedLayout/state", QByteArray("not a state"));
+        const bool lastUsed = choice == QLatin1String("Last Used");
         auto window = startWindow();
-        QVERIFY(window->startupLastUsedAction()->isChecked());
-        QCOMPARE(hiddenDocks(*window), hiddenBefore);
-    }
-
-    void brokenLastUsedLayoutFallsBackToDefault()
-    {
-        QSettings settings(QStringLiteral("OKAV"), QStringLiteral("vrxassist"));
-        settings.setValue("MainWindowLastUsedLayout/state", QByteArray("not a state"));
-        storeStartupLayoutOption(5);
-        auto window = startWindow();
-        QVERIFY(window->startupLastUsedAction()->isChecked());
-        // The default arrangement replaced the broken one and was stored as last used.
-        QVERIFY(settings.value("MainWindowLastUsedLayout/state").toByteArray() !=
-                QByteArray("not a state"));
+        QCOMPARE(window->startupLastUsedAction()->isChecked(), lastUsed);
+        QCOMPARE(hiddenDocks(*window) == arranged, lastUsed && !broken);
+        // A broken one is quietly replaced by the default arrangement.
+        QVERIFY(settings().value("MainWindowLastUsedLayout/state") != QByteArray("not a state"));
         QVERIFY(m_shown.isEmpty());
-    }
 
-    void startupLayoutMenuStoresTheChoice()
-    {
-        MainWindow window;
-        window.onStartupLayoutMenuTriggered(window.startupLastUsedAction());
-        QVERIFY(readLastUsedStartupLayoutOption());
-        window.onStartupLayoutMenuTriggered(window.startupDefaultAction());
-        QVERIFY(!readLastUsedStartupLayoutOption());
-        QAction stray(QStringLiteral("Other"));
-        window.onStartupLayoutMenuTriggered(&stray);
-        QCOMPARE(m_shown.size(), 1);
-        QCOMPARE(m_shown.at(0).title, QStringLiteral("Error"));
-        QCOMPARE(m_shown.at(0).text, QStringLiteral("Error setting startup layout options!"));
-    }
-
-    void restoreStartupReturnsToTheStartArrangement()
-    {
-        auto window = startWindow();
+        // "Startup" returns to what the window started with.
         const QStringList atStart = hiddenDocks(*window);
-        window->arrangeLayout(QStringLiteral("Advanced"));
+        choose(*window, QStringLiteral("Restore Layout"), QStringLiteral("Advanced"));
         QVERIFY(hiddenDocks(*window) != atStart);
         QVERIFY(window->arrangeLayout(QStringLiteral("Startup")));
         QCOMPARE(hiddenDocks(*window), atStart);
@@ -212,18 +224,19 @@ private slots:
     void f3AndF4CycleThroughTheNamedLayouts()
     {
         auto window = startWindow();
+        QVERIFY(focus(window.get(), window.get()));
+        const auto press = [&window](Qt::Key key, int expected) {
+            QTest::keyClick(window.get(), key);
+            return window->restoreLayoutIndex() == expected;
+        };
         QCOMPARE(window->restoreLayoutIndex(), 0);
-        window->on_F3_Pressed();
-        QCOMPARE(window->restoreLayoutIndex(), 4);
-        window->on_F4_Pressed();
-        QCOMPARE(window->restoreLayoutIndex(), 0);
-        window->on_F4_Pressed();
-        QCOMPARE(window->restoreLayoutIndex(), 1);
+        QVERIFY(press(Qt::Key_F3, 4));
+        QVERIFY(press(Qt::Key_F4, 0));
+        QVERIFY(press(Qt::Key_F4, 1));
         // "Advanced" shows both plot views.
         QVERIFY(!hiddenDocks(*window).contains(QStringLiteral("PlotViewBDock")));
-        window->on_F3_Pressed();
-        window->on_F3_Pressed();
-        QCOMPARE(window->restoreLayoutIndex(), 4);
+        QVERIFY(press(Qt::Key_F3, 0));
+        QVERIFY(press(Qt::Key_F3, 4));
         QVERIFY(m_shown.isEmpty());
     }
 
@@ -233,12 +246,10 @@ private slots:
         const QString firmware = makeFile("board.mcs");
         const QString log = makeFile("run.log", "ERROR: one\nINFO : two\n");
         const QString sample = makeFile("capture.bin", QByteArray(64, '\1'));
-        const QString upper = makeFile("NOTES.TXT");
         const QString missing = m_dir.filePath("gone.log");
 
-        QStringList files{firmware, log, missing, sample, upper};
+        QStringList files{firmware, log, missing, sample, makeFile("NOTES.TXT")};
         window->openFiles(files);
-
         QCOMPARE(window->updaterPanel()->taskModel()->filePaths(), QStringList{firmware});
         QCOMPARE(window->plotList()->model()->rowCount(), 1);
         QCOMPARE(window->plotList()->model()->filePath(0), sample);
@@ -250,7 +261,6 @@ private slots:
                  QStringLiteral("The selected file:\n\n %1\n\n could not be found!").arg(missing));
 
         DockWidget *dock = window->editorDockFor(log);
-        QVERIFY(dock);
         QCOMPARE(dock->windowTitle(), QStringLiteral("Editor 1: run.log"));
         QCOMPARE(dock->toolTip(), log);
         auto *panel = qobject_cast<EditorPanel *>(dock->panel());
@@ -264,19 +274,20 @@ private slots:
         QCOMPARE(window->editorDocks().size(), 2);
         QVERIFY(!dock->isHidden());
 
-        QStringList none;
-        window->openFiles(none);
-        QCOMPARE(window->editorDocks().size(), 2);
+        choose(*window, QStringLiteral("File"), QStringLiteral("Close All Editors"));
+        QCOMPARE(window->editorDocks().size(), 0);
+        // The monitor's output and the updater's console are (live) editor panels too and stay.
+        QTRY_COMPARE(window->findChildren<EditorPanel *>().size(), 2);
+        for (EditorPanel *live : window->findChildren<EditorPanel *>())
+            QCOMPARE(live->mode(), EditorPanel::Live);
     }
 
     void changedFileMarksItsTabAndKeepsItsMenu()
     {
         auto window = startWindow();
-        const QString log = makeFile("watched.log");
-        QStringList files{log};
-        window->openFiles(files);
-        DockWidget *dock = window->editorDockFor(log);
-        QFile file(log);
+        EditorPanel *panel = openText(*window, "watched.log", "line\n");
+        DockWidget *dock = window->editorDockFor(m_dir.filePath("watched.log"));
+        QFile file(m_dir.filePath("watched.log"));
         QVERIFY(file.open(QIODevice::Append));
         file.write("more\n");
         file.close();
@@ -309,109 +320,61 @@ private slots:
         QCOMPARE(shown, static_cast<QWidget *>(dock->contextMenu()));
 
         // The panel's own reload button reads the file afresh and clears the mark.
-        for (QToolButton *button : dock->panel()->findChildren<QToolButton *>()) {
-            if (button->toolTip() == QLatin1String("Reload current file from disk"))
-                QTest::mouseClick(button, Qt::LeftButton);
-        }
+        QTest::mouseClick(buttonWithTip(panel, "Reload current file from disk"), Qt::LeftButton);
         QTRY_COMPARE(bar->tabText(tab), dock->baseTitle());
     }
 
     void restoringALayoutKeepsThePlotListPopupUsable()
     {
         auto window = startWindow();
-        QToolButton *popup = nullptr;
-        for (QToolButton *button : window->findChildren<QToolButton *>()) {
-            if (button->toolTip().startsWith(QStringLiteral("Show Plot Item List as popup")))
-                popup = button;
-        }
+        QToolButton *popup = buttonWithTip(window.get(), "Show Plot Item List as popup");
         QVERIFY(popup);
-        QMenu *restore = nullptr;
-        for (QMenu *menu : window->findChildren<QMenu *>()) {
-            if (menu->title() == QLatin1String("Restore Layout"))
-                restore = menu;
-        }
-        QVERIFY(restore);
-        const auto choose = [restore](const QString &name) {
-            for (QAction *action : restore->actions()) {
-                if (action->text() == name)
-                    action->trigger();
-            }
-        };
         QVERIFY(popup->isEnabled()); // the list's dock is hidden in the default layout
-        choose(QStringLiteral("Data Plot"));
+        choose(*window, QStringLiteral("Restore Layout"), QStringLiteral("Data Plot"));
         QVERIFY(!popup->isEnabled());
-        choose(QStringLiteral("Default"));
+        choose(*window, QStringLiteral("Restore Layout"), QStringLiteral("Default"));
         QVERIFY(popup->isEnabled());
-    }
-
-    void closeAllEditorsRemovesTheirDocks()
-    {
-        auto window = startWindow();
-        QStringList files{makeFile("a.txt"), makeFile("b.c")};
-        window->openFiles(files);
-        QCOMPARE(window->editorDocks().size(), 2);
-        window->onCloseAllEditorsTriggered();
-        QCOMPARE(window->editorDocks().size(), 0);
-        // The monitor's output and the updater's console are (live) editor panels too and stay.
-        QTRY_COMPARE(window->findChildren<EditorPanel *>().size(), 2);
-        for (EditorPanel *panel : window->findChildren<EditorPanel *>())
-            QCOMPARE(panel->mode(), EditorPanel::Live);
     }
 
     void recentFilesShowTheNewestEight()
     {
         auto window = startWindow();
-        QStringList opened;
-        for (int i = 0; i < 10; ++i)
-            opened << makeFile(QStringLiteral("recent%1.txt").arg(i));
-        for (const QString &path : opened) {
-            QStringList one{path};
-            window->openFiles(one);
-        }
-        const QStringList stored = QSettings(QStringLiteral("OKAV"), QStringLiteral("vrxassist"))
-                                       .value("RecentFiles/RecentTextFilePaths")
-                                       .toStringList();
-        QCOMPARE(stored.size(), 8);
-        QCOMPARE(stored.first(), opened.last());
         const QList<QAction *> actions = window->recentFileActions();
         QCOMPARE(actions.size(), 8);
+        QStringList newestFirst;
+        for (int i = 0; i < 10; ++i) {
+            QStringList one{makeFile(QStringLiteral("recent%1.txt").arg(i))};
+            window->openFiles(one);
+            newestFirst.prepend(one.first());
+            if (i < 7) // entries beyond what was opened stay out of the menu
+                QVERIFY(!actions.at(i + 1)->isVisible());
+        }
+        QCOMPARE(settings().value("RecentFiles/RecentTextFilePaths").toStringList(),
+                 newestFirst.mid(0, 8));
         for (int i = 0; i < 8; ++i) {
             QVERIFY(actions.at(i)->isVisible());
-            QCOMPARE(actions.at(i)->text(), QStringLiteral("%1. %2").arg(i + 1).arg(opened.at(9 - i)));
+            QCOMPARE(actions.at(i)->text(),
+                     QStringLiteral("%1. %2").arg(i + 1).arg(newestFirst.at(i)));
         }
         // Choosing an entry opens that path (an existing dock is raised, not duplicated).
         const int docks = window->editorDocks().size();
-        window->onFileMenuTriggered(actions.at(7));
+        actions.at(7)->trigger();
         QCOMPARE(window->editorDocks().size(), docks);
-    }
-
-    void recentMenuHidesUnusedEntries()
-    {
-        QSettings(QStringLiteral("OKAV"), QStringLiteral("vrxassist"))
-            .setValue("RecentFiles/RecentTextFilePaths", QStringList{"/x/one.log", "/x/two.log"});
-        MainWindow window;
-        const QList<QAction *> actions = window.recentFileActions();
-        QVERIFY(actions.at(1)->isVisible());
-        QCOMPARE(actions.at(1)->text(), QStringLiteral("2. /x/two.log"));
-        QVERIFY(!actions.at(2)->isVisible());
     }
 
     void dropsOnTheTaskListQueueFirmware()
     {
         auto window = startWindow();
-        window->arrangeLayout(QStringLiteral("Default"));
         window->resize(1200, 800);
         QApplication::processEvents();
         TaskTreeView *taskList = window->updaterPanel()->taskList();
         QVERIFY(taskList->isVisible());
         const QString firmware = makeFile("drop.mcs");
-        const QString sample = makeFile("drop.bin");
         QMimeData data;
-        data.setUrls({QUrl::fromLocalFile(firmware), QUrl::fromLocalFile(sample)});
-        const QPoint onList = taskList->mapTo(window.get(), taskList->rect().center());
+        data.setUrls({QUrl::fromLocalFile(firmware), QUrl::fromLocalFile(makeFile("drop.bin"))});
         QtVilo *plots = window->plotList();
         QVERIFY(!plots->isVisible()); // the default layout leaves the list out
-        window->redirectDrop(&data, onList);
+        window->redirectDrop(&data, taskList->mapTo(window.get(), taskList->rect().center()));
         QCOMPARE(window->updaterPanel()->taskModel()->filePaths(), QStringList{firmware});
         QCOMPARE(window->updaterPanel()->taskModel()->recentFirmwarePaths(), QStringList{firmware});
         // What the list cannot use comes back through the main window's dispatch, and the
@@ -430,7 +393,7 @@ private slots:
     void dragsBetweenTaskAndPlotListsCarryPaths()
     {
         auto window = startWindow();
-        window->arrangeLayout(QStringLiteral("Advanced")); // both lists in view
+        choose(*window, QStringLiteral("Restore Layout"), QStringLiteral("Advanced")); // both lists
         QApplication::processEvents();
         TreeModel *tasks = window->updaterPanel()->taskModel();
         QtViloPlotItemsModel *plots = window->plotList()->model();
@@ -473,103 +436,93 @@ private slots:
         QCOMPARE(plots->rowCount(), 2);
     }
 
-    void layoutFilesRoundTripAndReportFailures()
+    void layoutFilesLoadBackAndReportFailures_data()
     {
+        QTest::addColumn<QByteArray>("bytes"); // what the loaded file holds; null: no file
+        QTest::addColumn<QString>("shown");    // the first line of the message
+        const QString reading = QStringLiteral("Error reading %1");
+        QTest::newRow("no file") << QByteArray() << "Failed to open %1";
+        QTest::newRow("empty file") << QByteArray("") << reading;
+        QTest::newRow("length byte only") << QByteArray("\x00", 1) << reading;
+        QTest::newRow("geometry cut short") << QByteArray("\x0a" "abc", 4) << reading;
+        QTest::newRow("no state") << QByteArray("\x03" "abc", 4) << reading;
+        // What a geometry longer than the length byte can announce gives back.
+        QTest::newRow("geometry too long") << char(44) + QByteArray(300, 'g') << reading;
+    }
+
+    void layoutFilesLoadBackAndReportFailures()
+    {
+        QFETCH(QByteArray, bytes);
+        QFETCH(QString, shown);
         auto window = startWindow();
-        const QString path = m_dir.filePath("mine.layout");
-        QVERIFY(window->saveLayoutToFile(path));
-        QVERIFY(window->loadLayoutFromFile(path));
+        QVERIFY(window->saveLayoutToFile(m_dir.filePath("mine.layout")));
+        QVERIFY(window->loadLayoutFromFile(m_dir.filePath("mine.layout")));
         QVERIFY(m_shown.isEmpty());
 
-        // A geometry that does not fit the length byte cannot be read back.
-        const QString longOne = m_dir.filePath("long.layout");
-        QVERIFY(LayoutFile::write(longOne, {QByteArray(300, 'g'), window->saveState(0)}).ok());
-        QVERIFY(!window->loadLayoutFromFile(longOne));
+        const QString path =
+            bytes.isNull() ? m_dir.filePath("absent.layout") : makeFile("bad.layout", bytes);
+        QVERIFY(!window->loadLayoutFromFile(path));
         QCOMPARE(m_shown.size(), 1);
         QCOMPARE(m_shown.at(0).title, QStringLiteral("Error"));
-        QCOMPARE(m_shown.at(0).text,
-                 QStringLiteral("Error reading %1").arg(QDir::toNativeSeparators(longOne)));
-
-        const QString noState = makeFile("nostate.layout", QByteArray("\x02" "ab", 3));
-        QVERIFY(!window->loadLayoutFromFile(noState));
-        QCOMPARE(m_shown.last().text,
-                 QStringLiteral("Error reading %1").arg(QDir::toNativeSeparators(noState)));
-
-        QVERIFY(!window->loadLayoutFromFile(m_dir.filePath("absent.layout")));
-        QVERIFY(m_shown.last().text.startsWith(QStringLiteral("Failed to open ")));
+        QCOMPARE(m_shown.at(0).text.section(QLatin1Char('\n'), 0, 0),
+                 shown.arg(QDir::toNativeSeparators(path)));
     }
 
     void shortcutsReachOnlyTheFocusedTextPanel()
     {
         auto window = startWindow();
-        const QString log = makeFile("keys.log", "alpha\nbeta\nalpha\n");
-        QStringList files{log};
-        window->openFiles(files);
-        auto *panel = qobject_cast<EditorPanel *>(window->editorDockFor(log)->panel());
-        QTRY_VERIFY(panel->textView()->toPlainText().startsWith(QStringLiteral("alpha")));
-        QApplication::setActiveWindow(window.get());
-        panel->textView()->setFocus();
-        QTRY_COMPARE(QApplication::focusWidget(), static_cast<QWidget *>(panel->textView()));
-        QCOMPARE(window->findFocusedDockWidget(), window->editorDockFor(log));
+        EditorPanel *panel = openText(*window, "keys.log", "alpha\nbeta\nalpha\n");
+        QPlainTextEdit *text = panel->textView();
+        QTRY_VERIFY(text->toPlainText().startsWith(QStringLiteral("alpha")));
+        QVERIFY(focus(window.get(), text));
+        QCOMPARE(window->findFocusedDockWidget()->panel(), static_cast<QWidget *>(panel));
 
-        window->onCTRL_S_Pressed();
-        window->onCTRL_W_Pressed();
+        QTest::keyClick(text, Qt::Key_S, Qt::ControlModifier);
+        QTest::keyClick(text, Qt::Key_W, Qt::ControlModifier);
         QVERIFY(panel->toggleButton(TextPanel::MatchFilter)->isChecked());
         QVERIFY(!panel->toggleButton(TextPanel::ErrorFilter)->isChecked());
         QVERIFY(panel->toggleButton(TextPanel::WarningFilter)->isChecked());
 
-        QTextCursor cursor = panel->textView()->textCursor();
+        QTextCursor cursor = text->textCursor();
         cursor.movePosition(QTextCursor::Start);
         cursor.movePosition(QTextCursor::EndOfWord, QTextCursor::KeepAnchor);
-        panel->textView()->setTextCursor(cursor);
-        window->onCTRL_F_Pressed();
+        text->setTextCursor(cursor);
+        QTest::keyClick(text, Qt::Key_F, Qt::ControlModifier);
         QCOMPARE(panel->searchField()->text(), QStringLiteral("alpha"));
         QCOMPARE(panel->searchField()->selectedText(), QStringLiteral("alpha"));
 
         // With the search field focused, "/" is typed, not a jump to the next match.
-        panel->textView()->moveCursor(QTextCursor::Start);
-        window->on_Slash_Pressed();
-        QCOMPARE(panel->textView()->textCursor().blockNumber(), 0);
-        panel->textView()->setFocus();
-        QTRY_COMPARE(QApplication::focusWidget(), static_cast<QWidget *>(panel->textView()));
+        text->moveCursor(QTextCursor::Start);
+        QVERIFY(focus(window.get(), panel->searchField()));
+        QTest::keyClick(panel->searchField(), Qt::Key_Slash);
+        QCOMPARE(panel->searchField()->text(), QStringLiteral("/"));
+        QCOMPARE(text->textCursor().blockNumber(), 0);
+        panel->searchField()->setText(QStringLiteral("alpha"));
+        QVERIFY(focus(window.get(), text));
         // The whole-file search behind the counter has to finish first.
         QTRY_VERIFY(panel->counterLabel()->text() != QLatin1String(" --/-- "));
-        window->on_Slash_Pressed();
-        QVERIFY(panel->textView()->textCursor().hasSelection());
+        QTest::keyClick(text, Qt::Key_Slash);
+        QVERIFY(text->textCursor().hasSelection());
 
         // A panel that does not handle keys is left alone.
-        window->plotList()->itemsView()->setFocus();
-        QTRY_COMPARE(QApplication::focusWidget(),
-                     static_cast<QWidget *>(window->plotList()->itemsView()));
-        window->onCTRL_S_Pressed();
+        QVERIFY(focus(window.get(), window->plotList()->itemsView()));
+        QTest::keyClick(window->plotList()->itemsView(), Qt::Key_S, Qt::ControlModifier);
         QVERIFY(panel->toggleButton(TextPanel::MatchFilter)->isChecked());
     }
 
-    void statusLineFollowsTheFocusedPanel()
+    void aRunningToolShowsInTheStatusLineAndClosingAsksFirst()
     {
         auto window = startWindow();
         QCOMPARE(window->statusText(), QStringLiteral("Status: Idle 0:0:0:0"));
         UpdaterConsole *console = window->updaterPanel()->consoleView();
-        QApplication::setActiveWindow(window.get());
-        console->textView()->setFocus();
+        QVERIFY(focus(window.get(), console->textView()));
         QTRY_VERIFY(window->statusText().startsWith(QStringLiteral(" Status: Idle ")));
         QVERIFY(window->statusBar()->toolTip().startsWith(QStringLiteral("Time since start: ")));
-        console->process()->start(QStringLiteral("sleep"), {QStringLiteral("30")});
-        QVERIFY(console->process()->waitForStarted());
-        QTRY_VERIFY(window->statusText().startsWith(QStringLiteral(" Status: Running... ")));
-        console->process()->kill();
-        console->process()->waitForFinished();
-        QTRY_VERIFY(window->statusText().startsWith(QStringLiteral(" Status: Idle ")));
-    }
-
-    void closingWhileTheUpdaterRunsAsksFirst()
-    {
-        auto window = startWindow();
-        QProcess *process = window->updaterPanel()->consoleView()->process();
+        QProcess *process = console->process();
         process->start(QStringLiteral("sleep"), {QStringLiteral("30")});
         QVERIFY(process->waitForStarted());
+        QTRY_VERIFY(window->statusText().startsWith(QStringLiteral(" Status: Running... ")));
 
-        m_answer = QMessageBox::No;
         QVERIFY(!window->close());
         QVERIFY(window->isVisible());
         QCOMPARE(process->state(), QProcess::Running);
@@ -578,12 +531,11 @@ private slots:
         QCOMPARE(m_shown.at(0).text,
                  QStringLiteral("Child process:\n\nsleep\n\nis currently still running!\n\n"
                                 "Terminate this process and quit?"));
-
         m_answer = QMessageBox::Yes;
         QVERIFY(window->close());
         QCOMPARE(process->state(), QProcess::NotRunning);
-        QSettings settings(QStringLiteral("OKAV"), QStringLiteral("vrxassist"));
-        QVERIFY(!settings.value("MainWindowLastUsedLayout/state").toByteArray().isEmpty());
+        QTRY_VERIFY(window->statusText().startsWith(QStringLiteral(" Status: Idle ")));
+        QVERIFY(!settings().value("MainWindowLastUsedLayout/state").toByteArray().isEmpty());
     }
 
     void ctrlETogglesTheErrorFilterDockedAndFloating_data()
@@ -597,19 +549,13 @@ private slots:
     {
         QFETCH(bool, floating);
         auto window = startWindow();
-        const QString log = makeFile("keys.log", "ERROR: one\n");
-        QStringList files{log};
-        window->openFiles(files);
-        DockWidget *dock = window->editorDockFor(log);
-        auto *panel = qobject_cast<EditorPanel *>(dock->panel());
+        EditorPanel *panel = openText(*window, "keys.log", "ERROR: one\n");
+        DockWidget *dock = window->editorDockFor(m_dir.filePath("keys.log"));
         if (floating)
             dock->FloatingToggle();
         QCOMPARE(dock->isFloating(), floating);
         QWidget *top = floating ? static_cast<QWidget *>(dock) : window.get();
-        QApplication::setActiveWindow(top);
-        QVERIFY(QTest::qWaitForWindowActive(top));
-        panel->textView()->setFocus();
-        QTRY_COMPARE(QApplication::focusWidget(), static_cast<QWidget *>(panel->textView()));
+        QVERIFY(focus(top, panel->textView()));
         QAbstractButton *errors = panel->toggleButton(TextPanel::ErrorFilter);
         const bool before = errors->isChecked();
         QTest::keyClick(panel->textView(), Qt::Key_E, Qt::ControlModifier);
@@ -617,8 +563,7 @@ private slots:
         QTest::keyClick(panel->textView(), Qt::Key_E, Qt::ControlModifier);
         QCOMPARE(errors->isChecked(), before);
         // Every float or dock also stores the layout as the last used one.
-        QSettings settings(QStringLiteral("OKAV"), QStringLiteral("vrxassist"));
-        QCOMPARE(settings.value("MainWindowLastUsedLayout/state").toByteArray().isEmpty(),
+        QCOMPARE(settings().value("MainWindowLastUsedLayout/state").toByteArray().isEmpty(),
                  !floating);
     }
 
@@ -626,22 +571,20 @@ private slots:
     {
         auto window = startWindow();
         QVERIFY(!hiddenDocks(*window).isEmpty());
-        QAction *showAll = window->menuBar()->actions().at(1)->menu()->actions().at(1);
-        QCOMPARE(showAll->text(), QStringLiteral("Show All"));
-        QVERIFY(!showAll->isChecked());
-        showAll->trigger();
+        choose(*window, QStringLiteral("View"), QStringLiteral("Show All"));
         QVERIFY(hiddenDocks(*window).isEmpty());
-        QVERIFY(showAll->isChecked());
     }
 
-    void realTimeRequestsReachThePlotList()
+    void realTimeRequestsFromTheMonitorReachThePlotList()
     {
         MainWindow window;
+        VrxMon *server = window.monitorPanel()->editor()->vrxMonHost()->server();
         QtVilo *plot = window.plotList();
-        plot->onVirtualPlotItemConnected(QStringLiteral("4711, /opt/grabber, rec, 0x10, 64, int16, 1"));
-        plot->clearOnFirstVirtualPlot();
-        plot->onVirtualPlotItemConnected(QStringLiteral("4712, /opt/grabber, rec, 0x20, 64, int16, 1"));
-        QCOMPARE(plot->model()->rowCount(), 1);
+        emit server->VirtualPlotItemConnected("4711, /opt/grabber, rec, 0x10, 64, int16, 1");
+        // The first client of a session clears what earlier ones left.
+        emit server->firstClientConnected();
+        emit server->VirtualPlotItemConnected("4712, /opt/grabber, rec, 0x20, 64, int16, 1");
+        QTRY_COMPARE(plot->model()->rowCount(), 1);
         QVERIFY(plot->model()->isMemoryItem(0));
         QVERIFY(plot->model()->filePath(0).startsWith(QStringLiteral("4712")));
     }

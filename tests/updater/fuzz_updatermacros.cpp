@@ -9,12 +9,12 @@
 #include "updater/core/updatermacros.h"
 
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QStringList>
 
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 
 // The built-in macro list is a compiled-in resource this target does not link; nothing here
 // reads it.
@@ -26,17 +26,6 @@ const QStringList Placeholders = {QStringLiteral("%descr"), QStringLiteral("%dv"
                                   QStringLiteral("%fp"), QStringLiteral("%ver"),
                                   QStringLiteral("%1")};
 
-bool isAsciiDigits(const QString &s)
-{
-    if (s.isEmpty())
-        return false;
-    for (const QChar c : s) {
-        if (c.unicode() < '0' || c.unicode() > '9')
-            return false;
-    }
-    return true;
-}
-
 bool isNameSeparator(QChar c)
 {
     const ushort u = c.unicode();
@@ -47,6 +36,7 @@ bool isNameSeparator(QChar c)
 // 32 bits without leading zeros; empty otherwise.
 QString referenceVersion(const QString &fileName)
 {
+    static const QRegularExpression number(QStringLiteral("^(?:r|rev|v)?([0-9]+)\\z"));
     QString digits;
     QString part;
     const QString base = QFileInfo(fileName).completeBaseName() + QLatin1Char('_');
@@ -55,16 +45,9 @@ QString referenceVersion(const QString &fileName)
             part += c;
             continue;
         }
-        if (part.isEmpty())
-            continue;
-        const QString lower = part.toLower();
-        for (const char *lead : {"", "r", "rev", "v"}) {
-            const QString rest = lower.mid(int(std::strlen(lead)));
-            if (lower.startsWith(QLatin1String(lead)) && isAsciiDigits(rest)) {
-                digits = rest;
-                break;
-            }
-        }
+        const QRegularExpressionMatch match = number.match(part.toLower());
+        if (match.hasMatch())
+            digits = match.captured(1);
         part.clear();
     }
     quint64 value = 0;
@@ -78,14 +61,8 @@ QString referenceVersion(const QString &fileName)
 
 bool isDescriptionPart(const QString &part)
 {
-    if (part == QLatin1String("FW"))
-        return true;
-    for (const char *unit : {"GS", "CH", "X", "A", "C"}) {
-        if (part.endsWith(QLatin1String(unit)) &&
-            isAsciiDigits(part.left(part.size() - int(std::strlen(unit)))))
-            return true;
-    }
-    return false;
+    static const QRegularExpression unit(QStringLiteral("^(?:FW|[0-9]+(?:GS|CH|X|A|C))\\z"));
+    return unit.match(part).hasMatch();
 }
 
 void checkName(const QString &path, const FirmwareName &name)

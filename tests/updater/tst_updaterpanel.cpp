@@ -11,14 +11,17 @@
 
 #include <QAction>
 #include <QCheckBox>
-#include <QFileDialog>
-#include <QToolButton>
 #include <QComboBox>
+#include <QFileDialog>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMimeData>
+#include <QPixmap>
 #include <QSpinBox>
 #include <QTemporaryDir>
+#include <QToolButton>
 #include <QTimer>
+#include <QUrl>
 #include <QtTest>
 
 #include <memory>
@@ -54,6 +57,27 @@ QList<QStringList> recordedRuns(const QString &logPath)
     return runs;
 }
 
+QString cell(const TreeModel &model, int row, int column, int role = Qt::DisplayRole)
+{
+    return model.data(model.index(row, column), role).toString();
+}
+
+QStringList column(const TreeModel &model, int column)
+{
+    QStringList values;
+    for (int row = 0; row < model.rowCount(); ++row)
+        values << cell(model, row, column);
+    return values;
+}
+
+// Drops go straight to the handler: a real drag needs a window system to carry it.
+class DropTarget : public TaskTreeView
+{
+public:
+    using TaskTreeView::dropEvent;
+    using TaskTreeView::TaskTreeView;
+};
+
 } // namespace
 
 class Tst : public QObject
@@ -87,6 +111,16 @@ class Tst : public QObject
         return panel.runner()->isRunning() ? ended.wait(Wait) : ended.count() > 0;
     }
 
+    // Chooses the panel's action of that text, as a click on its button or menu entry would.
+    static void trigger(UpdaterPanel &panel, const QString &text)
+    {
+        for (QAction *action : panel.findChildren<QAction *>()) {
+            if (action->text() == text || action->toolTip() == text)
+                return action->trigger();
+        }
+        QFAIL(qPrintable("no action " + text));
+    }
+
     UpdaterTask task(const QString &name, const QString &macro, const QString &device = {})
     {
         UpdaterTask t;
@@ -100,6 +134,8 @@ private slots:
     void initTestCase()
     {
         initResources();
+        // Lets QSignalSpy copy the list the task list's signal passes by reference.
+        qRegisterMetaType<QStringList>("QStringList&");
         QCoreApplication::setOrganizationName(QStringLiteral("OKAV"));
         QCoreApplication::setApplicationName(QStringLiteral("vrxassist"));
         QDir().mkpath(ToolLocator::dataDirectory());
@@ -132,32 +168,47 @@ private slots:
 
     void deviceCommandsReachTheTool_data()
     {
-        QTest::addColumn<QString>("slot");
+        QTest::addColumn<QString>("action");
         QTest::addColumn<bool>("i2c");
-        QTest::addColumn<QStringList>("arguments");
-        QTest::newRow("refresh") << "onRefreshBtnClicked" << true << QStringList{"--list"};
-        QTest::newRow("layout") << "onMemLayoutBtnClicked" << false
-                                << QStringList{"-d1", "--show-memory-layout"};
-        QTest::newRow("images i2c")
-            << "onListImagesBtnClicked" << true << QStringList{"-d1", "--list-images", "--if=i2c"};
-        QTest::newRow("reboot") << "onRebootBtnClicked" << false << QStringList{"-d1", "-i2", "-b"};
-        QTest::newRow("erase") << "onEraseBtnClicked" << false << QStringList{"-d1", "-i2", "-e"};
+        QTest::addColumn<QStringList>("arguments"); // with the second device and image 2 chosen
+        const auto row = [](const char *action, bool i2c, QStringList arguments) {
+            if (i2c && arguments.first().startsWith(QLatin1String("-d")))
+                arguments << QStringLiteral("--if=i2c");
+            QTest::addRow("%s%s", action, i2c ? ", i2c" : "")
+                << QString(action) << i2c << arguments;
+        };
+        row("Refresh Device List", true, {"--list"});
+        row("List+", true, {"--list-detailed"});
+        row("ID", false, {"-d1", "--identify"});
+        row("Show memory layout", false, {"-d1", "--show-memory-layout"});
+        row("List images", true, {"-d1", "--list-images"});
+        row("Reboot into selected image", false, {"-d1", "-i2", "-b"});
+        row("Reboot into selected image", true, {"-d1", "-i2", "-b"});
+        row("Set default image", false, {"-d1", "--set-default-image=2"});
+        row("Set candidate image", false, {"-d1", "--set-candidate-image=2"});
+        row("Confirm candidate image", true, {"-d1", "--confirm-candidate-image"});
+        row("Erase image", false, {"-d1", "-i2", "-e"});
+        row("Test primary", false, {"-d1", "--test-primary"});
+        row("Test secondary", true, {"-d1", "--test-secondary"});
+        row("Get DNA", false, {"-d1", "--get-dna"});
     }
 
     void deviceCommandsReachTheTool()
     {
-        QFETCH(QString, slot);
+        QFETCH(QString, action);
         QFETCH(bool, i2c);
         QFETCH(QStringList, arguments);
-        writeFile(ToolLocator::deviceListPath(), "Device 0: VRX14 A\nDevice 1: VRX7 B\n");
+        const bool refresh = arguments.first() == QLatin1String("--list");
+        if (!refresh)
+            writeFile(ToolLocator::deviceListPath(), "Device 0: VRX14 A\nDevice 1: VRX7 B\n");
         auto panel = makePanel();
-        QCOMPARE(panel->devices().size(), 2);
-        panel->deviceSelector()->setCurrentIndex(2); // past the "Choose Device" prompt
+        QCOMPARE(panel->deviceSelector()->itemText(0),
+                 refresh ? "Please Refresh" : "Choose Device");
+        panel->deviceSelector()->setCurrentIndex(2); // the second device
         panel->imageSelector()->setValue(2);
         panel->i2cOption()->setChecked(i2c);
-        QVERIFY(QMetaObject::invokeMethod(panel.get(), slot.toLatin1().constData()));
+        trigger(*panel, action);
         QVERIFY(panel->runner()->isRunning());
-        QVERIFY(!panel->runControls().isEmpty());
         QVERIFY(!static_cast<QAction *>(panel->runControls().constFirst())->isEnabled());
         QVERIFY(waitForRun(*panel));
         QCOMPARE(recordedRuns(m_log), QList<QStringList>{arguments});
@@ -165,19 +216,12 @@ private slots:
         QVERIFY(consoleText(*panel).contains("NOTE : Using installed VRXUpdater: " + m_tool));
         QVERIFY(consoleText(*panel).contains(QRegularExpression("NOTE : Time taken: \\d+ \\w+")));
         QVERIFY(static_cast<QAction *>(panel->runControls().constFirst())->isEnabled());
-        // The console keeps its own title; "VRXUpdater" is the panel's.
-        QCOMPARE(panel->consoleView()->windowTitle(), QStringLiteral("VRXUpdater Console"));
-        if (slot == "onEraseBtnClicked")
-            QVERIFY(m_boxes.first().startsWith("Risky Firmware Operation|This action will "
-                                               "completely erase"));
-    }
-
-    void listCommandFillsTheSelector()
-    {
-        auto panel = makePanel();
-        QCOMPARE(panel->deviceSelector()->itemText(0), QStringLiteral("Please Refresh"));
-        panel->onRefreshBtnClicked();
-        QVERIFY(waitForRun(*panel));
+        // Only these two ask before they go ahead.
+        const bool risky = action == "Erase image" || action == "Confirm candidate image";
+        QCOMPARE(m_boxes.value(0).startsWith("Risky Firmware Operation|"), risky);
+        if (!refresh)
+            return;
+        // What the tool listed fills the selector and is kept for the next start.
         QCOMPARE(panel->devices(),
                  QStringList({"0: VRX14 SN 01234 (PCIe)", "1: VRX7 SN 05678 (USB)"}));
         QCOMPARE(panel->deviceSelector()->itemText(0), QStringLiteral("Choose Device"));
@@ -188,102 +232,110 @@ private slots:
 
     void enterOnARiskyBoxNeverGoesAhead_data()
     {
-        QTest::addColumn<bool>("toolAsks");
-        QTest::newRow("erase button") << false;
-        QTest::newRow("tool's own question") << true;
+        QTest::addColumn<bool>("toolAsks"); // the tool's own question, or the erase button's
+        QTest::addColumn<QString>("answer");
+        QTest::newRow("erase button, stray Enter") << false << "Enter";
+        QTest::newRow("tool's question, stray Enter") << true << "Enter";
+        QTest::newRow("tool's question, yes") << true << "y";
+        QTest::newRow("tool's question, no") << true << "n";
     }
 
     void enterOnARiskyBoxNeverGoesAhead()
     {
         QFETCH(bool, toolAsks);
+        QFETCH(QString, answer);
         auto panel = makePanel();
-        // The real box this time, answered with a stray Enter.
-        Notify::setHook({});
-        QStringList boxes;
         QTimer enter;
-        connect(&enter, &QTimer::timeout, this, [&] {
-            if (auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget())) {
-                boxes << box->windowTitle();
-                QTest::keyClick(box, Qt::Key_Return);
-            }
-        });
-        enter.start(10);
+        if (answer == QLatin1String("Enter")) {
+            // The real box this time, answered with a stray Enter.
+            Notify::setHook({});
+            connect(&enter, &QTimer::timeout, this, [&] {
+                if (auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget())) {
+                    m_boxes << box->windowTitle() + QLatin1Char('|') + box->text();
+                    QTest::keyClick(box, Qt::Key_Return);
+                }
+            });
+            enter.start(10);
+        }
+        m_answer = answer == QLatin1String("y") ? QMessageBox::Yes : QMessageBox::No;
         if (toolAsks) {
-            panel->taskModel()->insertTask(0, task("v5.mcs", "VRXUpdater eu %dv:1 \"%fp\""));
+            const QString macro = QStringLiteral("VRXUpdater eu %dv:1 \"%fp\"");
+            panel->taskModel()->insertTask(0, task("v5.mcs", macro, "3: V5"));
+            panel->i2cOption()->setChecked(true); // not for a macro of the list
             QVERIFY(panel->runToolForTask(0));
             QVERIFY(waitForRun(*panel));
-            QTRY_VERIFY(consoleText(*panel).contains("Aborted by user."));
-            QVERIFY(consoleText(*panel).contains("Answer: n"));
+            QTRY_VERIFY(consoleText(*panel).contains(answer == "y" ? "Answer: y" : "Answer: n"));
+            QCOMPARE(recordedRuns(m_log).first(),
+                     QStringList({"eu", "3:1", m_dir->filePath("v5.mcs")}));
+            QCOMPARE(panel->taskModel()->task(0).uploadDate.isEmpty(), answer != "y");
         } else {
-            panel->onEraseBtnClicked();
+            trigger(*panel, QStringLiteral("Erase image"));
             QVERIFY(!panel->runner()->isRunning());
             QVERIFY(recordedRuns(m_log).isEmpty());
         }
         enter.stop();
         initTestCase(); // the answering hook again
-        QCOMPARE(boxes, QStringList{"Risky Firmware Operation"});
-    }
-
-    void questionAnswerReachesTheTool_data()
-    {
-        QTest::addColumn<bool>("yes");
-        QTest::newRow("yes") << true;
-        QTest::newRow("no") << false;
-    }
-
-    void questionAnswerReachesTheTool()
-    {
-        QFETCH(bool, yes);
-        auto panel = makePanel();
-        panel->taskModel()->insertTask(0, task("v5.mcs", "VRXUpdater eu %dv:1 \"%fp\"", "3: V5"));
-        m_answer = yes ? QMessageBox::Yes : QMessageBox::No;
-        panel->i2cOption()->setChecked(true); // not for a macro of the list
-        QVERIFY(panel->runToolForTask(0));
-        QVERIFY(waitForRun(*panel));
-        QTRY_VERIFY(consoleText(*panel).contains("Update Task Finished!"));
-        const QString text = consoleText(*panel);
+        QCOMPARE(m_boxes.size(), 1);
         QVERIFY(m_boxes.first().startsWith(
-            "Risky Firmware Operation| The flash of the device will be erased. Continue? (y/n)"));
-        QVERIFY(text.contains(yes ? "Answer: y" : "Answer: n"));
-        QCOMPARE(recordedRuns(m_log).first(),
-                 QStringList({"eu", "3:1", m_dir->filePath("v5.mcs")}));
-        QCOMPARE(panel->taskModel()->task(0).uploadDate.isEmpty(), !yes);
+            toolAsks ? "Risky Firmware Operation| The flash of the device will be erased. "
+                       "Continue? (y/n)"
+                     : "Risky Firmware Operation|This action will completely erase"));
     }
 
-    void crashIsReported()
+    void troubleIsToldInTheConsole_data()
     {
-        qputenv("VRX_STANDIN_CRASH", "1");
-        auto panel = makePanel();
-        panel->onIdentifyBtnClicked();
-        QVERIFY(waitForRun(*panel));
-        QTRY_VERIFY(consoleText(*panel).contains(
-            "ERROR: VRXUpdater has crashed! Possible cause: libusb not installed or user abort?"));
-        QVERIFY(!consoleText(*panel).contains("Update Task Finished!"));
-        QCOMPARE(panel->runningIndicator()->toolTip(), QStringLiteral("Idle"));
-    }
-
-    void oneProcessAtATime()
-    {
-        qputenv("VRX_STANDIN_HOLD", "1");
-        auto panel = makePanel();
-        panel->onIdentifyBtnClicked();
-        panel->onListImagesBtnClicked();
-        QTRY_VERIFY(consoleText(*panel).contains(
-            "WARN : Currently busy running command: vrxupdater -d0 --identify"));
-        QVERIFY(waitForRun(*panel));
-        QCOMPARE(recordedRuns(m_log).size(), 1);
-    }
-
-    void missingToolStartsNothing()
-    {
-        auto panel = makePanel();
-        panel->updaterPathEdit()->setText(m_dir->filePath("nowhere/vrxupdater"));
-        panel->saveStartupOption();
-        panel->onRefreshBtnClicked();
-        QVERIFY(!panel->runner()->isRunning());
-        QTRY_VERIFY(consoleText(*panel).contains(
+        QTest::addColumn<QString>("setting"); // a stand-in variable or how the panel is set up
+        QTest::addColumn<QStringList>("actions");
+        QTest::addColumn<int>("runs");
+        QTest::addColumn<QString>("shown");
+        const auto row = [](const char *name, const char *setting, const QStringList &actions,
+                            int runs, const char *shown) {
+            QTest::newRow(name) << QString(setting) << actions << runs << QString(shown);
+        };
+        row("crash", "VRX_STANDIN_CRASH", {"Identify device"}, 1,
+            "ERROR: VRXUpdater has crashed! Possible cause: libusb not installed or user abort?");
+        row("busy", "VRX_STANDIN_HOLD", {"Identify device", "List images"}, 1,
+            "WARN : Currently busy running command: vrxupdater -d0 --identify");
+        row("a failed task stops the rest", "VRX_STANDIN_EXIT", {"Run all firmware tasks"}, 1,
+            "WARN : Run all stopped after task #1 failed.");
+        row("no tool", "no tool", {"Refresh Device List"}, 0,
             "ERROR: No local or installed external application \"VRXUpdater\" found! Please "
-            "verify external tools path settings!"));
+            "verify external tools path settings!");
+        row("no tasks", "no tasks", {"Run all firmware tasks"}, 0,
+            "WARN : No firmware tasks to run!");
+        row("no external application", "", {"Ext App"}, 0,
+            "ERROR: Nothing to run. Please verify external application commandline!");
+        row("no terminal", "no terminal", {"Ext App"}, 0, "ERROR: Unable to start");
+    }
+
+    void troubleIsToldInTheConsole()
+    {
+        QFETCH(QString, setting);
+        QFETCH(QStringList, actions);
+        QFETCH(int, runs);
+        QFETCH(QString, shown);
+        if (setting.startsWith(QLatin1String("VRX_")))
+            qputenv(qPrintable(setting), "1");
+        auto panel = makePanel();
+        if (setting == QLatin1String("no tool")) {
+            panel->updaterPathEdit()->setText(m_dir->filePath("nowhere/vrxupdater"));
+            panel->saveStartupOption();
+        } else if (setting == QLatin1String("no terminal")) {
+            panel->setTerminalProgram(m_dir->filePath("no-terminal"));
+            panel->externalAppEdit()->setText("top");
+        } else if (setting == QLatin1String("VRX_STANDIN_EXIT")) {
+            panel->taskModel()->insertTask(0, task("a.mcs", "VRXUpdater v %dv:1 \"%fp\""));
+            panel->taskModel()->insertTask(1, task("b.mcs", "VRXUpdater v %dv:1 \"%fp\""));
+        }
+        for (const QString &action : actions)
+            trigger(*panel, action);
+        QTRY_VERIFY(consoleText(*panel).contains(shown));
+        QTRY_VERIFY(!panel->runner()->isRunning());
+        QCOMPARE(recordedRuns(m_log).size(), runs);
+        QVERIFY(panel->pendingRuns().isEmpty());
+        QCOMPARE(panel->runningIndicator()->toolTip(), QStringLiteral("Idle"));
+        // Only an empty command line is worth a box as well.
+        QCOMPARE(m_boxes.isEmpty(), !setting.isEmpty());
     }
 
     void runAllInOrder()
@@ -307,26 +359,6 @@ private slots:
                                                  m_dir->filePath("gone.mcs") + ")"));
         QVERIFY(model->task(1).uploadDate.isEmpty());
         QVERIFY(!model->task(3).uploadDate.isEmpty());
-    }
-
-    void runAllStopsAfterAFailure()
-    {
-        qputenv("VRX_STANDIN_EXIT", "1");
-        auto panel = makePanel();
-        panel->taskModel()->insertTask(0, task("a.mcs", "VRXUpdater v %dv:1 \"%fp\""));
-        panel->taskModel()->insertTask(1, task("b.mcs", "VRXUpdater v %dv:1 \"%fp\""));
-        panel->onRunAllBtnClicked();
-        QVERIFY(waitForRun(*panel));
-        QTRY_VERIFY(consoleText(*panel).contains("WARN : Run all stopped after task #1 failed."));
-        QCOMPARE(recordedRuns(m_log).size(), 1);
-        QVERIFY(panel->pendingRuns().isEmpty());
-    }
-
-    void emptyListHasNothingToRun()
-    {
-        auto panel = makePanel();
-        panel->onRunAllBtnClicked();
-        QTRY_VERIFY(consoleText(*panel).contains("WARN : No firmware tasks to run!"));
     }
 
     void imageInfoFromNameOrAsked_data()
@@ -381,7 +413,7 @@ private slots:
                               "--if=i2c"}));
     }
 
-    void plusButtonAddsTheBrowsedFileWithTheRecentMacroAndDevice()
+    void plusButtonAddsTheBrowsedFileWithTheRecentMacroAndDeviceUpTo31Tasks()
     {
         auto panel = makePanel();
         panel->taskModel()->insertTask(0, task("old.mcs", "VRXUpdater v %dv:1 \"%fp\"", "2: VRX8"));
@@ -420,39 +452,221 @@ private slots:
         QCOMPARE(added.macro, QStringLiteral("VRXUpdater v %dv:1 \"%fp\""));
         QCOMPARE(added.device, QStringLiteral("2: VRX8"));
         QCOMPARE(panel->taskModel()->recentFirmwarePaths().value(0), picked);
-    }
 
-    void taskListIsGuardedAt31Rows()
-    {
-        auto panel = makePanel();
+        // Re-use may fill the list to 31 tasks; adding then is refused before anything is
+        // browsed, and leaves only the last task.
         TreeModel *model = panel->taskModel();
-        for (int i = 0; i < 30; ++i)
-            model->insertTask(i,
-                              task(QStringLiteral("t%1.mcs").arg(i), "VRXUpdater v %dv:1 \"%fp\""));
+        for (int i = 2; i < 30; ++i)
+            model->insertTask(i, task(QStringLiteral("t%1.mcs").arg(i), added.macro));
         panel->taskList()->setCurrentIndex(model->index(29, TreeModel::FilePath));
-        panel->onReuseItemTriggered();
+        trigger(*panel, QStringLiteral("Re-use Task"));
         QCOMPARE(model->rowCount(), 31);
         QVERIFY(m_boxes.isEmpty());
         const UpdaterTask last = model->task(30);
-        panel->addNewTask(); // refused before anything is browsed
+        panel->addNewTask();
         QCOMPARE(m_boxes, QStringList{"Abusive usage!|Alright! You had your fun!\n\nNow formating "
                                       "your disk...\n\nByebye!"});
         QCOMPARE(model->rowCount(), 1);
         QCOMPARE(model->task(0), last);
     }
 
-    void externalApplication()
+    void tasksMoveRenumberAndOnlyTheirFileMacroAndDeviceEdit()
     {
-        auto panel = makePanel();
-        panel->onRunExtAppBtnClicked();
-        QCOMPARE(m_boxes.size(), 1);
-        QVERIFY(m_boxes.first().startsWith("Empty External App|"));
-        QTRY_VERIFY(consoleText(*panel).contains(
-            "ERROR: Nothing to run. Please verify external application commandline!"));
-        panel->setTerminalProgram(m_dir->filePath("no-terminal"));
-        panel->externalAppEdit()->setText("top");
-        panel->onRunExtAppBtnClicked();
-        QTRY_VERIFY(consoleText(*panel).contains("ERROR: Unable to start"));
+        TreeModel model(nullptr, false);
+        model.AppendRows({"a.mcs", "b.mcs", "c.mcs", "d.mcs"});
+        QVERIFY(model.moveTask(0, 1));
+        QVERIFY(model.moveTask(3, -1));
+        QVERIFY(!model.moveTask(0, -1));
+        QVERIFY(!model.moveTask(3, 1));
+        QVERIFY(!model.moveTask(7, -1));
+        QCOMPARE(model.filePaths(), QStringList({"b.mcs", "a.mcs", "d.mcs", "c.mcs"}));
+        QCOMPARE(column(model, TreeModel::TaskNumber), QStringList({"1", "2", "3", "4"}));
+        model.removeTasks({3, 0, 3, 9});
+        QCOMPARE(model.filePaths(), QStringList({"a.mcs", "d.mcs"}));
+        QCOMPARE(column(model, TreeModel::TaskNumber), QStringList({"1", "2"}));
+        model.keepLastTask();
+        QCOMPARE(model.filePaths(), QStringList({"d.mcs"}));
+        for (int c = 0; c < TreeModel::ColumnCount; ++c) {
+            const bool editable =
+                c == TreeModel::FilePath || c == TreeModel::Macro || c == TreeModel::Device;
+            QCOMPARE(model.setData(model.index(0, c), "x.mcs"), editable);
+        }
+    }
+
+    void moveTasks_data()
+    {
+        QTest::addColumn<QList<int>>("rows");
+        QTest::addColumn<int>("destination");
+        QTest::addColumn<QString>("order");
+        QTest::newRow("down, apart") << QList<int>{2, 0} << 4 << "bdace";
+        QTest::newRow("up, apart") << QList<int>{4, 2} << 1 << "acebd";
+        QTest::newRow("around the destination") << QList<int>{0, 4} << 2 << "baecd";
+        QTest::newRow("to the end") << QList<int>{1} << 5 << "acdeb";
+        QTest::newRow("already there") << QList<int>{1, 2} << 1 << "abcde";
+    }
+
+    void moveTasks()
+    {
+        QFETCH(QList<int>, rows);
+        QFETCH(int, destination);
+        QFETCH(QString, order);
+        TreeModel model(nullptr, false);
+        model.AppendRows({"a", "b", "c", "d", "e"});
+        model.moveTasks(rows, destination);
+        QCOMPARE(model.filePaths().join(QString()), order);
+    }
+
+    void fileColumnsFollowTheFile()
+    {
+        const QString present = writeFile(m_dir->filePath("present.mcs"), QByteArray(1234, 'x'));
+        const QString missing = m_dir->filePath("missing.mcs");
+        TreeModel model(nullptr, false);
+        model.AppendRows({present, missing});
+        QCOMPARE(cell(model, 0, TreeModel::FileSize), QString("1234"));
+        QCOMPARE(cell(model, 0, TreeModel::DateModified),
+                 QFileInfo(present).lastModified().toString(TreeModel::DateFormat));
+        QVERIFY(!model.data(model.index(0, TreeModel::FilePath), Qt::ForegroundRole).isValid());
+
+        QCOMPARE(cell(model, 1, TreeModel::FilePath, Qt::ToolTipRole), missing);
+        QCOMPARE(cell(model, 1, TreeModel::FileSize), QString("File Not Found!"));
+        for (int c = 0; c < TreeModel::ColumnCount; ++c)
+            QCOMPARE(model.data(model.index(1, c), Qt::ForegroundRole).value<QColor>(),
+                     QColor("gainsboro"));
+
+        // Pointing the task at a file that exists brings its size back.
+        QVERIFY(model.setData(model.index(1, TreeModel::FilePath), present));
+        QCOMPARE(cell(model, 1, TreeModel::FileSize), QString("1234"));
+        QVERIFY(!model.data(model.index(1, TreeModel::Device), Qt::ForegroundRole).isValid());
+    }
+
+    void tasksSurviveARestart()
+    {
+        const QString real = writeFile(m_dir->filePath("real.mcs"), "abc");
+        const QDateTime uploaded(QDate(2023, 3, 14), QTime(15, 9, 26));
+        QVector<UpdaterTask> expected;
+        {
+            TreeModel model;
+            QSignalSpy changed(&model, &TreeModel::TasksChanged);
+            model.AppendRows({real, "gone.mcs", "third.bit"});
+            model.setData(model.index(0, TreeModel::Macro), "-m 1");
+            model.setData(model.index(1, TreeModel::Device), "3: VRX8");
+            QVERIFY(model.moveTask(2, -1));
+            model.markUploaded(0, uploaded);
+            model.addRecentFirmwarePath(real);
+            QCOMPARE(changed.count(), 6);
+            QCOMPARE(cell(model, 0, TreeModel::DateUploaded),
+                     uploaded.toString(TreeModel::DateFormat));
+            expected = model.tasks();
+        }
+        // Stored as the earlier program stored them, one list per column.
+        QSettings settings;
+        settings.beginGroup("RecentFiles");
+        for (const char *key : {"RecentFilePaths", "RecentMCSPaths", "RecentMacros",
+                                "RecentDevices", "RecentFileSize", "RecentFileDate",
+                                "RecentFileUploadDate"})
+            QCOMPARE(settings.value(key).toStringList().size(), 3);
+        QCOMPARE(settings.value("RecentMacros").toStringList(), QStringList({"-m 1", "", ""}));
+        QCOMPARE(settings.value("RecentDevices").toStringList(), QStringList({"", "", "3: VRX8"}));
+
+        TreeModel restored;
+        QVERIFY(restored.tasks() == expected);
+        // Every added file is offered again by the file cell, the newest first.
+        QCOMPARE(restored.recentFirmwarePaths(), QStringList({real, "third.bit", "gone.mcs"}));
+    }
+
+    void shortStoredListsArePadded()
+    {
+        QSettings settings;
+        settings.beginGroup("RecentFiles");
+        settings.setValue("RecentFilePaths", QStringList({"a.mcs", "b.mcs", "c.mcs"}));
+        settings.setValue("RecentMacros", QStringList({"-m a"}));
+        settings.setValue("RecentFileUploadDate", QStringList({"", "01 Jan 2023 00:00:00"}));
+        settings.sync();
+        TreeModel model;
+        QCOMPARE(model.rowCount(), 3);
+        QCOMPARE(column(model, TreeModel::Macro), QStringList({"-m a", "", ""}));
+        QCOMPARE(column(model, TreeModel::Device), QStringList({"", "", ""}));
+        QCOMPARE(column(model, TreeModel::DateUploaded),
+                 QStringList({"", "01 Jan 2023 00:00:00", ""}));
+    }
+
+    void recentFirmwareIsNewestFirstUniqueAndCapped()
+    {
+        TreeModel model(nullptr, false);
+        for (int i = 0; i < TreeModel::MaxRecentFirmware + 3; ++i)
+            model.addRecentFirmwarePath(QString("fw%1.mcs").arg(i));
+        model.addRecentFirmwarePath("fw10.mcs");
+        model.AppendRows({"a.mcs"});
+        model.setData(model.index(0, TreeModel::FilePath), "picked.mcs");
+
+        const QStringList recent = model.recentFirmwarePaths();
+        QCOMPARE(recent.size(), int(TreeModel::MaxRecentFirmware));
+        QCOMPARE(recent.mid(0, 4), QStringList({"picked.mcs", "a.mcs", "fw10.mcs", "fw18.mcs"}));
+        QCOMPARE(recent.count("fw10.mcs"), 1);
+    }
+
+    void dropsOnTheTaskListLandBetweenRows()
+    {
+        TreeModel model(nullptr, false);
+        model.AppendRows({"a", "b", "c", "d"});
+        model.setData(model.index(2, TreeModel::Device), "0: VRX14");
+        DropTarget view(&model);
+        view.resize(600, 300);
+        view.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&view));
+        QSignalSpy unsupported(&view, &TaskTreeView::UnsupportedFilesDropped);
+        const QRect rowRect = view.visualRect(model.index(0, TreeModel::FilePath));
+        const QPoint upperHalf(rowRect.center().x(), rowRect.top() + rowRect.height() / 3);
+        const QPoint lowerHalf(rowRect.center().x(), rowRect.bottom() - rowRect.height() / 3);
+
+        // A row dragged within the list: moved by the model, and not reported as a move, which
+        // would make the drag's source remove the selected rows afterwards.
+        view.setCurrentIndex(model.index(3, 0));
+        std::unique_ptr<QMimeData> rows(model.mimeData(view.selectionModel()->selectedIndexes()));
+        QDropEvent internal(upperHalf, Qt::MoveAction, rows.get(), Qt::LeftButton, Qt::NoModifier);
+        view.dropEvent(&internal);
+        QVERIFY(internal.isAccepted());
+        QCOMPARE(internal.dropAction(), Qt::IgnoreAction);
+        QCOMPARE(model.filePaths().join(QString()), QString("dabc"));
+
+        // Firmware files come in with the last task's device; the rest is handed back.
+        QList<QUrl> urls;
+        for (const char *name : {"a.mcs", "b.zip", "c.MMCS", "d.log", "e.lic", "f.bin", "g.bit"})
+            urls << QUrl::fromLocalFile(QString("/drop/") + name);
+        QMimeData files;
+        files.setUrls(urls);
+        QDropEvent external(lowerHalf, Qt::CopyAction, &files, Qt::LeftButton, Qt::NoModifier);
+        view.dropEvent(&external);
+        QVERIFY(external.isAccepted());
+        QCOMPARE(model.filePaths(), QStringList({"d", "/drop/a.mcs", "/drop/c.MMCS", "/drop/e.lic",
+                                                 "/drop/g.bit", "a", "b", "c"}));
+        QCOMPARE(model.task(4).device, QString("0: VRX14"));
+        QCOMPARE(unsupported.count(), 1);
+        QCOMPARE(unsupported.first().first().toStringList(),
+                 QStringList({"/drop/b.zip", "/drop/d.log", "/drop/f.bin"}));
+    }
+
+    void runningRowShowsTheAnimation()
+    {
+        TreeModel model(nullptr, false);
+        model.AppendRows({"a", "b", "c"});
+        const auto animated = [&model](int row, int column = TreeModel::TaskNumber) {
+            const QVariant shown = model.data(model.index(row, column), Qt::DecorationRole);
+            return !shown.value<QPixmap>().isNull();
+        };
+        model.setRunningRow(1);
+        QVERIFY(animated(1));
+        QVERIFY(!animated(0) && !animated(2) && !animated(1, TreeModel::FilePath));
+        QSignalSpy frames(&model, &QAbstractItemModel::dataChanged);
+        QVERIFY(frames.wait(Wait));
+        QCOMPARE(frames.first().at(0).toModelIndex(), model.index(1, TreeModel::TaskNumber));
+        QCOMPARE(frames.first().at(1).toModelIndex(), model.index(1, TreeModel::TaskNumber));
+
+        // The animation stays with its task when the tasks move.
+        QVERIFY(model.moveTask(1, 1));
+        QVERIFY(animated(2) && !animated(1));
+        model.setRunningRow(-1);
+        QVERIFY(!animated(2));
     }
 };
 
