@@ -6,8 +6,38 @@
 #include <QString>
 #include <QVector>
 #include <QWriteLocker>
+#include <QtTest>
 
 #include <cmath>
+#include <csignal>
+#include <sys/wait.h>
+#include <unistd.h>
+
+// The reader's two ways in: the file mapped in place, or read as a stream.
+inline void modeRows()
+{
+    QTest::addColumn<bool>("mapped");
+    QTest::newRow("mapped") << true;
+    QTest::newRow("stream") << false;
+}
+
+// A forked child that waits in pause(); killed and reaped at the end of the scope.
+struct Child
+{
+    const pid_t pid = fork();
+    Child()
+    {
+        while (pid == 0)
+            pause();
+    }
+    ~Child()
+    {
+        if (pid > 0) {
+            kill(pid, SIGKILL);
+            waitpid(pid, nullptr, 0);
+        }
+    }
+};
 
 inline bool writeFile(const QString &path, const QByteArray &data)
 {

@@ -9,7 +9,6 @@
 #include <QImage>
 #include <QPainter>
 #include <QRandomGenerator>
-#include <QSignalSpy>
 #include <QtTest>
 #include <qwt_painter.h>
 #include <qwt_plot_curve.h>
@@ -93,16 +92,6 @@ QString firstDifference(const QImage &a, const QImage &b)
     return QString();
 }
 
-// The samples' rectangle of all `items`, as autoscaling has to show it.
-QRectF extent(const QList<QtViloPlotItem *> &items)
-{
-    QRectF rect;
-    for (QtViloPlotItem *item : items)
-        rect |= QRectF(0, item->minValue(), item->sampleCount() - 1,
-                       item->maxValue() - item->minValue());
-    return rect;
-}
-
 } // namespace
 
 class TestPlotCurve : public QObject
@@ -114,7 +103,6 @@ private slots:
     void reducedDrawsEverySamplesPixels();
     void curveDrawsAsStockCurve_data();
     void curveDrawsAsStockCurve();
-    void plotFollowsItemsAndSerials();
 };
 
 void TestPlotCurve::reducedDrawsEverySamplesPixels_data()
@@ -281,69 +269,6 @@ void TestPlotCurve::curveDrawsAsStockCurve()
             curvePixels += mine.pixelColor(x, y) == curve->pen().color();
     }
     QVERIFY(curvePixels > 1000);
-}
-
-void TestPlotCurve::plotFollowsItemsAndSerials()
-{
-    QtViloPlotItem a(QStringLiteral("a.bin"), false, QtViloPlotItemDefaults());
-    QtViloPlotItem b(QStringLiteral("b.bin"), false, QtViloPlotItemDefaults());
-    QtViloPlotItem empty(QStringLiteral("empty.bin"), false, QtViloPlotItemDefaults());
-    QtViloPlotItem hidden(QStringLiteral("hidden.bin"), false, QtViloPlotItemDefaults());
-    setSamples(a, makeSignal(Walk, 1000, -100, 100, 1));
-    setSamples(b, makeSignal(Random, 500, 0, 50, 2));
-    setSamples(hidden, makeSignal(Random, 500, 0, 50, 3));
-    hidden.visible = false;
-
-    QtViloPlot plot;
-    QSignalSpy rects(&plot, &QtViloPlot::RectOfInterestChanged);
-
-    plot.setItems({&a, &b, &empty, &hidden});
-    QCOMPARE(plot.curves().size(), 2);
-    QCOMPARE(plot.curveOf(&a)->title().text(), QStringLiteral("a.bin"));
-    QVERIFY(!plot.curveOf(&empty) && !plot.curveOf(&hidden));
-    const QColor colourA = plot.colourOf(&a);
-    QVERIFY(colourA.isValid() && colourA != plot.colourOf(&b));
-    QCOMPARE(plot.curveOf(&a)->pen().color(), colourA);
-    QCOMPARE(rects.count(), 1);
-    QCOMPARE(rects.last().at(2).value<quint64>(), plot.serial());
-    QCOMPARE(rects.last().at(3).value<quint32>(), quint32(QtViloPlot::DataChanged));
-    QVERIFY(plot.rectOfInterest().contains(extent({&a, &b})));
-
-    // A removed item loses its curve at once; the others keep their colours.
-    plot.setItems({&a, &empty});
-    QCOMPARE(plot.curves().size(), 1);
-    QVERIFY(!plot.curveOf(&b));
-    QCOMPARE(plot.colourOf(&a), colourA);
-
-    // New data: a new serial, curves for items that now have data, autoscaled extents.
-    setSamples(empty, makeSignal(Random, 4000, 500, 900, 4));
-    const quint64 before = plot.serial();
-    plot.dataUpdated(42);
-    QCOMPARE(plot.dataSerial(), quint64(42));
-    QCOMPARE(plot.serial(), before + 1);
-    QVERIFY(plot.curveOf(&empty));
-    QVERIFY(plot.rectOfInterest().contains(extent({&a, &empty})));
-
-    // Level-of-detail replies with an old serial are dropped.
-    QVERIFY(!plot.onLodDataUpdated(1, plot.serial() - 1, 0));
-    QVERIFY(plot.onLodDataUpdated(1, plot.serial(), 0));
-
-    // Zooming is a view change of its own; while zoomed, new data keeps the view.
-    const QRectF zoomed(100, 0, 200, 300);
-    plot.zoomer()->zoom(zoomed);
-    QVERIFY(plot.userChangedView());
-    QTRY_COMPARE(rects.last().at(3).value<quint32>(), quint32(QtViloPlot::ViewChanged));
-    QCOMPARE(rects.last().at(2).value<quint64>(), plot.serial());
-    const QRectF view = plot.rectOfInterest();
-    setSamples(a, makeSignal(Walk, 9000, -1000, 1000, 6));
-    plot.dataUpdated(43);
-    QCOMPARE(plot.rectOfInterest(), view);
-
-    // Back at the zoom base the plot follows the data again.
-    plot.zoomer()->zoom(0);
-    QVERIFY(!plot.userChangedView());
-    plot.dataUpdated(44);
-    QVERIFY(plot.rectOfInterest().contains(extent({&a, &empty})));
 }
 
 QTEST_MAIN(TestPlotCurve)

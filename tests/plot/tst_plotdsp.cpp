@@ -11,7 +11,6 @@
 #include <QtTest>
 
 #include <atomic>
-#include <cfloat>
 #include <cmath>
 #include <complex>
 #include <cstring>
@@ -201,8 +200,6 @@ private slots:
     void fftSizes()
     {
         // The next power of two, past 32 bits too; one sample is its own magnitude.
-        QCOMPARE(fftSize(1024), quint64(1024));
-        QCOMPARE(fftSize(1025), quint64(2048));
         QCOMPARE(fftSize((quint64(1) << 32) + 1), quint64(1) << 33);
         QByteArray result;
         const Generated one = generatedOf<qint16>(QtViloFormats::Int16Type, {-7});
@@ -235,33 +232,6 @@ private slots:
                                     [](double v) { return v == 0; }));
             }
         }
-    }
-
-    // Every sample type is read as its own type, wherever it lies.
-    void readTypes_data()
-    {
-        QTest::addColumn<Generated>("samples");
-        using F = QtViloFormats::TypeIndex;
-        using L = std::numeric_limits<qint64>;
-        QTest::newRow("int8") << generatedOf<qint8>(F::Int8Type, {-128, 127, 0});
-        QTest::newRow("int16") << generatedOf<qint16>(F::Int16Type, {-32768, 32767, 0});
-        QTest::newRow("int32") << generatedOf<qint32>(F::Int32Type, {-2147483647 - 1, 2147483647});
-        QTest::newRow("int64") << generatedOf<qint64>(F::Int64Type, {L::min(), L::max(), -1});
-        QTest::newRow("float") << generatedOf<float>(F::FloatType, {-1.5f, 3e38f, 1e-45f});
-        QTest::newRow("double") << generatedOf<double>(F::DoubleType, {-1e300, 0.1, 5e-324});
-        QTest::newRow("ascii") << generatedOf<double>(F::AsciiType, {-2.5, 1e-300});
-        QTest::newRow("uint8") << generatedOf<quint8>(F::Uint8Type, {255, 0, 1});
-        QTest::newRow("uint16") << generatedOf<quint16>(F::Uint16Type, {65535, 0});
-        QTest::newRow("uint32") << generatedOf<quint32>(F::Uint32Type, {4294967295u, 0});
-        QTest::newRow("uint64") << generatedOf<quint64>(F::Uint64Type, {~quint64(0), 1});
-    }
-    void readTypes()
-    {
-        QFETCH(Generated, samples);
-        QVector<double> input(8, -1.0);
-        fillInput(samples.samples(), NoWindow, input.data(), 8);
-        for (int n = 0; n < 8; ++n)
-            QCOMPARE(input[n], n < samples.values.size() ? double(samples.values[n]) : 0.0);
     }
 
     // Every output and window against the plain sum.
@@ -315,18 +285,15 @@ private slots:
 
     void dbfsOfZeroAndNaN()
     {
-        for (int resolution : {16, 14}) {
-            const Generated zeros = generatedOf<qint16>(QtViloFormats::Int16Type, {0, 0, 0, 0, 0});
-            QByteArray result;
-            QVERIFY(compute({Kind::DBFS, Hann}, zeros.samples(), resolution, &result));
-            const double floor =
-                20 * std::log10(2.2250738585072014e-308 / std::ldexp(1.0, resolution - 1));
-            QVERIFY(std::isfinite(floor));
-            QCOMPARE(valuesOf(result), Values(5, floor));
-        }
+        // Zero bins sit at the smallest normal double against full scale (here 14 bits).
+        const Generated zeros = generatedOf<qint16>(QtViloFormats::Int16Type, {0, 0, 0, 0, 0});
+        QByteArray result;
+        QVERIFY(compute({Kind::DBFS, Hann}, zeros.samples(), 14, &result));
+        const double floor = 20 * std::log10(2.2250738585072014e-308 / std::ldexp(1.0, 13));
+        QVERIFY(std::isfinite(floor));
+        QCOMPARE(valuesOf(result), Values(5, floor));
         const Generated withNaN = generatedOf<double>(
             QtViloFormats::AsciiType, {1.0, std::numeric_limits<double>::quiet_NaN(), 2.0});
-        QByteArray result;
         QVERIFY(compute({Kind::DBFS, NoWindow}, withNaN.samples(), 16, &result));
         const Values values = valuesOf(result);
         QCOMPARE(values.size(), 3);
@@ -352,6 +319,8 @@ private slots:
                                          << Kind::Signed << Values{-255, 255};
         QTest::newRow("int8 abs") << generatedOf<qint8>(F::Int8Type, {127, -128}) << Kind::Abs
                                   << Values{255};
+        QTest::newRow("uint8") << generatedOf<quint8>(F::Uint8Type, {0, 255}) << Kind::Signed
+                               << Values{255};
         QTest::newRow("uint16 in 32 bits") << generatedOf<quint16>(F::Uint16Type, {0, 65535, 0})
                                            << Kind::Signed << Values{65535, -65535};
         QTest::newRow("int32 wraps") << generatedOf<qint32>(F::Int32Type, {i32max, i32min, i32max})
@@ -366,6 +335,8 @@ private slots:
                                 << Values{18446744073709551614.0};
         QTest::newRow("float") << generatedOf<float>(F::FloatType, {1.5f, -2.25f}) << Kind::Abs
                                << Values{3.75};
+        QTest::newRow("double") << generatedOf<double>(F::DoubleType, {-1e300, 5e-324}) << Kind::Abs
+                                << Values{1e300};
         QTest::newRow("ascii") << generatedOf<double>(F::AsciiType, {0.5, -0.25}) << Kind::Signed
                                << Values{-0.75};
     }
@@ -390,7 +361,8 @@ private slots:
         QCOMPARE(result, QByteArray("before"));
     }
 
-    // Stale requests are dropped before the semaphore; a good one completes the buffer.
+    // A stale request is dropped before the semaphore; one for an item without samples
+    // empties the index's buffer and completes (the view tests check a good one's spectrum).
     void workerRequests()
     {
         auto it = item(1000, 5);
@@ -401,25 +373,14 @@ private slots:
         QCOMPARE(it->dspRequested().available(), 0);
 
         it->dspRequested().release();
-        it->dspResults()[7] = "stale"; // an earlier result of another index
-        emit m_driver.requestDSP(5, it.get(), QStringLiteral("FFT dBFS;Hann"), 3);
-        QTRY_COMPARE(done.count(), 1);
-        QCOMPARE(done.at(0).at(0).toULongLong(), quint64(5));
-        QCOMPARE(done.at(0).at(2).toInt(), 3);
-        QCOMPARE(it->dspComplete.loadAcquire(), quint8(1));
-        QCOMPARE(it->dspRequested().available(), 1);
-        QCOMPARE(it->dspDone().available(), 1);
-        QByteArray expected;
-        QVERIFY(compute({Kind::DBFS, Hann}, int16Pattern(1000).samples(), 16, &expected));
-        QCOMPARE(it->dspResults().value(3), expected);
-
-        // Without samples the buffer of the index is emptied and the request completes.
+        it->dspResults()[7] = "stale"; // an earlier result
         {
             QWriteLocker locker(&it->dataLock());
             it->clearData();
         }
         emit m_driver.requestDSP(5, it.get(), QStringLiteral("FFT Magn"), 7);
-        QTRY_COMPARE(done.count(), 2);
+        QTRY_COMPARE(done.count(), 1);
+        QCOMPARE(done.at(0).at(2).toInt(), 7);
         QVERIFY(it->dspResults().value(7).isEmpty());
         QCOMPARE(it->dspComplete.loadAcquire(), quint8(1));
         QCOMPARE(it->dspRequested().available(), 1);
@@ -472,8 +433,6 @@ private slots:
                             << micro + "V";
         QTest::newRow("V") << 'a' << 14.0 << 1.0 << "Ampl in Volts" << 0.00006103515625 << "V";
         QTest::newRow("a unknown") << 'a' << 14.0 << 1.0 << "" << 0.00006103515625 << "V";
-        QTest::newRow("gain 0") << 'a' << 14.0 << 0.0 << "Ampl in Milli Volts"
-                                << std::numeric_limits<double>::infinity() << "mV";
         QTest::newRow("GHz") << 'f' << 1e9 << 1000.0 << "Frequency in GHz" << 1e-3 << "GHz";
         QTest::newRow("kHz") << 'f' << 1e9 << 1000.0 << "Frequency in kHz" << 1000.0 << "kHz";
         QTest::newRow("f unknown") << 'f' << 1e9 << 1000.0 << "Frequency in Hz" << 1e6 << "Hz";
@@ -492,17 +451,6 @@ private slots:
                                           : frequencyScale(x, quint64(y), text);
         QCOMPARE(bitsOf(scale.factor), bitsOf(factor));
         QCOMPARE(scale.unit, unit);
-    }
-
-    void toDouble()
-    {
-        const quint64 top = quint64(1) << 63;
-        for (quint64 value : {quint64(0), quint64(1), (quint64(1) << 53) + 1, top, top + 1,
-                              top + 1024, top + 1025, top + 3072, ~quint64(0)}) {
-            const double expected = double(static_cast<long double>(value));
-            QCOMPARE(bitsOf(QtViloPlotUnits::toDouble(value)), bitsOf(expected));
-        }
-        QCOMPARE(QtViloPlotUnits::toDouble(~quint64(0)), 18446744073709551616.0);
     }
 };
 

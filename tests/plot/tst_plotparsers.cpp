@@ -9,11 +9,9 @@
 #include "plot/core/qtvilosizetext.h"
 
 #include <QBuffer>
-#include <QSettings>
 #include <QTemporaryDir>
 #include <QTextStream>
 #include <QtTest>
-
 
 using namespace QtViloAsciiParser;
 using Values = QVector<double>;
@@ -32,21 +30,14 @@ Params asciiParams(qint64 dataOffset = 0, qint64 maxPlotSize = 1000)
 }
 
 // Mapped mode scans the bytes after the byte offset in place, stream mode reads from it.
-Result parse(bool isMapped, QByteArray text, const Params &params = asciiParams(),
+Result parse(bool mapped, QByteArray text, const Params &params = asciiParams(),
              qint64 byteOffset = 0)
 {
-    if (isMapped)
+    if (mapped)
         return parseMapped(text.constData() + byteOffset, text.size() - byteOffset, params);
     QBuffer buffer(&text);
     buffer.open(QIODevice::ReadOnly);
     return parseStream(buffer, byteOffset, params);
-}
-
-void modeRows()
-{
-    QTest::addColumn<bool>("isMapped");
-    QTest::newRow("mapped") << true;
-    QTest::newRow("stream") << false;
 }
 
 // Defaults unlike the initial ones, so a field that fell back to them shows.
@@ -78,7 +69,7 @@ private slots:
     // Mostly where the modes part; the fuzz target checks both against strtod elsewhere.
     void asciiModes_data()
     {
-        QTest::addColumn<bool>("isMapped");
+        QTest::addColumn<bool>("mapped");
         QTest::addColumn<QByteArray>("text");
         QTest::addColumn<Values>("values");
         QTest::addColumn<QByteArray>("bad");
@@ -105,10 +96,10 @@ private slots:
     }
     void asciiModes()
     {
-        QFETCH(bool, isMapped);
+        QFETCH(bool, mapped);
         QFETCH(QByteArray, text);
         QFETCH(QByteArray, bad);
-        const Result r = parse(isMapped, text);
+        const Result r = parse(mapped, text);
         QTEST(r.values, "values");
         QCOMPARE(r.badToken, bad);
         QCOMPARE(r.ok, bad.isEmpty());
@@ -121,10 +112,10 @@ private slots:
     void asciiBadToken_data() { modeRows(); }
     void asciiBadToken()
     {
-        QFETCH(bool, isMapped);
+        QFETCH(bool, mapped);
         // A bad token names its line; the values before it are kept.
         const QByteArray text("1,2\n3\r\n\n4;abc;5\n6\n");
-        const Result r = parse(isMapped, text);
+        const Result r = parse(mapped, text);
         QVERIFY(!r.ok);
         QVERIFY(!r.wasCancelled);
         QCOMPARE(r.heading, QString::fromLatin1(Heading));
@@ -132,15 +123,15 @@ private slots:
         QCOMPARE(r.badLine, qint64(4));
         QCOMPARE(r.values, Values({1, 2, 3, 4}));
         // A bad token before the data offset is skipped, not converted.
-        const Result skipped = parse(isMapped, text, asciiParams(5));
+        const Result skipped = parse(mapped, text, asciiParams(5));
         QVERIFY2(skipped.ok, qPrintable(skipped.detail));
         QCOMPARE(skipped.values, Values({5, 6}));
         // Conversion stops at the max plot size, before the bad token.
-        const Result capped = parse(isMapped, text, asciiParams(0, 4));
+        const Result capped = parse(mapped, text, asciiParams(0, 4));
         QVERIFY(capped.ok);
         QCOMPARE(capped.values, Values({1, 2, 3, 4}));
         // A long token is cut in the detail.
-        QCOMPARE(parse(isMapped, QByteArray(1000, 'x')).detail,
+        QCOMPARE(parse(mapped, QByteArray(1000, 'x')).detail,
                  QStringLiteral("numbers.asc: None Numeric String: ") +
                      QString(64, QLatin1Char('x')) + QStringLiteral("...: Line: 1"));
     }
@@ -148,23 +139,23 @@ private slots:
     void asciiLongText_data() { modeRows(); }
     void asciiLongText()
     {
-        QFETCH(bool, isMapped);
+        QFETCH(bool, mapped);
         // Tokens of 6 bytes, eight to a line, cross the 1 MiB slice borders of the count pass.
         QByteArray text;
         int n = 0;
         for (; text.size() < 3 * 1024 * 1024; ++n)
             text += QByteArray::number(10000 + n % 90000) + (n % 8 == 7 ? '\n' : ',');
-        if (isMapped)
+        if (mapped)
             QCOMPARE(countMappedTokens(text.constData(), text.size()), qint64(n));
         Params p = asciiParams(0, 1 << 30);
-        Result r = parse(isMapped, text, p);
+        Result r = parse(mapped, text, p);
         QVERIFY(r.ok);
         QCOMPARE(r.total, qint64(n));
         QCOMPARE(r.values.size(), n);
         QCOMPARE(r.values.last(), double(10000 + (n - 1) % 90000));
         int asked = 0;
         p.cancelled = [&asked] { return ++asked > 1; };
-        r = parse(isMapped, text, p);
+        r = parse(mapped, text, p);
         QVERIFY(!r.ok);
         QVERIFY(r.wasCancelled);
         QVERIFY(r.heading.isEmpty());
@@ -235,32 +226,6 @@ private slots:
         // Not typed by its suffix: the MIME check sees binary content.
         QCOMPARE(typeOf("data.Asc", binary), QStringLiteral("bin"));
         QCOMPARE(typeOf("numbers.Asc", "1,2,3\n4\n"), QStringLiteral("asc"));
-    }
-
-    // ---- defaults in the settings ----
-    void storedDefaults()
-    {
-        QSettings settings(QStringLiteral("OKAV"), QStringLiteral("vrxassist"));
-        settings.remove(QStringLiteral("QtViloPlotItemDefaultValues"));
-        QCOMPARE(loadPlotItemDefaults(), QtViloPlotItemDefaults());
-
-        QtViloPlotItemDefaults d = RequestDefaults;
-        d.Format = QStringLiteral("Float");
-        d.FileOffset = 3000000000LL; // above 2147483647: does not survive the load
-        d.MaxPlotSize = 2147483647;
-        d.SampleRate = 2.5e9;
-        savePlotItemDefaults(d);
-        settings.beginGroup(QStringLiteral("QtViloPlotItemDefaultValues"));
-        QtViloPlotItemDefaults expected = d;
-        expected.FileOffset = -1294967296;
-        QCOMPARE(loadPlotItemDefaults(), expected);
-        // Written as it is; the same narrowing from the text a restart reads from the file.
-        QCOMPARE(settings.value(QStringLiteral("FileOffset")), QVariant(3000000000LL));
-        settings.setValue(QStringLiteral("FileOffset"), QStringLiteral("3000000000"));
-        QCOMPARE(loadPlotItemDefaults().FileOffset, qint64(-1294967296));
-
-        settings.setValue(QStringLiteral("Format"), QStringLiteral("Bogus"));
-        QCOMPARE(loadPlotItemDefaults().Format, QStringLiteral("Int16"));
     }
 };
 

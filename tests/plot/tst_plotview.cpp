@@ -33,7 +33,6 @@
 #include <qwt_symbol.h>
 
 #include <cstring>
-#include <memory>
 
 namespace {
 using Model = QtViloPlotItemsModel;
@@ -153,8 +152,6 @@ private slots:
         QCOMPARE(view->axisButton()->property("axisIcon").toString(), QStringLiteral("xy"));
         QVERIFY(plot->axisEnabled(QwtPlot::xBottom) && plot->axisEnabled(QwtPlot::yLeft));
         QVERIFY(!plot->axisEnabled(QwtPlot::xTop) && !plot->axisEnabled(QwtPlot::yRight));
-        QCOMPARE(plot->axisTitle(QwtPlot::xBottom).text(), QStringLiteral("Sample Index"));
-        QCOMPARE(plot->axisTitle(QwtPlot::yLeft).text(), QStringLiteral("Amplitude [Codes]"));
 
         view->axisAction(Axes::TimeAxis)->trigger();
         QCOMPARE(view->axisButton()->property("axisIcon").toString(), QStringLiteral("xyx"));
@@ -223,7 +220,6 @@ private slots:
         view->axisAction(Axes::UnitAxis)->trigger();
         view->windowBox()->setCurrentText(QStringLiteral("Hann"));
         view->dspChoiceBox()->setCurrentText(QStringLiteral("FFT dBFS"));
-        QCOMPARE(panel.model()->dspPlotRequest(), QStringLiteral("FFT dBFS;Hann"));
         QTRY_VERIFY_WITH_TIMEOUT(!plot->curves().isEmpty() && plot->curves().first()->pointCount(),
                                  kLoadTimeout);
         QtViloPlotCurve *curve = plot->curves().first();
@@ -240,7 +236,6 @@ private slots:
                  interval(plot, QwtPlot::yLeft).maxValue());
 
         view->dspChoiceBox()->setCurrentText(QStringLiteral("None"));
-        QCOMPARE(panel.model()->dspPlotRequest(), QStringLiteral("None"));
         QCOMPARE(plot->axisTitle(QwtPlot::xTop).text(), QStringLiteral("Time [ns]"));
         for (QtViloPlotCurve *shown : plot->curves())
             QCOMPARE(shown->timeFactor(), 1.0);

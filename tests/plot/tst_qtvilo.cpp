@@ -14,7 +14,6 @@
 
 #include <QFile>
 #include <QIcon>
-#include <QItemSelectionModel>
 #include <QMimeData>
 #include <QProcess>
 #include <QSettings>
@@ -24,33 +23,19 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-#include <csignal>
 #include <memory>
 #include <sys/ptrace.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace {
 using Model = QtViloPlotItemsModel;
 
-
-// Whether this process may attach to a child of its own (containers often forbid it).
+// Whether this process may trace a child of its own (containers often forbid it).
 bool canTraceChildren(QString *reason)
 {
-    const pid_t child = fork();
-    if (child == 0) {
-        pause();
-        _exit(0);
-    }
-    const bool ok = ptrace(PTRACE_ATTACH, child, nullptr, nullptr) == 0;
+    Child child;
+    const bool ok = ptrace(PTRACE_SEIZE, child.pid, nullptr, nullptr) == 0;
     if (!ok)
         *reason = QString::fromLocal8Bit(strerror(errno));
-    else {
-        waitpid(child, nullptr, 0);
-        ptrace(PTRACE_DETACH, child, nullptr, nullptr);
-    }
-    kill(child, SIGKILL);
-    waitpid(child, nullptr, 0);
     return ok;
 }
 
