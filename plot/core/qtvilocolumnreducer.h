@@ -233,7 +233,7 @@ private:
         int rawP = 0;
         int rawM = 0;
         int rawMax = 0;
-        bool steepIn = false; // joined from column c - 1 by a step of two pixels or more
+        bool steepIn = false;  // joined from column c - 1 by a step of two pixels or more
         bool steepOut = false; // left for column c + 1 (not the last) by such a step
     };
 
@@ -472,8 +472,7 @@ private:
         // but the join onwards (or the next step) starts on it and draws it.
         const bool mFree = (s.f == s.m || s.l == s.m) && !outside(s.m);
         const bool MFree = ((s.f == s.M && s.steepIn) || s.l == s.M) && !outside(s.M);
-        return lo == s.m && hi == s.M && (mFree || mIn == s.mInside) &&
-               (MFree || MIn == s.MInside);
+        return lo == s.m && hi == s.M && (mFree || mIn == s.mInside) && (MFree || MIn == s.MInside);
     }
 
     // Appends the column's points; `rawL` is the pixel y its path must end on.
