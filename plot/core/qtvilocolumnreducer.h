@@ -21,12 +21,14 @@
 // Why a column keeps more than its first, minimum, maximum and last sample: Qt's cosmetic
 // stroker carries state from one segment to the next (last pixel, direction, an extra cap pixel
 // on reversals, clipping) and adds or skips single pixels where segments meet. The pixels of a
-// column also depend on the direction of the first and of the last step inside it, on whether
-// its extreme values are reached inside the column or only at its ends, and on whether the
-// first step leaves the stroker's clip area. A column keeps just the points that make all of
-// these match: 1 to 4, and 5 when the first and last steps run in opposite directions to the
-// first extreme reached. The last column of the range also keeps its last four distinct
-// points as they are, because the end cap looks two segments back.
+// column also depend on the direction of its first and last step where that end sample is an
+// extreme or (last step) joins the next column level or by one pixel, on whether an extreme is
+// reached inside the column where its ends leave that pixel out, and on whether the first step
+// leaves the stroker's clip area. A column keeps just the points that make all of these match:
+// 1 to 4, and 5 in the few columns where an extreme at the first sample must be reached again
+// and the last step turns back; among equals the shorter path. The last column of the range
+// also keeps its last three distinct points as they are, because the end cap depends on the
+// last two segments.
 //
 // NaN samples (float, double) are skipped: the line joins the samples on both sides of them,
 // and they take no part in minima and maxima. Mapped values are clamped to +-2^30 before
@@ -231,6 +233,8 @@ private:
         int rawP = 0;
         int rawM = 0;
         int rawMax = 0;
+        bool steepIn = false;  // joined from column c - 1 by a step of two pixels or more
+        bool steepOut = false; // left for column c + 1 (not the last) by such a step
     };
 
     T at(qint64 i) const { return load<T>(m_base, i); }
@@ -244,7 +248,7 @@ private:
             return kAbove;
         return y;
     }
-    bool outside(int c) const { return c == kBelow || c == kAbove; }
+    static bool outside(int c) { return c == kBelow || c == kAbove; }
 
     qint64 nextValid(qint64 i, qint64 end) const
     {
@@ -354,6 +358,7 @@ private:
     {
         const int firstColumn = xpix(first);
         const int lastColumn = xpix(last);
+        m_lastColumn = lastColumn;
         m_out.reserve(
             int(qMin<qint64>(5 * (qint64(lastColumn) - firstColumn + 1) + 8, INT_MAX / 8)));
 
@@ -438,8 +443,13 @@ private:
             if (r[j] == r[j - 1])
                 return false;
         }
-        if (sign(qint64(r[1]) - r[0]) != sign(qint64(s.q) - s.f) ||
-            sign(qint64(r[n - 1]) - r[n - 2]) != sign(qint64(s.l) - s.p))
+        // An end sample strictly inside the column's span lies under the span whichever way
+        // the path leaves or reaches it. The last step still shapes a level or one-pixel join
+        // to the next column, and the end cap.
+        const bool firstFree = s.m < s.f && s.f < s.M;
+        const bool lastFree = s.m < s.l && s.l < s.M && s.steepOut;
+        if ((!firstFree && sign(qint64(r[1]) - r[0]) != sign(qint64(s.q) - s.f)) ||
+            (!lastFree && sign(qint64(r[n - 1]) - r[n - 2]) != sign(qint64(s.l) - s.p)))
             return false;
         if ((r[1] == kBelow || r[1] == kAbove) != clippedQ)
             return false;
@@ -455,14 +465,28 @@ private:
             mIn = mIn || r[j] == s.m;
             MIn = MIn || r[j] == s.M;
         }
-        return lo == s.m && hi == s.M && mIn == s.mInside && MIn == s.MInside;
+        // Whether an extreme is reached again inside matters only where the path's ends leave
+        // its pixel out. The stroker draws the first pixel of a step down and the last of a step
+        // up, so the top pixel is drawn when f or l lies on it. The bottom pixel is left out by
+        // the step up from f, unless a steep join arrives there, and by the step down into l,
+        // but the join onwards (or the next step) starts on it and draws it.
+        const bool mFree = (s.f == s.m || s.l == s.m) && !outside(s.m);
+        const bool MFree = ((s.f == s.M && s.steepIn) || s.l == s.M) && !outside(s.M);
+        return lo == s.m && hi == s.M && (mFree || mIn == s.mInside) && (MFree || MIn == s.MInside);
     }
 
     // Appends the column's points; `rawL` is the pixel y its path must end on.
     void emitColumn(int c, const Column &col, int rawL)
     {
         const int rawF = ypix(at(col.a));
-        const Shape s = shapeOf(col);
+        Shape s = shapeOf(col);
+        if (s.k == 2) {
+            if (!m_out.isEmpty() && m_out.constLast().x() == c - 1)
+                s.steepIn = std::abs(m_out.constLast().y() - rawF) >= 2.0;
+            const qint64 next = nextValid(col.b + 1, m_p.to);
+            if (c + 1 < m_lastColumn && next <= m_p.to && xpix(next) == c + 1)
+                s.steepOut = qAbs(qint64(ypix(at(next))) - rawL) >= 2;
+        }
         if (s.k == 0) {
             emitPoint(c, rawF);
             if (rawL != rawF) // both beyond the same clip bound
@@ -476,8 +500,10 @@ private:
         }
         // Candidates: f, [q], extremes reached inside (either order), [p], l; the smallest
         // that fits wins. q and p fix the first and last directions when the extremes do not.
+        // Between equals the shorter path wins: the stroker's time goes by the pixels it walks.
         int bestRaw[6];
         int bestN = 0;
+        qint64 bestLength = 0;
         const bool clippedQ = outside(s.q);
         for (int order = 0; order < 2; ++order) {
             for (int drop = 0; drop < 4; ++drop) {
@@ -504,8 +530,15 @@ private:
                 if (!(drop & 2))
                     add(s.p, s.rawP);
                 add(s.l, rawL);
-                if ((bestN == 0 || n < bestN) && fits(r, n, s, clippedQ)) {
+                raw[n - 1] = rawL; // beyond a clip bound l may merge with a point before it
+                if (bestN != 0 && n > bestN)
+                    continue;
+                qint64 length = 0;
+                for (int j = 1; j < n; ++j)
+                    length += qAbs(qint64(raw[j]) - raw[j - 1]);
+                if ((bestN == 0 || n < bestN || length < bestLength) && fits(r, n, s, clippedQ)) {
                     bestN = n;
+                    bestLength = length;
                     memcpy(bestRaw, raw, sizeof raw);
                 }
             }
@@ -524,10 +557,10 @@ private:
             emitPoint(c, bestRaw[j]);
     }
 
-    // The last column: its last four distinct points stay as they are, the rest is reduced.
+    // The last column: its last three distinct points stay as they are, the rest is reduced.
     void emitLastColumn(int c, const Column &col)
     {
-        constexpr int kTail = 4;
+        constexpr int kTail = 3;
         qint64 runStart[kTail + 2];
         int runY[kTail + 2];
         int runs = 0;
@@ -540,7 +573,7 @@ private:
             ++runs;
             i = previousValid(j, col.a);
         }
-        if (runs <= kTail + 1) { // at most five distinct points: all of them
+        if (runs <= kTail + 1) { // at most four distinct points: all of them
             for (int r = runs - 1; r >= 0; --r)
                 emitPoint(c, runY[r]);
             return;
@@ -557,6 +590,7 @@ private:
     const uchar *m_base;
     const Params &m_p;
     QVector<QPointF> &m_out;
+    int m_lastColumn = 0;
 };
 
 } // namespace Detail
