@@ -34,7 +34,7 @@ class TstVrxMonServer : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase() { portCursor() = 50110; }
+    void initTestCase() { portCursor = 50110; }
 
     void serverTimestamps_data()
     {
@@ -56,25 +56,22 @@ private slots:
     {
         RecordingHost h;
         QueuedSignalSpy first(h.host.server(), &VrxMon::firstClientConnected);
-        const quint16 port = nextPort();
-        QVERIFY(h.startAndListen(port));
-        // The kernel's tables of listening sockets (state 0A): ours is bound to 127.0.0.1
+        QVERIFY(h.start());
+        // The kernel's table of listening sockets (state 0A): ours is bound to 127.0.0.1
         // alone, never to an outside or a wildcard address.
-        const QByteArray ours = ':' + QByteArray::number(port, 16).toUpper().rightJustified(4, '0');
+        const QByteArray ours =
+            ':' + QByteArray::number(h.port, 16).toUpper().rightJustified(4, '0');
         QList<QByteArray> listeners;
-        for (const char *path : {"/proc/net/tcp", "/proc/net/tcp6"}) {
-            QFile table(QString::fromLatin1(path));
-            if (!table.open(QIODevice::ReadOnly))
-                continue;
-            for (const QByteArray &line : table.readAll().split('\n')) {
-                const QList<QByteArray> f = line.simplified().split(' ');
-                if (f.size() > 3 && f[1].endsWith(ours) && f[3] == "0A")
-                    listeners << f[1];
-            }
+        QFile table(QStringLiteral("/proc/net/tcp"));
+        QVERIFY(table.open(QIODevice::ReadOnly));
+        for (const QByteArray &line : table.readAll().split('\n')) {
+            const QList<QByteArray> f = line.simplified().split(' ');
+            if (f.size() > 3 && f[1].endsWith(ours) && f[3] == "0A")
+                listeners << f[1];
         }
         QCOMPARE(listeners, QList<QByteArray>{"0100007F" + ours});
 
-        KitClient a(port);
+        KitClient a(h.port);
         QVERIFY(a.handshake(3));
 
         const QString fields =
@@ -88,7 +85,7 @@ private slots:
         QVERIFY(h.waitFor(QStringLiteral("INFO : Incoming CONNECTION...\n")));
         QTRY_COMPARE_WITH_TIMEOUT(first.count(), 1, 20000);
 
-        KitClient b(port);
+        KitClient b(h.port);
         QVERIFY(b.handshake(4));
         QVERIFY(h.waitFor(QStringLiteral("[Dev#: 4]")));
         QCOMPARE(first.count(), 1);
@@ -98,7 +95,7 @@ private slots:
         // Alone again after a departure, the next newcomer is a first client once more.
         b.close();
         QVERIFY(h.waitFor(QStringLiteral("DISCONNECTED!"), 2));
-        KitClient c(port);
+        KitClient c(h.port);
         QVERIFY(c.handshake(5));
         QTRY_COMPARE_WITH_TIMEOUT(first.count(), 2, 20000);
     }
@@ -116,14 +113,13 @@ private slots:
         QFETCH(int, length);
         QFETCH(char, tagEnd);
         RecordingHost h;
-        const quint16 port = nextPort();
-        QVERIFY(h.startAndListen(port));
+        QVERIFY(h.start());
         unsigned char rec[VRXCLIENT_ID_SIZE + 1] = {};
         vrxclient_id id{0, 1, 2, 3, "PCIe", "VRX14"};
         vrxclient_encode_id(&id, rec);
         rec[35] = static_cast<unsigned char>(tagEnd);
 
-        KitClient a(port);
+        KitClient a(h.port);
         int64_t received = 0;
         QCOMPARE(vrxclient_identify_raw(a.c, rec, std::size_t(length), &received), 0);
         QCOMPARE(received, int64_t(length));
@@ -144,9 +140,8 @@ private slots:
     void lineEndsAndPrefixes()
     {
         RecordingHost h;
-        const quint16 port = nextPort();
-        QVERIFY(h.startAndListen(port, 0, 1, 0)); // with the clients' timestamps
-        KitClient a(port), b(port);
+        QVERIFY(h.start(0, 0, 1, 0)); // with the clients' timestamps
+        KitClient a(h.port), b(h.port);
         vrxclient_settings s{};
         QVERIFY(a.handshake(1, &s));
         QCOMPARE(s.timestamp, 1u);
@@ -198,11 +193,10 @@ private slots:
     {
         RecordingHost h;
         QueuedSignalSpy finished(h.host.server(), &VrxMon::finished);
-        const quint16 port = nextPort();
-        QVERIFY(h.startAndListen(port));
+        QVERIFY(h.start());
         const QString mp = ownPrompt();
         const QString unknown = QStringLiteral("ERROR: Unknown command 'RunCmd('.\n");
-        KitClient a(port);
+        KitClient a(h.port);
         QVERIFY(a.handshake(1));
 
         QVERIFY(a.deliver("RunCmd( 7, whatever);\n"));
@@ -218,6 +212,18 @@ private slots:
         QVERIFY(a.deliver(", split);\n"));
         QVERIFY(h.waitFor(unknown, 2));
 
+        // A client leaves inside a command; the next one takes its record with a fresh matcher.
+        {
+            KitClient b(h.port);
+            QVERIFY(b.handshake(2));
+            QVERIFY(b.deliver("RunCmd( 7, half"));
+        }
+        QVERIFY(h.waitFor(QStringLiteral("DISCONNECTED!")));
+        KitClient c(h.port);
+        QVERIFY(c.handshake(3));
+        QVERIFY(c.deliver("tail);\n"));
+        QVERIFY(h.waitFor(kitPrompt(3) + "tail);\n"));
+        QCOMPARE(h.countOf(unknown), 2);
         QCOMPARE(h.countOf(QStringLiteral("Stop command received")), 0);
         QCOMPARE(finished.count(), 0);
 
@@ -231,20 +237,19 @@ private slots:
         // The stopped monitor closed the connection without an acknowledgement.
         int64_t ack = 0;
         QCOMPARE(vrxclient_read_ack(a.c, &ack, 20000), -1);
-        QVERIFY(!KitClient(port).connected());
+        QVERIFY(!KitClient(h.port).connected());
     }
 
     void fortyAtOnceCompactionAndTheFortyFirst()
     {
         RecordingHost h;
-        const quint16 port = nextPort();
-        QVERIFY(h.startAndListen(port));
+        QVERIFY(h.start());
         // All at once: more than the listener's backlog, so some wait for a retry.
         std::vector<std::unique_ptr<KitClient>> clients(40);
         std::vector<std::thread> threads;
         for (std::size_t i = 0; i < 40; ++i)
             threads.emplace_back([&, i] {
-                clients[i].reset(new KitClient(port));
+                clients[i].reset(new KitClient(h.port));
                 clients[i]->handshake(i);
             });
         for (std::thread &t : threads)
@@ -252,17 +257,11 @@ private slots:
         QVERIFY(h.waitFor(QStringLiteral("CONNECTED!"), 40));
         QVector<quint64> expected = h.host.server()->clientDeviceNumbers();
 
-        KitClient extra(port);
+        KitClient extra(h.port);
         QVERIFY(!extra.handshake(99)); // turned away
         QVERIFY(h.waitFor(
             QStringLiteral("ERROR: Something is wrong. Socket position 40 not empty (")));
         QCOMPARE(h.countOf(QStringLiteral("CONNECTED!")), 40);
-
-        // Each shown with its own prompt: all forty are registered under their numbers.
-        for (quint64 i = 0; i < 40; ++i)
-            QVERIFY(clients[i]->deliver("line of " + QByteArray::number(i) + "\n"));
-        for (quint64 i = 0; i < 40; ++i)
-            QVERIFY(h.waitFor(kitPrompt(i) + QStringLiteral("line of %1\n").arg(i)));
 
         clients[5]->close();
         QVERIFY(h.waitFor(QStringLiteral("DISCONNECTED! Removing client: \n")));
@@ -271,45 +270,23 @@ private slots:
         expected.removeOne(5);
         QTRY_COMPARE_WITH_TIMEOUT(h.host.server()->clientDeviceNumbers(), expected, 20000);
 
-        KitClient late(port);
+        KitClient late(h.port);
         QVERIFY(late.handshake(100));
         expected.append(100);
         QTRY_COMPARE_WITH_TIMEOUT(h.host.server()->clientDeviceNumbers(), expected, 20000);
-        for (std::size_t i : {0, 6, 39})
-            QVERIFY(clients[i]->deliver("still here\n"));
+        // Each shown with its own prompt: the records still match their connections.
+        for (quint64 i = 0; i < 40; ++i)
+            QVERIFY(i == 5 || clients[i]->deliver("line of " + QByteArray::number(i) + "\n"));
+        for (quint64 i = 0; i < 40; ++i)
+            QVERIFY(i == 5 || h.waitFor(kitPrompt(i) + QStringLiteral("line of %1\n").arg(i)));
         QVERIFY(late.deliver("newcomer\n"));
         QVERIFY(h.waitFor(kitPrompt(100) + "newcomer\n"));
-    }
-
-    void disconnectInTheMiddleOfALineOrCommand()
-    {
-        RecordingHost h;
-        const quint16 port = nextPort();
-        QVERIFY(h.startAndListen(port));
-        int gone = 0;
-        for (const char *half : {"half a li", "RunCmd( 7, half"}) {
-            KitClient a(port);
-            QVERIFY(a.handshake(1));
-            QVERIFY(a.deliver(half));
-            a.close();
-            QVERIFY(h.waitFor(QStringLiteral("DISCONNECTED!"), ++gone));
-        }
-        // The next client takes the freed record with a fresh matcher.
-        KitClient c(port);
-        QVERIFY(c.handshake(3));
-        QVERIFY(c.deliver("tail);\n"));
-        QVERIFY(h.waitFor(kitPrompt(3) + "tail);\n"));
-        QCOMPARE(h.countOf(QStringLiteral("Unknown command")), 0);
-        QVERIFY(c.deliver("RunCmd(7);\n"));
-        QVERIFY(h.waitFor(ownPrompt() + "ERROR: Unknown command 'RunCmd('.\n"));
-        QCOMPARE(h.countOf(QStringLiteral("Unknown command")), 1);
     }
 
     void interruptedWaitIsReportedAndMonitoringGoesOn()
     {
         RecordingHost h;
-        const quint16 port = nextPort();
-        QVERIFY(h.startAndListen(port));
+        QVERIFY(h.start());
         // The server thread carries its object name as its system name (cut to 15 bytes).
         pid_t tid = 0;
         QDir task(QStringLiteral("/proc/self/task"));
@@ -331,7 +308,7 @@ private slots:
         QVERIFY(h.waitFor(
             QStringLiteral("INFO : Recovering from interuption. Continue monitoring...\n")));
         sigaction(SIGUSR1, &old, nullptr);
-        KitClient a(port);
+        KitClient a(h.port);
         QVERIFY(a.handshake(1));
         QVERIFY(a.deliver("after the signal\n"));
         QVERIFY(h.waitFor(kitPrompt(1) + "after the signal\n"));
@@ -343,7 +320,7 @@ private slots:
             QSKIP("port 55555 is held by another program on this machine");
         RecordingHost first;
         QueuedSignalSpy firstFinished(first.host.server(), &VrxMon::finished);
-        QVERIFY(first.startAndListen(kPort, 0x3, 0, 0x1));
+        QVERIFY(first.start(kPort, 0x3, 0, 0x1));
 
         RecordingHost second;
         QSignalSpy taken(&second.host, &VrxMonHost::takeOverFinished);
@@ -362,11 +339,7 @@ private slots:
         QCOMPARE(second.countOf(QStringLiteral("INFO : [Device Mask] = 0xF0\n")), 2);
 
         QTRY_VERIFY_WITH_TIMEOUT(firstFinished.count() >= 1, 20000);
-        QVERIFY(first.waitFor(QStringLiteral("[Interface: SOCKET]\n[DevAddr: 0x0]\n[Dev#: 65535]\n"
-                                             "[DevType: ServerTerminator]\n")));
         QVERIFY(first.waitFor(ownPrompt() + QStringLiteral("NOTE : Stop command received!\n")));
-        QVERIFY(first.all().indexOf(QStringLiteral("ServerTerminator")) <
-                first.all().indexOf(QStringLiteral("Stop command received")));
 
         // Clients now reach the second instance and get its settings.
         KitClient c(kPort);
