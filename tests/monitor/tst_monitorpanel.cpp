@@ -130,7 +130,7 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(panel.editor()->toPlainText().contains(failed), 30000);
         QVERIFY(panel.editor()->toPlainText().contains("Unable to quit existing VRX Monitor!"));
         QTRY_VERIFY(!panel.serverThread()->isRunning());
-        QVERIFY(!panel.startButton()->isChecked());
+        QTRY_VERIFY(!panel.startButton()->isChecked());
         QVERIFY(!panel.busyIndicator()->isVisible());
         QVERIFY(!panel.editor()->toPlainText().contains(QStringLiteral("VRX Monitor started")));
 
