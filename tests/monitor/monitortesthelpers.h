@@ -19,18 +19,13 @@
 #include <unistd.h>
 
 // Each test program sets the first port of a range of its own, so parallel programs never meet.
-inline quint16 &portCursor()
-{
-    static quint16 next = 50000;
-    return next;
-}
+inline quint16 portCursor = 50000;
 
 // The next loopback port that binds now (outgoing connections may borrow one of the range).
 inline quint16 nextPort()
 {
-    const quint16 port = VrxLoadGen::firstBindablePort(portCursor());
-    portCursor() = port + 1;
-    return port;
+    portCursor = VrxLoadGen::firstBindablePort(portCursor) + 1;
+    return portCursor - 1;
 }
 
 inline quint16 localPortOf(int fd)
@@ -42,17 +37,23 @@ inline quint16 localPortOf(int fd)
 }
 
 // A listener on the loopback port that is no monitor; -1 when the port cannot be had.
+inline sockaddr_in loopback(quint16 port)
+{
+    sockaddr_in a{};
+    a.sin_family = AF_INET;
+    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    a.sin_port = htons(port);
+    return a;
+}
+
 inline int listenOn(quint16 port)
 {
     const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     // Connections of an earlier run may still wait out their close on this port.
     const int reuse = 1;
     setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof reuse);
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    a.sin_port = htons(port);
-    if (bind(fd, reinterpret_cast<sockaddr *>(&a), sizeof a) != 0 || listen(fd, 4) != 0) {
+    const sockaddr_in a = loopback(port);
+    if (bind(fd, reinterpret_cast<const sockaddr *>(&a), sizeof a) != 0 || listen(fd, 4) != 0) {
         close(fd);
         return -1;
     }
@@ -73,12 +74,14 @@ public:
     {
         return QTest::qWaitFor([&] { return countOf(needle) >= times; }, timeoutMs);
     }
-    bool startAndListen(quint32 port, quint32 trace = 0, quint32 ts = 0, quint32 mask = 0)
+    // Starts the monitor, on its own port unless given another; whether it came up.
+    bool start(quint16 on = 0, quint32 trace = 0, quint32 ts = 0, quint32 mask = 0)
     {
-        host.start(1, QStringLiteral("127.0.0.1"), port, trace, ts, mask);
+        host.start(1, QStringLiteral("127.0.0.1"), on ? on : port, trace, ts, mask);
         return waitFor(QStringLiteral("NOTE : VRX Monitor started!\n\n"));
     }
 
+    const quint16 port = nextPort();
     VrxMonHost host;
     QStringList messages;
 };

@@ -8,16 +8,15 @@
 #include "viewer/ui/editor.h"
 
 #include <QApplication>
-#include <QClipboard>
 #include <QComboBox>
 #include <QDir>
 #include <QFile>
 #include <QLabel>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QSettings>
 #include <QSpinBox>
 #include <QThread>
-#include <QSocketNotifier>
 #include <QToolButton>
 #include <QtTest>
 
@@ -29,11 +28,6 @@ QByteArray readBytes(const QString &path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-QString readAll(const QString &path)
-{
-    return QString::fromLocal8Bit(readBytes(path));
 }
 
 // Stops the panel's server and waits for its thread, so the next case starts clean.
@@ -65,7 +59,7 @@ private slots:
     void initTestCase()
     {
         initResources();
-        portCursor() = 50610;
+        portCursor = 50610;
     }
 
     void init()
@@ -105,7 +99,6 @@ private slots:
         QCOMPARE(sent.device_mask, 0xFFFFFFFFu);
         QSettings settings;
         settings.beginGroup(QStringLiteral("VRXMonitorLastUsedState"));
-        QCOMPARE(settings.value(QStringLiteral("MonitorTraceLevel")).toUInt(), 0xFFFFFFFFu);
         QCOMPARE(settings.value(QStringLiteral("LastUsedState")).toBool(), true);
         stop(panel);
         QTRY_VERIFY(!panel.startButton()->isChecked());
@@ -124,27 +117,23 @@ private slots:
 
     void failedTakeoverShowsStoppedAndTheNextStartWorks()
     {
-        // Something that is no monitor holds the port: it drops whoever connects.
+        // Something that is no monitor holds the port: it takes connections and never answers.
         const quint16 port = nextPort();
         const int squatter = listenOn(port);
         QVERIFY(squatter >= 0);
-        QSocketNotifier dropper(squatter, QSocketNotifier::Read);
-        connect(&dropper, &QSocketNotifier::activated, this, [squatter] {
-            const int fd = accept(squatter, nullptr, nullptr);
-            if (fd >= 0)
-                ::close(fd);
-        });
         MonitorPanel panel(QStringLiteral("vrxupdater"));
         panel.show();
         panel.setPort(port);
         QTest::mouseClick(panel.startButton(), Qt::LeftButton);
-        const QString failed("ERROR: Unable to stop or takeover existing listener!");
-        QTRY_VERIFY_WITH_TIMEOUT(panel.editor()->toPlainText().contains(failed), 20000);
+        const QString failed("ERROR: Unable to stop or takeover existing listener! "
+                             "Possible cause: Command not recognized!");
+        QTRY_VERIFY_WITH_TIMEOUT(panel.editor()->toPlainText().contains(failed), 30000);
+        QVERIFY(panel.editor()->toPlainText().contains("Unable to quit existing VRX Monitor!"));
         QTRY_VERIFY(!panel.serverThread()->isRunning());
-        QVERIFY(!panel.startButton()->isChecked());
+        QTRY_VERIFY(!panel.startButton()->isChecked());
         QVERIFY(!panel.busyIndicator()->isVisible());
+        QVERIFY(!panel.editor()->toPlainText().contains(QStringLiteral("VRX Monitor started")));
 
-        dropper.setEnabled(false);
         ::close(squatter);
         QVERIFY(clickStart(panel, port));
         QVERIFY(panel.startButton()->isChecked());
@@ -178,17 +167,6 @@ private slots:
         QCOMPARE(RemoteMemProcessed.available(), 0);
     }
 
-    void copiedTemplateIsTrimmed()
-    {
-        MonitorPanel panel(QStringLiteral("vrxupdater"));
-        panel.onCopyTemplateBtnClicked();
-        const QString text = QApplication::clipboard()->text();
-        QVERIFY(text.startsWith(QStringLiteral("//Command format: RunCmd( CommandCode,")));
-        QVERIFY(text.endsWith(QStringLiteral("1);")));
-        QVERIFY(text.contains(QStringLiteral("\"RunCmd( 1, Triggered_Streaming_Record, %p, %d, "
-                                             "int16, %d);\\n\"")));
-    }
-
     void missingExternalToolFallsBackToTheBuiltInMonitor()
     {
         if (QFile::exists(QStringLiteral("/usr/bin/vrxupdater")) ||
@@ -207,14 +185,13 @@ private slots:
         QCOMPARE(panel.childProcess()->state(), QProcess::NotRunning);
         stop(panel);
         // The whole output is also in the run's file.
-        QTRY_VERIFY(readAll(panel.filePath()).startsWith(expected));
+        QTRY_VERIFY(readBytes(panel.filePath()).startsWith(expected.toLatin1()));
     }
 
     void eachBatchIsInTheOutputFileByteForByte()
     {
-        // What a crash would leave: the file as it is on disk while everything still runs.
-        // The file holds the client's bytes whatever they are; the view reads valid UTF-8 as
-        // UTF-8 and anything else as Latin-1.
+        // The file as a crash would leave it holds the client's bytes whatever they are; the
+        // view reads valid UTF-8 as UTF-8 and anything else as Latin-1.
         MonitorPanel panel(QStringLiteral("vrxupdater"));
         panel.show();
         const quint16 port = nextPort();
@@ -293,27 +270,23 @@ private slots:
         // Four load clients and the demo have gone. The run's files, in the order of their
         // names (their start times), hold the whole output; each stayed within the limit, the
         // cache counted them with the old ones, and the panel shows the newest.
-        const auto runFiles = [&] {
-            return QDir(directory).entryInfoList({"vrxmon_*.okv"}, QDir::Files, QDir::Name);
+        QFileInfoList files;
+        QString log;
+        const auto allGone = [&] {
+            files = QDir(directory).entryInfoList({"vrxmon_*.okv"}, QDir::Files, QDir::Name);
+            log.clear();
+            for (const QFileInfo &file : files)
+                log += QString::fromLocal8Bit(readBytes(file.filePath()));
+            return log.count(QStringLiteral("DISCONNECTED!")) == 5;
         };
-        const auto runLog = [&] {
-            QString all;
-            for (const QFileInfo &file : runFiles())
-                all += readAll(file.filePath());
-            return all;
-        };
-        QTRY_VERIFY_WITH_TIMEOUT(runLog().count(QStringLiteral("DISCONNECTED!")) == 5, 30000);
-        const QString log = runLog();
-        const QFileInfoList files = runFiles();
+        QVERIFY(QTest::qWaitFor(allGone, 30000));
         QVERIFY2(files.size() >= 3, qPrintable(QString::number(files.size())));
         for (const QFileInfo &file : files)
             QVERIFY2(file.size() <= limit, qPrintable(file.fileName()));
         QCOMPARE(panel.filePath(), files.last().absoluteFilePath());
         QCOMPARE(QDir(directory).entryList({QStringLiteral("*.okv")}).size(), 21);
-        for (int n = 0; n < 30; ++n)
-            QVERIFY2(log.contains(QStringLiteral("/PCIe> NOTE : record %1: filling 64 samples\n")
-                                      .arg(n)),
-                     qPrintable(QString::number(n)));
+        QCOMPARE(log.count(QRegularExpression("/PCIe> NOTE : record \\d+: filling 64 samples\n")),
+                 30);
         QCOMPARE(log.count(QStringLiteral("/PCIe> ERROR: simulated overrun")), 1);
 
         // Each load client's bytes, prompts taken off, are exactly what it sent. A piece
@@ -342,12 +315,12 @@ private slots:
                 expected += QString::fromStdString(
                     VrxLoadGen::makeLine(o.seed, i, n, o.minLength, o.maxLength));
             expected.remove(QLatin1Char('\n'));
-            QCOMPARE(streams[i].size(), expected.size());
             QVERIFY2(streams[i] == expected, qPrintable(QStringLiteral("client %1").arg(i)));
         }
 
         // The editor shows the newest lines of the newest file, at most its block limit.
-        QTRY_VERIFY(panel.editor()->toPlainText().endsWith(readAll(panel.filePath()).right(2000)));
+        QTRY_VERIFY(panel.editor()->toPlainText().endsWith(
+            QString::fromLocal8Bit(readBytes(panel.filePath())).right(2000)));
         QVERIFY(panel.editor()->blockCount() <= 10000);
         stop(panel);
     }

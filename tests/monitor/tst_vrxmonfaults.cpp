@@ -25,50 +25,34 @@ extern char **environ;
 namespace {
 // Its reads and sends give up after 20 s, so a monitor that stops answering fails the test
 // instead of hanging it.
-int rawConnect(quint16 port, int receiveBuffer = 0)
+int rawConnect(quint16 port)
 {
     const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (receiveBuffer > 0) // before the connect, so the window is small from the start
-        setsockopt(fd, SOL_SOCKET, SO_RCVBUF, &receiveBuffer, sizeof receiveBuffer);
     const timeval limit{20, 0};
     setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
     setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    a.sin_port = htons(port);
-    if (::connect(fd, reinterpret_cast<sockaddr *>(&a), sizeof a) != 0) {
+    const sockaddr_in a = loopback(port);
+    if (::connect(fd, reinterpret_cast<const sockaddr *>(&a), sizeof a) != 0) {
         close(fd);
         return -1;
     }
     return fd;
 }
 
-bool readExactly(int fd, void *data, std::size_t n)
-{
-    return recv(fd, data, n, MSG_WAITALL) == ssize_t(n);
-}
-
-QByteArray idRecord(quint64 pid, quint64 devNumber)
-{
-    unsigned char rec[VRXCLIENT_ID_SIZE];
-    vrxclient_id id{pid, 0xC0FFEEULL, 0x1A2BULL, devNumber, "PCIe", "VRX14"};
-    vrxclient_encode_id(&id, rec);
-    return QByteArray(reinterpret_cast<const char *>(rec), sizeof rec);
-}
-
 // Sends the first idBytes of an ID record and reads the acknowledgement; then, unless
 // answerBytes is negative, reads the settings record and answers with that many zero bytes.
 bool rawHandshake(int fd, int idBytes, int answerBytes)
 {
-    const QByteArray id = idRecord(0, 7);
+    unsigned char id[VRXCLIENT_ID_SIZE];
+    vrxclient_id fields{0, 0xC0FFEEULL, 0x1A2BULL, 7, "PCIe", "VRX14"};
+    vrxclient_encode_id(&fields, id);
     char ack[8], settings[16];
-    if (idBytes > 0 && (send(fd, id.constData(), std::size_t(idBytes), MSG_NOSIGNAL) != idBytes ||
-                        !readExactly(fd, ack, sizeof ack)))
+    if (idBytes > 0 && (send(fd, id, std::size_t(idBytes), MSG_NOSIGNAL) != idBytes ||
+                        recv(fd, ack, sizeof ack, MSG_WAITALL) != ssize_t(sizeof ack)))
         return false;
-    return answerBytes < 0 || (readExactly(fd, settings, sizeof settings) &&
-                               send(fd, "\0\0\0\0\0\0\0\0", std::size_t(answerBytes),
-                                    MSG_NOSIGNAL) == answerBytes);
+    return answerBytes < 0 ||
+           (recv(fd, settings, sizeof settings, MSG_WAITALL) == ssize_t(sizeof settings) &&
+            send(fd, "\0\0\0\0\0\0\0\0", std::size_t(answerBytes), MSG_NOSIGNAL) == answerBytes);
 }
 
 // A monitor on a port of its own, with a well-behaved client that logs numbered lines while
@@ -77,7 +61,7 @@ struct Watched : RecordingHost
 {
     bool start()
     {
-        if (!startAndListen(port))
+        if (!RecordingHost::start())
             return false;
         witness.reset(new KitClient(port));
         return witness->handshake(1);
@@ -89,8 +73,7 @@ struct Watched : RecordingHost
                 return false;
         return witness->acked();
     }
-    // A few more lines logged, and every line sent is in the output, whole and with the
-    // witness's prompt (the texts are queued to this thread: waits in its event loop).
+    // A few more lines logged, and every line sent is shown whole with the witness's prompt.
     bool served()
     {
         const auto allShown = [this] {
@@ -102,7 +85,6 @@ struct Watched : RecordingHost
         return log() && QTest::qWaitFor(allShown, 20000);
     }
 
-    const quint16 port = nextPort();
     std::unique_ptr<KitClient> witness;
     int sent = 0;
 };
@@ -140,7 +122,7 @@ class TstVrxMonFaults : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase() { portCursor() = 51310; }
+    void initTestCase() { portCursor = 51310; }
     void cleanup() { QCOMPARE(RemoteMemProcessed.available(), 0); }
 
     void unfinishedHandshakesAreDropped_data()
@@ -168,9 +150,8 @@ private slots:
         QFETCH(QString, cause);
         Watched h;
         QVERIFY(h.start());
-        const quint16 port = h.port;
 
-        const int fd = rawConnect(port);
+        const int fd = rawConnect(h.port);
         QVERIFY(fd >= 0);
         const quint16 local = localPortOf(fd);
         QVERIFY(rawHandshake(fd, idBytes, answerBytes));
@@ -185,38 +166,42 @@ private slots:
                               .arg(local)
                               .arg(cause)));
         if (!hangUp) { // the monitor has closed it: end of stream or reset
-            char sink[256];
-            ssize_t got = 0;
-            while ((got = recv(fd, sink, sizeof sink, 0)) > 0) {
-            }
-            QVERIFY(got == 0 || errno == ECONNRESET);
+            char sink;
+            const ssize_t got = recv(fd, &sink, 1, 0);
+            QVERIFY(got == 0 || (got < 0 && errno == ECONNRESET));
             close(fd);
         }
         QCOMPARE(h.countOf(QStringLiteral("CONNECTED!")), 1); // it never joined
         QCOMPARE(h.host.server()->clientDeviceNumbers(), QVector<quint64>{1});
 
-        KitClient late(port);
+        KitClient late(h.port);
         QVERIFY(late.handshake(2));
         QVERIFY(late.deliver("late and fine\n"));
         QVERIFY(h.waitFor(kitPrompt(2) + "late and fine\n"));
     }
 
-    void randomBytesAndHalfRecords()
+    void randomBytesAsIdentityAndText()
     {
         Watched h;
         QVERIFY(h.start());
-        const quint16 port = h.port;
         QRandomGenerator rng(20231);
 
-        // Random bytes as the ID record and as the log text.
-        KitClient noise(port);
+        // Random bytes as the ID record: a temporary identity named after the client's place.
+        KitClient noise(h.port);
         QByteArray junk(128, '\0');
         rng.fillRange(reinterpret_cast<quint32 *>(junk.data()), junk.size() / 4);
         int64_t received = 0;
         QCOMPARE(vrxclient_identify_raw(noise.c, junk.constData(), 128, &received), 0);
-        QVERIFY(received > 0);
         QCOMPARE(vrxclient_receive_settings(noise.c, nullptr), 0);
+        QVERIFY(h.waitFor(QStringLiteral("ERROR: Could not establish client ID. ID length (128) or "
+                                         "ValidationID (")));
         QVERIFY(h.waitFor(QStringLiteral("WARN : Assigning temporary ID...\n\n")));
+        QVERIFY(h.waitFor(QStringLiteral("[VRXCU: 0x0]\n[Interface: NA1]\n[DevAddr: 0x0]\n"
+                                         "[Dev#: 1]\n[DevType: NA]\n"
+                                         "[Path: Process path cannot be determined]\n")));
+        QVERIFY(noise.deliver("hello\n"));
+        QVERIFY(h.waitFor(QStringLiteral("0x0/NA@0x0/1/NA1> hello\n")));
+        // Random bytes as the log text.
         for (int round = 0; round < 16; ++round) {
             QByteArray bytes(int(1 + rng.bounded(8192u)), '\0');
             for (char &b : bytes) {
@@ -227,27 +212,16 @@ private slots:
             QVERIFY(noise.deliver(bytes));
             QVERIFY(h.log(1));
         }
-
-        // An ID record in two halves: the first half is the record, the rest is log text.
-        KitClient halves(port);
-        const QByteArray id = idRecord(0, 2);
-        QCOMPARE(vrxclient_identify_raw(halves.c, id.constData(), 60, &received), 0);
-        QCOMPARE(received, int64_t(60));
-        QCOMPARE(vrxclient_receive_settings(halves.c, nullptr), 0);
-        QVERIFY(h.waitFor(QStringLiteral("ID length (60) or ValidationID (OKAV) not match!\n")));
-        QVERIFY(halves.deliver(id.mid(60) + "after the half\n"));
-        QVERIFY(h.waitFor(QStringLiteral("after the half\n")));
         QVERIFY(h.served());
-        QCOMPARE(h.host.server()->clientCount(), 3u);
+        QCOMPARE(h.host.server()->clientCount(), 2u);
     }
 
     void hugeLineAndACommandThatNeverCloses()
     {
         Watched h;
         QVERIFY(h.start());
-        const quint16 port = h.port;
         QSignalSpy plot(h.host.server(), &VrxMon::VirtualPlotItemConnected);
-        KitClient huge(port), open(port);
+        KitClient huge(h.port), open(h.port);
         QVERIFY(huge.handshake(2));
         QVERIFY(open.handshake(3));
 
@@ -264,55 +238,20 @@ private slots:
         QVERIFY(open.acked());
         QVERIFY(h.served());
         QVERIFY(h.waitFor(kitPrompt(3) + "still open 199 (no end)\n"));
+        QCOMPARE(h.countOf(kitPrompt(3) + "still open "), 200);
         QCOMPARE(h.countOf(QStringLiteral("~")), 16 * piece.size());
-        for (int i = 0; i < 200; ++i)
-            QVERIFY(
-                h.all().contains(kitPrompt(3) + QStringLiteral("still open %1 (no end)\n").arg(i)));
         QCOMPARE(plot.count(), 0);
         QCOMPARE(h.countOf(QStringLiteral("ERROR: ")), 0);
         QCOMPARE(h.host.server()->clientCount(), 3u);
-    }
-
-    void clientThatNeverReadsItsAcknowledgements()
-    {
-        // Seen once in a loaded run: the server stopped reading such a client without dropping
-        // it, so the client's sends timed out and the drop line never came. Until that is
-        // found, this case does not run in the suite; VRX_RUN_DEAF_CLIENT=1 runs it.
-        if (qEnvironmentVariableIntValue("VRX_RUN_DEAF_CLIENT") != 1)
-            QSKIP("intermittent: a client whose acknowledgements back up is sometimes left "
-                  "unread instead of dropped (VRX_RUN_DEAF_CLIENT=1 runs it)");
-        Watched h;
-        QVERIFY(h.start());
-        const quint16 port = h.port;
-
-        const int deaf = rawConnect(port, 4096);
-        QVERIFY(deaf >= 0);
-        QVERIFY(rawHandshake(deaf, 100, 8));
-        // Streams and never reads: once its acknowledgements pile up it is dropped, and the
-        // next sends fail. The bound on the bytes only keeps a broken monitor from hanging us.
-        const QByteArray line = QByteArray(4095, 'd') + '\n';
-        qint64 total = 0;
-        while (total < (qint64(256) << 20) &&
-               send(deaf, line.constData(), std::size_t(line.size()), MSG_NOSIGNAL) > 0)
-            total += line.size();
-        QVERIFY2(total < (qint64(256) << 20), "the monitor kept a client that reads nothing");
-        QVERIFY(h.waitFor(QStringLiteral("ERROR: Client 127.0.0.1:%1 does not read its "
-                                         "acknowledgements! Removing client...\n")
-                              .arg(localPortOf(deaf))));
-        QVERIFY(h.waitFor(QStringLiteral("DISCONNECTED! Removing client: \n")));
-        close(deaf);
-        QVERIFY(h.served());
-        QCOMPARE(h.host.server()->clientDeviceNumbers(), QVector<quint64>{1});
     }
 
     void clientLeavesWhileItsPlotRequestWaits()
     {
         Watched h;
         QVERIFY(h.start());
-        const quint16 port = h.port;
         QSignalSpy plot(h.host.server(), &VrxMon::VirtualPlotItemConnected);
         {
-            KitClient leaver(port);
+            KitClient leaver(h.port);
             QVERIFY(leaver.handshake(2));
             QVERIFY(
                 leaver.send("leaving soon\nRunCmd( 1, Rec, 0x10, 64, int16, 1);\nlast words\n"));
@@ -335,7 +274,6 @@ private slots:
     {
         Watched h;
         QVERIFY(h.start());
-        const quint16 port = h.port;
 
         // The test is the plot side: it reads each request's memory as the plot tool does,
         // and the demo is killed during the third read.
@@ -361,7 +299,7 @@ private slots:
             samples.append(values);
             RemoteMemProcessed.release();
         });
-        Spawned spawned({VRXDEMO_PATH, "--port", QByteArray::number(port), "--interval-ms", "0",
+        Spawned spawned({VRXDEMO_PATH, "--port", QByteArray::number(h.port), "--interval-ms", "0",
                          "--samples", "256", "--ramp"});
         QVERIFY(spawned.pid > 0);
         demo = &spawned;
@@ -393,9 +331,9 @@ private slots:
     void plotRequestsForOtherProcessesAreRefused()
     {
         RecordingHost h;
-        const quint16 port = nextPort();
-        QVERIFY(h.startAndListen(port));
-        const QString refused = h.host.server()->prompt() + "ERROR: Real Time Plot refused! ";
+        QVERIFY(h.start());
+        const QString mp = h.host.server()->prompt();
+        const QString refused = mp + "ERROR: Real Time Plot refused! ";
         QSignalSpy plot(h.host.server(), &VrxMon::VirtualPlotItemConnected);
         const auto request = [](const char *bytes) {
             return "RunCmd( 1, Rec, 0x10, int16, 1, 0, 0, 64, 1, 16, 1, 1, " + QByteArray(bytes) +
@@ -403,7 +341,7 @@ private slots:
         };
 
         // Claims the test runner's parent, which holds no socket of ours.
-        KitClient liar(port);
+        KitClient liar(h.port);
         vrxclient_id id{quint64(getppid()), 0, 0, 1, "PCIe", "VRX14"};
         vrxclient_settings s{};
         QCOMPARE(vrxclient_handshake(liar.c, &id, &s), 0);
@@ -413,7 +351,7 @@ private slots:
             QStringLiteral("Process %1 does not own the requesting connection.\n").arg(getppid())));
 
         // A temporary identity names its socket number as the process.
-        KitClient nameless(port);
+        KitClient nameless(h.port);
         int64_t received = 0;
         QCOMPARE(vrxclient_identify_raw(nameless.c, "short", 5, &received), 0);
         QCOMPARE(vrxclient_receive_settings(nameless.c, nullptr), 0);
@@ -421,19 +359,32 @@ private slots:
         QVERIFY(h.waitFor(refused + "Process ", 2));
 
         // Its own process, but one byte more than the plot tool would ever load.
-        KitClient greedy(port);
+        KitClient greedy(h.port);
         QVERIFY(greedy.handshake(3));
         QVERIFY(greedy.deliver(request("500000001")));
         QVERIFY(h.waitFor(refused + "500000001 bytes requested, at most 500000000 bytes are "
                                     "read.\n"));
         QCOMPARE(plot.count(), 0);
 
-        // Its own process at the limit: passed on, and held until the plot side is done.
+        // Its own process at the limit: passed on with the program's number and path first,
+        // and the line held until the plot side has read the memory.
+        RemoteMemProcessed.release(2); // left over from an earlier request
         QVERIFY(greedy.send(request("500000000")));
         QTRY_VERIFY_WITH_TIMEOUT(plot.count() == 1, 20000);
-        QVERIFY(plot.at(0).at(0).toString().startsWith(QStringLiteral("%1, ").arg(getpid())));
+        QCOMPARE(plot.at(0).at(0).toString(),
+                 QStringLiteral("%1, %2, Rec, 0x10, int16, 1, 0, 0, 64, 1, 16, 1, 1, 500000000")
+                     .arg(getpid())
+                     .arg(QCoreApplication::arguments().constFirst()));
+        QVERIFY(h.waitFor(mp + "WARN : Real Time Plot out of sync! "
+                               "(RemoteMemProcessed.available() = 2). Re-syncing...\n"));
+        QCOMPARE(RemoteMemProcessed.available(), 0);
+        int64_t ack = 0;
+        QCOMPARE(vrxclient_read_ack(greedy.c, &ack, 300), -1);
+        QCOMPARE(errno, ETIMEDOUT);
+        QVERIFY(!h.all().contains("500000000);\n"));
         RemoteMemProcessed.release();
         QVERIFY(greedy.acked());
+        QVERIFY(h.waitFor(kitPrompt(3) + request("500000000")));
         QCOMPARE(h.countOf(refused), 3);
     }
 
@@ -446,9 +397,6 @@ private slots:
         QTest::newRow("demo") << head + "int16, 1, 0, 0, 64, 1000, 16, 1.0, 1.0, 128"
                               << quint64(128);
         QTest::newRow("template order") << head + "2048, int16, 1" << quint64(0);
-        QTest::newRow("not a number")
-            << head + "int16, 1, 0, 0, 64, 1, 16, 1, 1, lots" << quint64(0);
-        QTest::newRow("negative") << head + "int16, 1, 0, 0, 64, 1, 16, 1, 1, -5" << quint64(0);
         QTest::newRow("huge") << head + "int16, 1, 0, 0, 64, 1, 16, 1, 1, 18446744073709551615"
                               << quint64(18446744073709551615ULL);
         // A comma in the program path moves every field, for both sides alike.
@@ -462,28 +410,6 @@ private slots:
         QFETCH(quint64, bytes);
         QCOMPARE(VrxPeer::requestedReadBytes(request), bytes);
         QCOMPARE(parsePlotRequest(request, QtViloPlotItemDefaults()).byteSize, bytes);
-    }
-
-    void reachableOnLoopbackOnly()
-    {
-        RecordingHost h;
-        const quint16 port = nextPort();
-        QVERIFY(h.startAndListen(port));
-        // The kernel's tables of listening sockets (state 0A) on the port, IPv4 and IPv6: ours
-        // is bound to 127.0.0.1 alone, never to an outside or a wildcard address.
-        const QByteArray ours = ':' + QByteArray::number(port, 16).toUpper().rightJustified(4, '0');
-        QList<QByteArray> listeners;
-        for (const char *path : {"/proc/net/tcp", "/proc/net/tcp6"}) {
-            QFile table(QString::fromLatin1(path));
-            if (!table.open(QIODevice::ReadOnly))
-                continue;
-            for (const QByteArray &line : table.readAll().split('\n')) {
-                const QList<QByteArray> f = line.simplified().split(' ');
-                if (f.size() > 3 && f[1].endsWith(ours) && f[3] == "0A")
-                    listeners << f[1];
-            }
-        }
-        QCOMPARE(listeners, QList<QByteArray>{"0100007F" + ours});
     }
 };
 
