@@ -60,10 +60,8 @@ private slots:
         QTest::newRow("first family wins") << "4: vrx3x/VRX8" << 4 << "VRX3X";
         QTest::newRow("word must start with it") << "5: MYVRX7 VRX-7" << 5 << "VRX";
         QTest::newRow("no family") << "7: unknown" << 7 << "";
-        QTest::newRow("choose") << "Choose Device" << -1 << "";
-        QTest::newRow("refresh") << "Please Refresh" << -1 << "";
-        QTest::newRow("dash") << " - " << -1 << "";
-        QTest::newRow("empty") << "" << -1 << "";
+        for (const char *entry : {"Choose Device", "Please Refresh", " - ", ""})
+            QTest::addRow("'%s'", entry) << QString(entry) << -1 << "";
         QTest::newRow("file name") << "/fw/VRX12_FW_r3.mcs" << -1 << "VRX12";
     }
 
@@ -125,10 +123,6 @@ private slots:
     {
         QTest::addColumn<QString>("command");
         QTest::addColumn<QStringList>("expected"); // the tool, then its arguments; none: error
-        QTest::newRow("macro with blanks in the path")
-            << UpdaterMacros::expand(QStringLiteral("VRXUpdater eu %dv:1 \"%fp\""),
-                                     {"0", "/my fw/VRX14 r2.mcs", "", ""})
-            << QStringList({"VRXUpdater", "eu", "0:1", "/my fw/VRX14 r2.mcs"});
         // Quotes in a file name must not end the group the macro puts the path in.
         QTest::newRow("quotes in the file name")
             << UpdaterMacros::expand(QStringLiteral("VRXUpdater -d%dv --file=\"%fp\" -eu"),
@@ -138,8 +132,6 @@ private slots:
             << UpdaterMacros::expand(QStringLiteral("VRXLicenseUtil \"%1\" %1"),
                                      {"0", "\"x y\"", "", ""})
             << QStringList({"VRXLicenseUtil", "\"x y\"", "\"x", "y\""});
-        QTest::newRow("licence") << QString("VRXLicenseUtil \"/l/a b.lic\"")
-                                 << QStringList({"VRXLicenseUtil", "/l/a b.lic"});
         QTest::newRow("quoted option")
             << QString("VRXUpdater -d0 --file=\"/a b/c.mcs\" -eu")
             << QStringList({"VRXUpdater", "-d0", "--file=/a b/c.mcs", "-eu"});
@@ -208,10 +200,8 @@ private slots:
         QTest::newRow("sign") << "+7" << true << false;
         QTest::newRow("16 characters") << "FW_2CH_10GS_8C_X" << true << false;
         QTest::newRow("17 characters") << "FW_2CH_10GS_8C_XY" << false << false;
-        QTest::newRow("blank") << "FW 2CH" << false << false;
-        QTest::newRow("tab") << "FW\t" << false << false;
-        QTest::newRow("double quote") << "FW\"" << false << false;
-        QTest::newRow("single quote") << "FW'" << false << false;
+        for (const char *text : {"FW 2CH", "FW\t", "FW\"", "FW'"})
+            QTest::addRow("'%s'", text) << QString(text) << false << false;
         QTest::newRow("arabic-indic digit") << QString::fromUtf8("4\xd9\xa3") << true << false;
     }
 
@@ -271,12 +261,8 @@ private slots:
         row("sysman", "VRXSM_sysman_r12.zip", "VRXSM", "", "12");
         row("nothing", "firmware.mcs", "", "", "");
         row("description too long", "VRX14_FW_2CH_10GS_8C_4X_2X_r1.mcs", "VRX14", "", "1");
-        row("version too big", "VRX7_FW_2CH_r99999999999.mcs", "VRX7", "FW_2CH", "");
-        row("32-bit maximum", "VRX7_r4294967295.mcs", "VRX7", "", "4294967295");
         row("blanks, leading zeros", "VRX7 FW r00042.mcs", "VRX7", "FW", "42");
-        row("last number wins", "VRX8_12_FW_r7_3.mcs", "VRX8", "FW", "3");
         row("dots, first family", "VRX3X.fw.2ch.VRX7.v5.mcs", "VRX3X", "FW_2CH", "5");
-        row("only the last suffix goes", "VRX14_FW_r3.1.mcs", "VRX14", "FW", "1");
         row("path ignored", "/home/u/VRX9_FW_1CH_r5/build_2/VRX14_FW_2CH_r8.mcs", "VRX14", "FW_2CH",
             "8");
         row("path only", "/fw/VRX14_FW_2CH_r8/image.mcs", "", "", "");
