@@ -12,9 +12,7 @@
 #include <csignal>
 #include <sys/resource.h>
 
-// The shell's window-less parts: its texts, the command line, and layout files (how they are
-// read back and what a failed write leaves; the messages the window shows for unreadable files
-// are checked with the window).
+// The shell's window-less parts: its texts, the command line, and layout files.
 class TestShellCore : public QObject
 {
     Q_OBJECT
