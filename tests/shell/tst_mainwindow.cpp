@@ -8,8 +8,8 @@
 #include "shell/ui/bluetitlebar.h"
 #include "shell/ui/dockwidget.h"
 #include "shell/ui/mainwindow.h"
-#include "shell/ui/sizehintsdialog.h"
 #include "shell/ui/metatypes.h"
+#include "shell/ui/sizehintsdialog.h"
 #include "testenv.h"
 #include "updater/ui/tasktreeview.h"
 #include "updater/ui/treemodel.h"
@@ -23,8 +23,8 @@
 #include <QImageReader>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMenuBar>
 #include <QMainWindow>
+#include <QMenuBar>
 #include <QMimeData>
 #include <QMovie>
 #include <QPlainTextEdit>
@@ -40,7 +40,6 @@
 #include <QUrl>
 #include <QtTest>
 
-#include <functional>
 #include <memory>
 
 namespace {
@@ -158,8 +157,7 @@ private slots:
         registerMetaTypes();
         setApplicationIdentity();
         Notify::setHook([this](Notify::Kind kind, const QString &title, const QString &text) {
-            static const char *const names[] = {"information", "warning", "critical",
-                                                "question"};
+            static const char *const names[] = {"information", "warning", "critical", "question"};
             m_shown.append({QString::fromLatin1(names[int(kind)]), title, text});
             return m_answer;
         });
@@ -629,14 +627,12 @@ private slots:
         window.addDockWidget(Qt::LeftDockWidgetArea, first);
         window.addDockWidget(Qt::LeftDockWidgetArea, second);
         QMenu *menu = first->contextMenu();
-        QCOMPARE(menuTexts(menu->actions()), (QStringList{"Closable", "Movable", "Floatable",
-                                               "Vertical title bar", "Allow on Left",
-                                               "Allow on Right", "Allow on Top", "Allow on Bottom",
-                                               "Place on Left", "Place on Right", "Place on Top",
-                                               "Place on Bottom", "Show Title Bar", "Floating",
-                                               "Tab into", "Split horizontally into",
-                                               "Split vertically into", "Raise",
-                                               "Change Size Hints..."}));
+        QCOMPARE(menuTexts(menu->actions()),
+                 (QStringList{"Closable", "Movable", "Floatable", "Vertical title bar",
+                              "Allow on Left", "Allow on Right", "Allow on Top", "Allow on Bottom",
+                              "Place on Left", "Place on Right", "Place on Top", "Place on Bottom",
+                              "Show Title Bar", "Floating", "Tab into", "Split horizontally into",
+                              "Split vertically into", "Raise", "Change Size Hints..."}));
         QMenu *tabInto = entry(menu, QStringLiteral("Tab into"))->menu();
         emit tabInto->aboutToShow();
         QCOMPARE(menuTexts(tabInto->actions()), QStringList{"Second"});
@@ -669,21 +665,20 @@ private slots:
         window.resize(900, 500);
         window.show();
         QVERIFY(QTest::qWaitForWindowExposed(&window));
-        const auto type = [](QSpinBox *box, int value) {
-            box->setFocus();
-            QTest::keyClick(box, Qt::Key_A, Qt::ControlModifier);
-            QTest::keyClicks(box, QString::number(value));
-        };
-        // The user edits the dialog and presses OK; what the boxes showed comes back.
-        const auto edit = [&](const std::function<void(SizeHintsDialog *)> &change) {
+        // The user types into the dialog's four boxes and presses OK; what they showed comes back.
+        const auto edit = [&](const QList<int> &typed) {
             QStringList shown;
             QTimer::singleShot(0, this, [&] {
                 auto *dialog = qobject_cast<SizeHintsDialog *>(QApplication::activeModalWidget());
                 QVERIFY(dialog);
-                for (QSpinBox *box : {dialog->sizeHintBox(), dialog->minSizeHintBox(),
-                                      dialog->maxSizeBox(), dialog->dockMaxSizeBox()})
-                    shown << box->text();
-                change(dialog);
+                const QList<QSpinBox *> boxes{dialog->sizeHintBox(), dialog->minSizeHintBox(),
+                                              dialog->maxSizeBox(), dialog->dockMaxSizeBox()};
+                for (int i = 0; i < boxes.size(); ++i) {
+                    shown << boxes.at(i)->text();
+                    boxes.at(i)->setFocus();
+                    QTest::keyClick(boxes.at(i), Qt::Key_A, Qt::ControlModifier);
+                    QTest::keyClicks(boxes.at(i), QString::number(typed.at(i)));
+                }
                 QTest::keyClick(dialog, Qt::Key_Return);
             });
             entry(dock->contextMenu(), QStringLiteral("Change Size Hints..."))->trigger();
@@ -691,12 +686,7 @@ private slots:
         };
         const int natural = dock->sizeHint().width();
         const int naturalMin = dock->minimumSizeHint().width();
-        QStringList shown = edit([&](SizeHintsDialog *dialog) {
-            type(dialog->sizeHintBox(), 300);
-            type(dialog->minSizeHintBox(), 220);
-            type(dialog->maxSizeBox(), 600);
-            type(dialog->dockMaxSizeBox(), 500);
-        });
+        QStringList shown = edit({300, 220, 600, 500});
         QCOMPARE(shown.mid(0, 3), (QStringList{QString::number(natural),
                                                QString::number(naturalMin), "No limit"}));
         QTRY_COMPARE(dock->width(), 300);
@@ -706,15 +696,13 @@ private slots:
         window.resizeDocks({dock}, {50}, Qt::Horizontal);
         QTRY_VERIFY(dock->width() >= 220);
 
-        shown = edit([&](SizeHintsDialog *dialog) {
-            type(dialog->maxSizeBox(), -1);
-            type(dialog->dockMaxSizeBox(), -1);
-        });
+        shown = edit({300, 220, -1, -1});
         QCOMPARE(shown, (QStringList{"300", "220", "600", "500"}));
         QCOMPARE(panel->maximumWidth(), QWIDGETSIZE_MAX);
         QCOMPARE(dock->maximumWidth(), QWIDGETSIZE_MAX);
-        QVERIFY(dock->width() >= 220); // hints left as shown change nothing
+        QVERIFY(dock->width() >= 220); // hints typed as shown change nothing
     }
+
     void realTimeRequestsFromTheMonitorReachThePlotList()
     {
         MainWindow window;

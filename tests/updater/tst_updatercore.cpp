@@ -12,15 +12,6 @@
 
 namespace {
 
-// "label|command" per macro, so a whole list compares in one go.
-QStringList flatten(const QVector<UpdaterMacro> &macros)
-{
-    QStringList out;
-    for (const UpdaterMacro &macro : macros)
-        out << macro.label + QLatin1Char('|') + macro.command;
-    return out;
-}
-
 bool writeFile(const QString &path)
 {
     QFile file(path);
@@ -97,25 +88,26 @@ private slots:
     {
         QTest::addColumn<QByteArray>("text");
         QTest::addColumn<QStringList>("expected");
-        QTest::newRow("lone LF and no final end")
-            << QByteArray("A; x 1\nB; y") << QStringList({"A|x 1", "B|y"});
-        QTest::newRow("blank lines skipped")
-            << QByteArray("\r\n  \r\nA; x\r\n\t\n") << QStringList({"A|x"});
-        QTest::newRow("label trimmed, end trimmed")
-            << QByteArray("  Label A ; cmd \t \r\n") << QStringList({"Label A|cmd"});
-        QTest::newRow("one leading blank only") << QByteArray("A;  x\r\n") << QStringList({"A| x"});
-        QTest::newRow("no blank after semicolon") << QByteArray("A;x") << QStringList({"A|x"});
-        QTest::newRow("first semicolon splits")
-            << QByteArray("A; x; y\r\n") << QStringList({"A|x; y"});
-        QTest::newRow("line without semicolon skipped")
-            << QByteArray("just text\r\nA; x\r\n") << QStringList({"A|x"});
+        const auto row = [](const char *name, const char *text, const QStringList &expected) {
+            QTest::newRow(name) << QByteArray(text) << expected;
+        };
+        row("lone LF and no final end", "A; x 1\nB; y", {"A|x 1", "B|y"});
+        row("blank lines skipped", "\r\n  \r\nA; x\r\n\t\n", {"A|x"});
+        row("label trimmed, end trimmed", "  Label A ; cmd \t \r\n", {"Label A|cmd"});
+        row("one leading blank only", "A;  x\r\n", {"A| x"});
+        row("no blank after semicolon", "A;x", {"A|x"});
+        row("first semicolon splits", "A; x; y\r\n", {"A|x; y"});
+        row("line without semicolon skipped", "just text\r\nA; x\r\n", {"A|x"});
     }
 
     void macroListParsing()
     {
         QFETCH(QByteArray, text);
         QFETCH(QStringList, expected);
-        QCOMPARE(flatten(UpdaterMacros::parseList(text)), expected);
+        QStringList macros; // "label|command" each
+        for (const UpdaterMacro &macro : UpdaterMacros::parseList(text))
+            macros << macro.label + QLatin1Char('|') + macro.command;
+        QCOMPARE(macros, expected);
     }
 
     void toolCommands_data()
