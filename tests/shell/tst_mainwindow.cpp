@@ -9,6 +9,7 @@
 #include "shell/ui/dockwidget.h"
 #include "shell/ui/mainwindow.h"
 #include "shell/ui/metatypes.h"
+#include "shell/ui/sizehintsdialog.h"
 #include "testenv.h"
 #include "updater/ui/tasktreeview.h"
 #include "updater/ui/treemodel.h"
@@ -18,12 +19,17 @@
 #include "viewer/ui/editorpanel.h"
 
 #include <QContextMenuEvent>
+#include <QIcon>
+#include <QImageReader>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMainWindow>
 #include <QMenuBar>
 #include <QMimeData>
+#include <QMovie>
 #include <QPlainTextEdit>
 #include <QSettings>
+#include <QSpinBox>
 #include <QStatusBar>
 #include <QTabBar>
 #include <QTableView>
@@ -78,15 +84,27 @@ QToolButton *buttonWithTip(const QWidget *root, const QString &tip)
     return nullptr;
 }
 
-// Chooses an entry of the window's menu of that title, as a click on it would.
-void choose(const QWidget &window, const QString &menu, const QString &entry)
+// The entry of that text or submenu title, or null.
+QAction *entry(const QMenu *menu, const QString &text)
+{
+    for (QAction *action : menu->actions()) {
+        if (action->text() == text || (action->menu() && action->menu()->title() == text))
+            return action;
+    }
+    return nullptr;
+}
+
+// Chooses an entry of the window's menu of that title, as a click on it would; false when the
+// menu does not offer it, so every use also checks that the entry is there.
+bool choose(const QWidget &window, const QString &menu, const QString &text)
 {
     for (QMenu *candidate : window.findChildren<QMenu *>()) {
-        for (QAction *action : candidate->actions()) {
-            if (candidate->title() == menu && action->text() == entry)
-                action->trigger();
+        if (QAction *action = candidate->title() == menu ? entry(candidate, text) : nullptr) {
+            action->trigger();
+            return true;
         }
     }
+    return false;
 }
 
 bool focus(QWidget *top, QWidget *widget)
@@ -139,8 +157,7 @@ private slots:
         registerMetaTypes();
         setApplicationIdentity();
         Notify::setHook([this](Notify::Kind kind, const QString &title, const QString &text) {
-            static const char *const names[] = {"information", "warning", "critical",
-                                                "question"};
+            static const char *const names[] = {"information", "warning", "critical", "question"};
             m_shown.append({QString::fromLatin1(names[int(kind)]), title, text});
             return m_answer;
         });
@@ -153,24 +170,58 @@ private slots:
         m_answer = QMessageBox::No;
     }
 
+    void everyNamedImageResolves_data()
+    {
+        QTest::addColumn<QString>("path");
+        // Every image the sources name, under both spellings of the resource root they use.
+        const QStringList images{
+            "OKAV.ico", "UpToParent.png", "add_red.png", "broom.png", "clearedit.png",
+            "clock.png", "copy.png", "copy_text.png", "delete.png", "deletedfile.png", "down.png",
+            "drop-down-list.png", "filter.png", "filter_error.png", "filter_warn.png",
+            "flashlight.png", "folder.png", "freq.png", "gauge.png", "gear.png", "go.png",
+            "graph.png", "home.png", "lightbulb_black.png", "linenumbers.png",
+            "list_images.png", "loading.gif", "lockedfile.png", "mem_layout.png", "next.png",
+            "play.png", "previous.png", "reboot_image.png", "recycle.png", "refreshfile.png",
+            "reloadtext.png", "replot.png", "running_black.png", "running_greenblue.png",
+            "save.png", "scrollarrow_down.png", "scrollarrow_up.png", "up.png", "xy.png",
+            "xyx.png", "xyxy.png", "yxy.png", "monitoring.png", "refresh_blue.png"};
+        for (const QString &image : images) {
+            for (const char *root : {":/Images/", "://Images/"})
+                QTest::newRow(qPrintable(root + image)) << root + image;
+        }
+        for (const char *bar : {"Center", "Left", "Right"})
+            QTest::newRow(bar) << QStringLiteral(":/res/titlebar%1.png").arg(bar);
+    }
+
+    void everyNamedImageResolves()
+    {
+        QFETCH(QString, path);
+        QImageReader reader(path);
+        QVERIFY2(!reader.read().isNull(), qPrintable(path + ": " + reader.errorString()));
+    }
+
+    void busyIndicatorAnimatesAndTheIconHasSeveralSizes()
+    {
+        QMovie movie(QStringLiteral("://Images/loading.gif"));
+        QVERIFY(movie.isValid());
+        QVERIFY(movie.frameCount() > 1);
+        QVERIFY(QIcon(QStringLiteral(":/Images/OKAV.ico")).availableSizes().size() >= 2);
+    }
+
     void titleMenusAndToolbar()
     {
         MainWindow window;
         QCOMPARE(window.windowTitle(), QStringLiteral("VRXAssist - (Build 20231)"));
+        // Entries the other tests choose are checked where they are chosen.
         const QList<QAction *> bar = window.menuBar()->actions();
         QCOMPARE(menuTexts(bar), (QStringList{"File", "View", "Layout", "Help"}));
         QCOMPARE(menuTexts(bar.at(0)->menu()->actions()),
                  (QStringList{"Open...", "Recent Files", "Close All Editors", "E&xit"}));
-        const QStringList view = menuTexts(bar.at(1)->menu()->actions());
-        QCOMPARE(view.mid(0, 2), (QStringList{"Show Title Bars", "Show All"}));
-        QVERIFY(view.contains(QStringLiteral("VRXMonitor")));
         QCOMPARE(menuTexts(bar.at(2)->menu()->actions()),
                  (QStringList{"Restore Layout", "Startup Layout", "Save layout...",
                               "Load layout...", "Animated docks", "Allow nested docks",
                               "Allow tabbed docks", "Force tabbed docks", "Grouped dragging",
                               "Switch layout direction", "Tab Position"}));
-        QCOMPARE(menuTexts(bar.at(2)->menu()->actions().at(0)->menu()->actions()),
-                 MainWindow::restoreLayoutNames());
         QCOMPARE(menuTexts(bar.at(3)->menu()->actions()),
                  (QStringList{"vrxassist FAQ", "About vrxassist"}));
         auto *toolBar = window.findChild<QToolBar *>(QStringLiteral("Main Toolbar"));
@@ -198,8 +249,8 @@ private slots:
             // The first start stores the default layout.
             QVERIFY(!settings().value("MainWindowDefaultLayout/state").toByteArray().isEmpty());
             QVERIFY(window->startupDefaultAction()->isChecked());
-            choose(*window, QStringLiteral("Startup Layout"), choice);
-            choose(*window, QStringLiteral("Restore Layout"), QStringLiteral("Data Plot"));
+            QVERIFY(choose(*window, "Startup Layout", choice));
+            QVERIFY(choose(*window, "Restore Layout", "Data Plot"));
             window->saveLastUsedLayout();
             arranged = hiddenDocks(*window);
         }
@@ -215,7 +266,7 @@ private slots:
 
         // "Startup" returns to what the window started with.
         const QStringList atStart = hiddenDocks(*window);
-        choose(*window, QStringLiteral("Restore Layout"), QStringLiteral("Advanced"));
+        QVERIFY(choose(*window, "Restore Layout", "Advanced"));
         QVERIFY(hiddenDocks(*window) != atStart);
         QVERIFY(window->arrangeLayout(QStringLiteral("Startup")));
         QCOMPARE(hiddenDocks(*window), atStart);
@@ -225,18 +276,15 @@ private slots:
     {
         auto window = startWindow();
         QVERIFY(focus(window.get(), window.get()));
-        const auto press = [&window](Qt::Key key, int expected) {
-            QTest::keyClick(window.get(), key);
-            return window->restoreLayoutIndex() == expected;
-        };
         QCOMPARE(window->restoreLayoutIndex(), 0);
-        QVERIFY(press(Qt::Key_F3, 4));
-        QVERIFY(press(Qt::Key_F4, 0));
-        QVERIFY(press(Qt::Key_F4, 1));
-        // "Advanced" shows both plot views.
+        // Both ways round the five, ending on "Advanced", which shows both plot views.
+        const QList<QPair<Qt::Key, int>> presses{
+            {Qt::Key_F3, 4}, {Qt::Key_F4, 0}, {Qt::Key_F4, 1}, {Qt::Key_F3, 0}, {Qt::Key_F4, 1}};
+        for (const auto &press : presses) {
+            QTest::keyClick(window.get(), press.first);
+            QCOMPARE(window->restoreLayoutIndex(), press.second);
+        }
         QVERIFY(!hiddenDocks(*window).contains(QStringLiteral("PlotViewBDock")));
-        QVERIFY(press(Qt::Key_F3, 0));
-        QVERIFY(press(Qt::Key_F3, 4));
         QVERIFY(m_shown.isEmpty());
     }
 
@@ -267,14 +315,7 @@ private slots:
         // Lines are shown once the background index has the first screenful.
         QTRY_VERIFY(panel->textView()->toPlainText().startsWith(QStringLiteral("ERROR: one")));
 
-        // The same path again raises the existing dock instead of making a second one.
-        dock->hide();
-        QStringList again{log};
-        window->openFiles(again);
-        QCOMPARE(window->editorDocks().size(), 2);
-        QVERIFY(!dock->isHidden());
-
-        choose(*window, QStringLiteral("File"), QStringLiteral("Close All Editors"));
+        QVERIFY(choose(*window, "File", "Close All Editors"));
         QCOMPARE(window->editorDocks().size(), 0);
         // The monitor's output and the updater's console are (live) editor panels too and stay.
         QTRY_COMPARE(window->findChildren<EditorPanel *>().size(), 2);
@@ -330,10 +371,14 @@ private slots:
         QToolButton *popup = buttonWithTip(window.get(), "Show Plot Item List as popup");
         QVERIFY(popup);
         QVERIFY(popup->isEnabled()); // the list's dock is hidden in the default layout
-        choose(*window, QStringLiteral("Restore Layout"), QStringLiteral("Data Plot"));
+        QVERIFY(choose(*window, "Restore Layout", "Data Plot"));
         QVERIFY(!popup->isEnabled());
-        choose(*window, QStringLiteral("Restore Layout"), QStringLiteral("Default"));
+        QVERIFY(choose(*window, "Restore Layout", "Default"));
         QVERIFY(popup->isEnabled());
+        QVERIFY(!hiddenDocks(*window).isEmpty());
+        QVERIFY(choose(*window, "View", "Show All"));
+        QVERIFY(hiddenDocks(*window).isEmpty());
+        QVERIFY(!popup->isEnabled());
     }
 
     void recentFilesShowTheNewestEight()
@@ -356,10 +401,13 @@ private slots:
             QCOMPARE(actions.at(i)->text(),
                      QStringLiteral("%1. %2").arg(i + 1).arg(newestFirst.at(i)));
         }
-        // Choosing an entry opens that path (an existing dock is raised, not duplicated).
+        // Choosing an entry raises that file's dock rather than opening a second one.
+        DockWidget *dock = window->editorDockFor(newestFirst.at(7));
+        dock->hide();
         const int docks = window->editorDocks().size();
         actions.at(7)->trigger();
         QCOMPARE(window->editorDocks().size(), docks);
+        QVERIFY(!dock->isHidden());
     }
 
     void dropsOnTheTaskListQueueFirmware()
@@ -393,7 +441,7 @@ private slots:
     void dragsBetweenTaskAndPlotListsCarryPaths()
     {
         auto window = startWindow();
-        choose(*window, QStringLiteral("Restore Layout"), QStringLiteral("Advanced")); // both lists
+        QVERIFY(choose(*window, "Restore Layout", "Advanced")); // both lists
         QApplication::processEvents();
         TreeModel *tasks = window->updaterPanel()->taskModel();
         QtViloPlotItemsModel *plots = window->plotList()->model();
@@ -443,11 +491,7 @@ private slots:
         const QString reading = QStringLiteral("Error reading %1");
         QTest::newRow("no file") << QByteArray() << "Failed to open %1";
         QTest::newRow("empty file") << QByteArray("") << reading;
-        QTest::newRow("length byte only") << QByteArray("\x00", 1) << reading;
         QTest::newRow("geometry cut short") << QByteArray("\x0a" "abc", 4) << reading;
-        QTest::newRow("no state") << QByteArray("\x03" "abc", 4) << reading;
-        // What a geometry longer than the length byte can announce gives back.
-        QTest::newRow("geometry too long") << char(44) + QByteArray(300, 'g') << reading;
     }
 
     void layoutFilesLoadBackAndReportFailures()
@@ -475,7 +519,10 @@ private slots:
         QPlainTextEdit *text = panel->textView();
         QTRY_VERIFY(text->toPlainText().startsWith(QStringLiteral("alpha")));
         QVERIFY(focus(window.get(), text));
-        QCOMPARE(window->findFocusedDockWidget()->panel(), static_cast<QWidget *>(panel));
+        DockWidget *dock = window->findFocusedDockWidget();
+        QCOMPARE(dock->panel(), static_cast<QWidget *>(panel));
+        // The title bar tells whether its dock has the focus.
+        QTRY_COMPARE(dock->blueTitleBar()->backgroundColor(), QColor("LightSteelBlue"));
 
         QTest::keyClick(text, Qt::Key_S, Qt::ControlModifier);
         QTest::keyClick(text, Qt::Key_W, Qt::ControlModifier);
@@ -506,6 +553,7 @@ private slots:
 
         // A panel that does not handle keys is left alone.
         QVERIFY(focus(window.get(), window->plotList()->itemsView()));
+        QTRY_COMPARE(dock->blueTitleBar()->backgroundColor(), QColor("Lightgrey"));
         QTest::keyClick(window->plotList()->itemsView(), Qt::Key_S, Qt::ControlModifier);
         QVERIFY(panel->toggleButton(TextPanel::MatchFilter)->isChecked());
     }
@@ -567,12 +615,92 @@ private slots:
                  !floating);
     }
 
-    void showAllShowsEveryFixedDock()
+    void contextMenuEntriesChangeTheDock()
     {
-        auto window = startWindow();
-        QVERIFY(!hiddenDocks(*window).isEmpty());
-        choose(*window, QStringLiteral("View"), QStringLiteral("Show All"));
-        QVERIFY(hiddenDocks(*window).isEmpty());
+        QMainWindow window;
+        auto *first = new DockWidget(new QPlainTextEdit, &window);
+        auto *second = new DockWidget(new QPlainTextEdit, &window);
+        first->setBaseTitle(QStringLiteral("First"));
+        second->setBaseTitle(QStringLiteral("Second"));
+        const QList<DockWidget *> both{first, second};
+        first->setOtherDocksProvider([both] { return both; });
+        window.addDockWidget(Qt::LeftDockWidgetArea, first);
+        window.addDockWidget(Qt::LeftDockWidgetArea, second);
+        QMenu *menu = first->contextMenu();
+        QCOMPARE(menuTexts(menu->actions()),
+                 (QStringList{"Closable", "Movable", "Floatable", "Vertical title bar",
+                              "Allow on Left", "Allow on Right", "Allow on Top", "Allow on Bottom",
+                              "Place on Left", "Place on Right", "Place on Top", "Place on Bottom",
+                              "Show Title Bar", "Floating", "Tab into", "Split horizontally into",
+                              "Split vertically into", "Raise", "Change Size Hints..."}));
+        QMenu *tabInto = entry(menu, QStringLiteral("Tab into"))->menu();
+        emit tabInto->aboutToShow();
+        QCOMPARE(menuTexts(tabInto->actions()), QStringList{"Second"});
+        tabInto->actions().at(0)->trigger();
+        QCOMPARE(window.tabifiedDockWidgets(second), QList<QDockWidget *>{first});
+
+        emit menu->aboutToShow();
+        QVERIFY(entry(menu, QStringLiteral("Closable"))->isChecked());
+        entry(menu, QStringLiteral("Closable"))->trigger();
+        QVERIFY(!(first->features() & QDockWidget::DockWidgetClosable));
+        entry(menu, QStringLiteral("Place on Right"))->trigger();
+        QCOMPARE(window.dockWidgetArea(first), Qt::RightDockWidgetArea);
+        entry(menu, QStringLiteral("Allow on Left"))->trigger();
+        QVERIFY(!first->isAreaAllowed(Qt::LeftDockWidgetArea));
+
+        // An editor's dock also offers its file's folder.
+        first->makeEditorDock(QStringLiteral("/tmp/x.log"));
+        const QList<QAction *> actions = menu->actions();
+        QCOMPARE(actions.at(actions.size() - 2)->text(), QStringLiteral("Open Containing Folder"));
+        QVERIFY(!actions.last()->icon().isNull());
+    }
+
+    void sizeHintsTakeEffectWhileDocked()
+    {
+        QMainWindow window;
+        window.setCentralWidget(new QPlainTextEdit);
+        auto *panel = new QPlainTextEdit;
+        auto *dock = new DockWidget(panel, &window);
+        window.addDockWidget(Qt::LeftDockWidgetArea, dock);
+        window.resize(900, 500);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        // The user types into the dialog's four boxes and presses OK; what they showed comes back.
+        const auto edit = [&](const QList<int> &typed) {
+            QStringList shown;
+            QTimer::singleShot(0, this, [&] {
+                auto *dialog = qobject_cast<SizeHintsDialog *>(QApplication::activeModalWidget());
+                QVERIFY(dialog);
+                const QList<QSpinBox *> boxes{dialog->sizeHintBox(), dialog->minSizeHintBox(),
+                                              dialog->maxSizeBox(), dialog->dockMaxSizeBox()};
+                for (int i = 0; i < boxes.size(); ++i) {
+                    shown << boxes.at(i)->text();
+                    boxes.at(i)->setFocus();
+                    QTest::keyClick(boxes.at(i), Qt::Key_A, Qt::ControlModifier);
+                    QTest::keyClicks(boxes.at(i), QString::number(typed.at(i)));
+                }
+                QTest::keyClick(dialog, Qt::Key_Return);
+            });
+            entry(dock->contextMenu(), QStringLiteral("Change Size Hints..."))->trigger();
+            return shown;
+        };
+        const int natural = dock->sizeHint().width();
+        const int naturalMin = dock->minimumSizeHint().width();
+        QStringList shown = edit({300, 220, 600, 500});
+        QCOMPARE(shown.mid(0, 3), (QStringList{QString::number(natural),
+                                               QString::number(naturalMin), "No limit"}));
+        QTRY_COMPARE(dock->width(), 300);
+        QCOMPARE(panel->maximumWidth(), 600);
+        QCOMPARE(dock->maximumWidth(), 500);
+        // The splitter cannot make it narrower than the minimum.
+        window.resizeDocks({dock}, {50}, Qt::Horizontal);
+        QTRY_VERIFY(dock->width() >= 220);
+
+        shown = edit({300, 220, -1, -1});
+        QCOMPARE(shown, (QStringList{"300", "220", "600", "500"}));
+        QCOMPARE(panel->maximumWidth(), QWIDGETSIZE_MAX);
+        QCOMPARE(dock->maximumWidth(), QWIDGETSIZE_MAX);
+        QVERIFY(dock->width() >= 220); // hints typed as shown change nothing
     }
 
     void realTimeRequestsFromTheMonitorReachThePlotList()

@@ -12,9 +12,7 @@
 #include <csignal>
 #include <sys/resource.h>
 
-// The shell's window-less parts: its texts, the command line, and layout files (how they are
-// read back and what a failed write leaves; the messages the window shows for unreadable files
-// are checked with the window).
+// The shell's window-less parts: its texts, the command line, and layout files.
 class TestShellCore : public QObject
 {
     Q_OBJECT
@@ -29,9 +27,7 @@ private slots:
         QTest::addColumn<QByteArray>("expected");
         const QByteArray tail = ": disk full (io.cpp:42, void save())\n";
         QTest::newRow("warning") << int(QtWarningMsg) << "Warning" + tail;
-        QTest::newRow("critical") << int(QtCriticalMsg) << "Critical" + tail;
         QTest::newRow("fatal") << int(QtFatalMsg) << "Fatal" + tail;
-        QTest::newRow("info") << int(QtInfoMsg) << "Info" + tail;
         QTest::newRow("debug writes nothing") << int(QtDebugMsg) << QByteArray();
     }
 
@@ -44,29 +40,8 @@ private slots:
                  expected);
     }
 
-    void startupOption_data()
+    void aboutTextNamesTheBuild()
     {
-        QTest::addColumn<QVariant>("stored");
-        QTest::addColumn<bool>("lastUsed");
-        QTest::newRow("missing") << QVariant() << false;
-        QTest::newRow("zero") << QVariant(0) << false;
-        QTest::newRow("negative") << QVariant(-3) << false;
-        QTest::newRow("non-number") << QVariant(QStringLiteral("yes")) << false;
-        QTest::newRow("one") << QVariant(1) << true;
-        QTest::newRow("positive as text") << QVariant(QStringLiteral("7")) << true;
-    }
-
-    void startupOption()
-    {
-        QFETCH(QVariant, stored);
-        QFETCH(bool, lastUsed);
-        QCOMPARE(isLastUsedStartupLayout(stored), lastUsed);
-    }
-
-    void windowTitleAndAboutText()
-    {
-        QCOMPARE(mainWindowTitle(QStringLiteral("ab"), QStringLiteral("1")),
-                 QStringLiteral("AB   - (Build 1)"));
         const QString text = aboutText(QStringLiteral("vrxassist"), 64, QStringLiteral("20231"));
         QVERIFY(text.startsWith(QStringLiteral(
             "<b>vrxassist - Beta 64-bits (Build 20231)</b><br><br>Based on Qt 5.15.3, Qwt 6.2.0 "
@@ -88,7 +63,6 @@ private slots:
     {
         QTest::addColumn<qint64>("seconds");
         QTest::addColumn<QString>("text");
-        QTest::newRow("zero") << qint64(0) << "0:0:0:0";
         QTest::newRow("a minute and a second") << qint64(61) << "0:0:1:1";
         QTest::newRow("a day and an hour") << qint64(90000) << "1:1:0:0";
         QTest::newRow("two days less a second") << qint64(2 * 86400 - 1) << "1:23:59:59";

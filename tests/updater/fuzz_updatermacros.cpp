@@ -1,9 +1,5 @@
-// libFuzzer target for what the updater reads from firmware file names and task macros: the
-// name's family, description and version, a macro expanded with them and split into the tool
-// and its arguments, and macro list lines.
-//
-// Input: the firmware file path up to the first line feed, then a macro (also read as a macro
-// list).
+// libFuzzer target for firmware file names and task macros (expanded, split into the tool and
+// its arguments, and read as macro list lines). Input: a file path, a line feed, a macro.
 #include "tests/support/fuzzcheck.h"
 #include "updater/core/firmwarename.h"
 #include "updater/core/updatermacros.h"
@@ -16,8 +12,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-// The built-in macro list is a compiled-in resource this target does not link; nothing here
-// reads it.
+// The built-in macro list is a compiled-in resource that nothing here reads.
 void initResources() {}
 
 namespace {

@@ -12,15 +12,6 @@
 
 namespace {
 
-// "label|command" per macro, so a whole list compares in one go.
-QStringList flatten(const QVector<UpdaterMacro> &macros)
-{
-    QStringList out;
-    for (const UpdaterMacro &macro : macros)
-        out << macro.label + QLatin1Char('|') + macro.command;
-    return out;
-}
-
 bool writeFile(const QString &path)
 {
     QFile file(path);
@@ -60,10 +51,8 @@ private slots:
         QTest::newRow("first family wins") << "4: vrx3x/VRX8" << 4 << "VRX3X";
         QTest::newRow("word must start with it") << "5: MYVRX7 VRX-7" << 5 << "VRX";
         QTest::newRow("no family") << "7: unknown" << 7 << "";
-        QTest::newRow("choose") << "Choose Device" << -1 << "";
-        QTest::newRow("refresh") << "Please Refresh" << -1 << "";
-        QTest::newRow("dash") << " - " << -1 << "";
-        QTest::newRow("empty") << "" << -1 << "";
+        for (const char *entry : {"Choose Device", "Please Refresh", " - ", ""})
+            QTest::addRow("'%s'", entry) << QString(entry) << -1 << "";
         QTest::newRow("file name") << "/fw/VRX12_FW_r3.mcs" << -1 << "VRX12";
     }
 
@@ -99,36 +88,32 @@ private slots:
     {
         QTest::addColumn<QByteArray>("text");
         QTest::addColumn<QStringList>("expected");
-        QTest::newRow("empty") << QByteArray() << QStringList();
-        QTest::newRow("lone LF and no final end")
-            << QByteArray("A; x 1\nB; y") << QStringList({"A|x 1", "B|y"});
-        QTest::newRow("blank lines skipped")
-            << QByteArray("\r\n  \r\nA; x\r\n\t\n") << QStringList({"A|x"});
-        QTest::newRow("label trimmed, end trimmed")
-            << QByteArray("  Label A ; cmd \t \r\n") << QStringList({"Label A|cmd"});
-        QTest::newRow("one leading blank only") << QByteArray("A;  x\r\n") << QStringList({"A| x"});
-        QTest::newRow("no blank after semicolon") << QByteArray("A;x") << QStringList({"A|x"});
-        QTest::newRow("first semicolon splits")
-            << QByteArray("A; x; y\r\n") << QStringList({"A|x; y"});
-        QTest::newRow("line without semicolon skipped")
-            << QByteArray("just text\r\nA; x\r\n") << QStringList({"A|x"});
+        const auto row = [](const char *name, const char *text, const QStringList &expected) {
+            QTest::newRow(name) << QByteArray(text) << expected;
+        };
+        row("lone LF and no final end", "A; x 1\nB; y", {"A|x 1", "B|y"});
+        row("blank lines skipped", "\r\n  \r\nA; x\r\n\t\n", {"A|x"});
+        row("label trimmed, end trimmed", "  Label A ; cmd \t \r\n", {"Label A|cmd"});
+        row("one leading blank only", "A;  x\r\n", {"A| x"});
+        row("no blank after semicolon", "A;x", {"A|x"});
+        row("first semicolon splits", "A; x; y\r\n", {"A|x; y"});
+        row("line without semicolon skipped", "just text\r\nA; x\r\n", {"A|x"});
     }
 
     void macroListParsing()
     {
         QFETCH(QByteArray, text);
         QFETCH(QStringList, expected);
-        QCOMPARE(flatten(UpdaterMacros::parseList(text)), expected);
+        QStringList macros; // "label|command" each
+        for (const UpdaterMacro &macro : UpdaterMacros::parseList(text))
+            macros << macro.label + QLatin1Char('|') + macro.command;
+        QCOMPARE(macros, expected);
     }
 
     void toolCommands_data()
     {
         QTest::addColumn<QString>("command");
         QTest::addColumn<QStringList>("expected"); // the tool, then its arguments; none: error
-        QTest::newRow("macro with blanks in the path")
-            << UpdaterMacros::expand(QStringLiteral("VRXUpdater eu %dv:1 \"%fp\""),
-                                     {"0", "/my fw/VRX14 r2.mcs", "", ""})
-            << QStringList({"VRXUpdater", "eu", "0:1", "/my fw/VRX14 r2.mcs"});
         // Quotes in a file name must not end the group the macro puts the path in.
         QTest::newRow("quotes in the file name")
             << UpdaterMacros::expand(QStringLiteral("VRXUpdater -d%dv --file=\"%fp\" -eu"),
@@ -138,11 +123,6 @@ private slots:
             << UpdaterMacros::expand(QStringLiteral("VRXLicenseUtil \"%1\" %1"),
                                      {"0", "\"x y\"", "", ""})
             << QStringList({"VRXLicenseUtil", "\"x y\"", "\"x", "y\""});
-        QTest::newRow("licence") << QString("VRXLicenseUtil \"/l/a b.lic\"")
-                                 << QStringList({"VRXLicenseUtil", "/l/a b.lic"});
-        QTest::newRow("quoted option")
-            << QString("VRXUpdater -d0 --file=\"/a b/c.mcs\" -eu")
-            << QStringList({"VRXUpdater", "-d0", "--file=/a b/c.mcs", "-eu"});
         for (const char *command : {"", "   ", "vrxupdater -d0", "rm -rf /tmp/x"})
             QTest::addRow("error: '%s'", command) << QString(command) << QStringList();
     }
@@ -177,7 +157,6 @@ private slots:
         row("VRX7", "/a/x.mmcs", false, conman);
         row("VRX8", "/a/x.MMCS", true, conman);
         row("VRX14", "/a/x.mmcs", false, image);
-        row("VRXSM", "/a/x.zip", false, sysman);
         row("VRX3", "/a/x.Zip", false, sysman);
         row("VRX3X", "x.zip", true, sysman);
         row("VRX7", "/a/x.zip", false, image);
@@ -200,7 +179,6 @@ private slots:
         QTest::addColumn<bool>("description");
         QTest::addColumn<bool>("version");
         QTest::newRow("empty") << "" << false << false;
-        QTest::newRow("digits") << "45123" << true << true;
         QTest::newRow("32-bit maximum") << "4294967295" << true << true;
         QTest::newRow("beyond 32 bits") << "4294967296" << true << false;
         QTest::newRow("very long number") << "123456789012345678901" << false << false;
@@ -208,10 +186,8 @@ private slots:
         QTest::newRow("sign") << "+7" << true << false;
         QTest::newRow("16 characters") << "FW_2CH_10GS_8C_X" << true << false;
         QTest::newRow("17 characters") << "FW_2CH_10GS_8C_XY" << false << false;
-        QTest::newRow("blank") << "FW 2CH" << false << false;
-        QTest::newRow("tab") << "FW\t" << false << false;
-        QTest::newRow("double quote") << "FW\"" << false << false;
-        QTest::newRow("single quote") << "FW'" << false << false;
+        for (const char *text : {"FW 2CH", "FW\t", "FW\"", "FW'"})
+            QTest::addRow("'%s'", text) << QString(text) << false << false;
         QTest::newRow("arabic-indic digit") << QString::fromUtf8("4\xd9\xa3") << true << false;
     }
 
@@ -271,12 +247,8 @@ private slots:
         row("sysman", "VRXSM_sysman_r12.zip", "VRXSM", "", "12");
         row("nothing", "firmware.mcs", "", "", "");
         row("description too long", "VRX14_FW_2CH_10GS_8C_4X_2X_r1.mcs", "VRX14", "", "1");
-        row("version too big", "VRX7_FW_2CH_r99999999999.mcs", "VRX7", "FW_2CH", "");
-        row("32-bit maximum", "VRX7_r4294967295.mcs", "VRX7", "", "4294967295");
         row("blanks, leading zeros", "VRX7 FW r00042.mcs", "VRX7", "FW", "42");
-        row("last number wins", "VRX8_12_FW_r7_3.mcs", "VRX8", "FW", "3");
         row("dots, first family", "VRX3X.fw.2ch.VRX7.v5.mcs", "VRX3X", "FW_2CH", "5");
-        row("only the last suffix goes", "VRX14_FW_r3.1.mcs", "VRX14", "FW", "1");
         row("path ignored", "/home/u/VRX9_FW_1CH_r5/build_2/VRX14_FW_2CH_r8.mcs", "VRX14", "FW_2CH",
             "8");
         row("path only", "/fw/VRX14_FW_2CH_r8/image.mcs", "", "", "");
