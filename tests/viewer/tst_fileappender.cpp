@@ -140,8 +140,7 @@ private slots:
 
     void appendAfterIndexingContinuesTheFile()
     {
-        const QString path = m_dir.filePath("grown.log");
-        QVERIFY(writeFile(path, "one\r\ntwo ERROR: x\n"));
+        const QString path = writeFile(m_dir, "grown.log", "one\r\ntwo ERROR: x\n");
         ViewerEngine engine;
         QueuedSignalSpy indexed(engine.readerWriter(), &FileReaderWriter::FileIndexed);
         QueuedSignalSpy updated(engine.readerWriter(),

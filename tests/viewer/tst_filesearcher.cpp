@@ -6,7 +6,6 @@
 #include "viewer/core/viewerengine.h"
 
 #include <QReadLocker>
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <algorithm>
@@ -17,20 +16,7 @@ class TestFileSearcher : public QObject
 {
     Q_OBJECT
 
-private:
     QTemporaryDir m_dir;
-
-    static QByteArray numberedLines(int count, int every, const QByteArray &hit)
-    {
-        QByteArray data;
-        for (int i = 0; i < count; ++i) {
-            data += "line " + QByteArray::number(i);
-            if (i % every == 0)
-                data += " " + hit;
-            data += i % 3 ? "\n" : "\r\n";
-        }
-        return data;
-    }
 
 private slots:
     void wrapsAroundTheDisplayedRange_data()
@@ -51,7 +37,10 @@ private slots:
         QFETCH(qint64, chunk);
         QFETCH(int, longLine);
         // Three matches on some lines, two back to back; a NUL hides the rest of its line.
-        QByteArray data = numberedLines(1000, 7, "Needle and NEEDLEneedle");
+        QByteArray data;
+        for (int i = 0; i < 1000; ++i)
+            data += "line " + QByteArray::number(i) + (i % 7 ? "" : " Needle and NEEDLEneedle") +
+                    (i % 3 ? "\n" : "\r\n");
         if (longLine > 0) {
             // Across the borders of the 512 KiB blocks that candidates are collected in.
             QByteArray line(longLine, 'x');
@@ -61,8 +50,7 @@ private slots:
         }
         data += "hidden \0 needle\nlast needle";
         data.replace("line 14 ", QByteArray("line 14 \0", 9));
-        const QString path = m_dir.filePath("search.log");
-        QVERIFY(writeFile(path, data));
+        const QString path = writeFile(m_dir, "search.log", data);
         ViewerEngine engine;
         QVERIFY(indexWhole(engine, path, QString()));
         engine.annotations().lower = lower;

@@ -16,6 +16,7 @@
 #include <QRandomGenerator>
 #include <QTest>
 #include <QString>
+#include <QTemporaryDir>
 #include <QVector>
 
 namespace ViewerTest {
@@ -108,10 +109,14 @@ inline QSet<double> marksOf(const QVector<qint32> &lines, int lineEndCount)
     return marks;
 }
 
-inline bool writeFile(const QString &path, const QByteArray &data)
+// The path of the written file, or an empty one when it could not be written.
+inline QString writeFile(const QTemporaryDir &dir, const QString &name, const QByteArray &data)
 {
+    const QString path = dir.filePath(name);
     QFile file(path);
-    return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(data) == data.size();
+    const bool ok =
+        file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(data) == data.size();
+    return ok ? path : QString();
 }
 
 // A log-like text with every awkward byte the indexer cares about.
