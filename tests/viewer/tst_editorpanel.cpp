@@ -28,6 +28,8 @@
 #include <memory>
 #include <thread>
 
+using namespace ViewerTest;
+
 namespace {
 
 // Generous, only to end a hung run: every wait below polls for a state, never for a time.
@@ -50,19 +52,6 @@ QStringList visibleBlocks(const Editor *editor)
             texts << b.text();
     }
     return texts;
-}
-
-// A worker posts its results before this marker, so once it is back all earlier results are
-// in. The event loop runs meanwhile: the filter waits for the panel to take each result.
-bool settle(QObject *worker)
-{
-    auto done = std::make_shared<bool>(false);
-    QObject *here = QCoreApplication::instance();
-    QMetaObject::invokeMethod(worker, [done, here] {
-        QMetaObject::invokeMethod(
-            here, [done] { *done = true; }, Qt::QueuedConnection);
-    });
-    return QTest::qWaitFor([done] { return *done; }, Wait);
 }
 
 bool openAndWait(EditorPanel &panel, const QString &path)
@@ -98,8 +87,6 @@ int shownLower(const EditorPanel &panel)
 }
 
 } // namespace
-
-using ViewerTest::writeFile;
 
 class Tst : public QObject
 {

@@ -121,17 +121,9 @@ private slots:
                     QFile::resize(path, 1000);
             },
             Qt::DirectConnection);
-        QueuedSignalSpy indexed(engine.readerWriter(), &FileReaderWriter::FileIndexed);
         QueuedSignalSpy failed(engine.readerWriter(), &FileReaderWriter::FileIndexError);
         startIndexing(engine, path, "line", 4096, 100);
-        // Progress signals carry size - 1 and sizes only grow, so a count equal to the
-        // current size is the final signal.
-        const auto finished = [&] {
-            QReadLocker lines(&engine.index().lineLock);
-            return !indexed.isEmpty() &&
-                   indexed.last().at(1).value<qint32>() == engine.index().lineEnds.size();
-        };
-        QTRY_VERIFY_WITH_TIMEOUT(finished(), 30000);
+        QVERIFY(settle(engine.readerWriter()));
         QReadLocker lines(&engine.index().lineLock);
         if (replace) {
             // The open descriptor still reads the original file to its end.

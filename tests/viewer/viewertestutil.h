@@ -1,7 +1,8 @@
 #pragma once
 
 // Shared by the viewer tests: a byte-by-byte index builder that follows the rules literally
-// (the reference for the engine), a file writer, requests queued as the panel sends them.
+// (the reference for the engine), a file writer, requests queued as the panel sends them and
+// waits for the workers.
 
 #include "queuedsignalspy.h"
 #include "viewer/core/filereaderwriter.h"
@@ -17,6 +18,8 @@
 #include <QString>
 #include <QTemporaryDir>
 #include <QVector>
+
+#include <memory>
 
 namespace ViewerTest {
 
@@ -144,6 +147,19 @@ inline QByteArray randomLog(QRandomGenerator &rng, int lines)
 inline bool waitForCount(const QueuedSignalSpy &spy, int count)
 {
     return QTest::qWaitFor([&] { return spy.count() >= count; }, 30000);
+}
+
+// A worker posts its results before this marker, so once it is back all earlier results are
+// in. The event loop runs meanwhile: the filter waits for the panel to take each result.
+inline bool settle(QObject *worker)
+{
+    auto done = std::make_shared<bool>(false);
+    QObject *here = QCoreApplication::instance();
+    QMetaObject::invokeMethod(worker, [done, here] {
+        QMetaObject::invokeMethod(
+            here, [done] { *done = true; }, Qt::QueuedConnection);
+    });
+    return QTest::qWaitFor([done] { return *done; }, 30000);
 }
 
 // Queued to the worker's thread, as the panel's signals reach it.
