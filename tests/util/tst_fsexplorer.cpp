@@ -204,9 +204,7 @@ private slots:
         QVERIFY2(rows >= depth, qPrintable(QString::number(rows)));
         const int shown = qMin(rows, box->maxVisibleItems());
         QVERIFY2(tree->viewport()->height() >= shown * tree->sizeHintForRow(0),
-                 qPrintable(QStringLiteral("%1 rows in %2 px")
-                                .arg(shown)
-                                .arg(tree->viewport()->height())));
+                 qPrintable(QString::number(tree->viewport()->height())));
         box->hidePopup();
     }
 
