@@ -2,7 +2,6 @@
 
 #include "viewer/ui/editor.h"
 
-#include <QMenu>
 #include <QTextBlock>
 #include <QTextLayout>
 #include <QtTest>
@@ -59,25 +58,6 @@ private slots:
             QCOMPARE(colourAt(block, i), colour.isEmpty() ? QColor() : QColor(colour));
         if (pos > 0)
             QVERIFY(!colourAt(block, pos - 1).isValid());
-    }
-
-    void optionsMenuSwitchesTheMode()
-    {
-        Editor editor;
-        const QList<QAction *> actions = editor.lineNumberOptionsMenu()->actions();
-        QCOMPARE(actions.size(), 2);
-        QCOMPARE(actions.at(0)->text(), QStringLiteral("File line numbers"));
-        QCOMPARE(actions.at(1)->text(), QStringLiteral("Editor line numbers"));
-        editor.setPlainText(QStringLiteral("one\ntwo\nthree"));
-        editor.setFirstLineNumber(999);
-        const QTextBlock first = editor.document()->firstBlock();
-        QCOMPARE(editor.shownNumber(first), qint64(1000));
-        actions.at(1)->trigger();
-        QCOMPARE(editor.shownNumber(first.next()), qint64(2));
-        QVERIFY(!actions.at(0)->isChecked());
-        editor.setLineNumberMode(Editor::FileLineNumbers); // as the panel does
-        QVERIFY(actions.at(0)->isChecked());
-        QCOMPARE(editor.shownNumber(first), qint64(1000));
     }
 };
 

@@ -117,15 +117,23 @@ private slots:
         QCOMPARE(captured.at(1).at(0).toString(), QStringLiteral(" again? (y/n)"));
     }
 
-    // The live file rolls over to a new path: its index starts afresh. A path that cannot be
-    // written is skipped and nothing is announced.
+    // Appending continues an indexed file. When the live file rolls over to a new path its
+    // index starts afresh; a path that cannot be written is skipped and nothing is announced.
     void newPathStartsAfresh()
     {
+        const QString first = writeFile(m_dir, "first.log", "one\r\ntwo ERROR: x\n");
         ViewerEngine engine;
+        QueuedSignalSpy indexed(engine.readerWriter(), &FileReaderWriter::FileIndexed);
         QueuedSignalSpy updated(engine.readerWriter(),
                                 &FileReaderWriter::SpanSliderAnnotationsUpdated);
         QueuedSignalSpy appended(engine.readerWriter(), &FileReaderWriter::FileAppended);
-        appendText(engine, m_dir.filePath("first.log"), "ERROR: one\nline two\n");
+        startIndexing(engine, first, QString(), 512000, 4000);
+        appendText(engine, first, "three ERROR: y\r\n");
+        QVERIFY(waitForCount(updated, 1));
+        QCOMPARE(indexed.count(), 1);
+        const QByteArray whole = "one\r\ntwo ERROR: x\nthree ERROR: y\r\n";
+        compareIndex(engine.index(), referenceIndex(whole, QString(), 512000, 4000));
+
         appendText(engine, m_dir.filePath("second.log"), "WARN : b\n");
         QVERIFY(waitForCount(updated, 2));
         QCOMPARE(engine.index().filePath, m_dir.filePath("second.log"));
@@ -136,22 +144,6 @@ private slots:
         appendText(engine, dir, "text\n");
         QVERIFY(waitForCount(updated, 3));
         QCOMPARE(appended.count(), 2);
-    }
-
-    void appendAfterIndexingContinuesTheFile()
-    {
-        const QString path = m_dir.filePath("grown.log");
-        QVERIFY(writeFile(path, "one\r\ntwo ERROR: x\n"));
-        ViewerEngine engine;
-        QueuedSignalSpy indexed(engine.readerWriter(), &FileReaderWriter::FileIndexed);
-        QueuedSignalSpy updated(engine.readerWriter(),
-                                &FileReaderWriter::SpanSliderAnnotationsUpdated);
-        startIndexing(engine, path, QString(), 512000, 4000);
-        appendText(engine, path, "three ERROR: y\r\n");
-        QVERIFY(waitForCount(updated, 1));
-        QCOMPARE(indexed.count(), 1);
-        const QByteArray whole = "one\r\ntwo ERROR: x\nthree ERROR: y\r\n";
-        compareIndex(engine.index(), referenceIndex(whole, QString(), 512000, 4000));
     }
 };
 

@@ -5,7 +5,6 @@
 #include "viewer/core/viewerengine.h"
 
 #include <QReadLocker>
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <cstdio>
@@ -16,15 +15,6 @@ using namespace ViewerTest;
 class TestFileIndexer : public QObject
 {
     Q_OBJECT
-
-private:
-    QString write(const QString &name, const QByteArray &data)
-    {
-        const QString path = m_dir.filePath(name);
-        if (!writeFile(path, data))
-            qFatal("cannot write %s", qPrintable(path));
-        return path;
-    }
 
     QTemporaryDir m_dir;
 
@@ -76,7 +66,7 @@ private slots:
         const qint64 maxBlockCount = 50;
         const Reference ref = referenceIndex(data, search, chunk, maxBlockCount);
         const QString path =
-            data.isNull() ? m_dir.filePath("missing.log") : write("indexed.log", data);
+            data.isNull() ? m_dir.filePath("missing.log") : writeFile(m_dir, "indexed.log", data);
         ViewerEngine engine;
         QueuedSignalSpy indexed(engine.readerWriter(), &FileReaderWriter::FileIndexed);
         QueuedSignalSpy failed(engine.readerWriter(), &FileReaderWriter::FileIndexError);
@@ -114,8 +104,8 @@ private slots:
         QByteArray data;
         for (int i = 0; i < 20000; ++i)
             data += "a line of text that is long enough " + QByteArray::number(i) + "\n";
-        const QString path = write("changing.log", data);
-        const QString other = write("other.log", "short\n");
+        const QString path = writeFile(m_dir, "changing.log", data);
+        const QString other = writeFile(m_dir, "other.log", "short\n");
         ViewerEngine engine;
         // Runs on the worker thread between two chunks, so the change lands mid-file.
         bool done = false;
@@ -131,17 +121,9 @@ private slots:
                     QFile::resize(path, 1000);
             },
             Qt::DirectConnection);
-        QueuedSignalSpy indexed(engine.readerWriter(), &FileReaderWriter::FileIndexed);
         QueuedSignalSpy failed(engine.readerWriter(), &FileReaderWriter::FileIndexError);
         startIndexing(engine, path, "line", 4096, 100);
-        // Progress signals carry size - 1 and sizes only grow, so a count equal to the
-        // current size is the final signal.
-        const auto finished = [&] {
-            QReadLocker lines(&engine.index().lineLock);
-            return !indexed.isEmpty() &&
-                   indexed.last().at(1).value<qint32>() == engine.index().lineEnds.size();
-        };
-        QTRY_VERIFY_WITH_TIMEOUT(finished(), 30000);
+        QVERIFY(settle(engine.readerWriter()));
         QReadLocker lines(&engine.index().lineLock);
         if (replace) {
             // The open descriptor still reads the original file to its end.
@@ -159,7 +141,7 @@ private slots:
         QByteArray data;
         for (int i = 0; i < 50000; ++i)
             data += "ERROR: shutting down while this is indexed " + QByteArray::number(i) + "\n";
-        const QString path = write("shutdown.log", data);
+        const QString path = writeFile(m_dir, "shutdown.log", data);
         auto *engine = new ViewerEngine;
         startIndexing(*engine, path, "down", 64, 10);
         startIndexing(*engine, path, "down", 64, 10);

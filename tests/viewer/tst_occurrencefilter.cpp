@@ -18,8 +18,7 @@ private slots:
     void shutdownWhileWaitingForTheEditor()
     {
         QTemporaryDir dir;
-        const QString path = dir.filePath("filter.log");
-        QVERIFY(writeFile(path, "one needle\ntwo\nthree needle\n"));
+        const QString path = writeFile(dir, "filter.log", "one needle\ntwo\nthree needle\n");
         auto *engine = new ViewerEngine;
         QVERIFY(indexWhole(*engine, path, QStringLiteral("needle")));
         OccurrenceFilter *filter = engine->filter();

@@ -1,8 +1,8 @@
 #pragma once
 
-// Shared by the viewer tests: a plain, byte-by-byte index builder that follows the rules
-// literally (the reference the engine is compared against), file helpers, requests queued to
-// the workers as the panel sends them, and a waiter.
+// Shared by the viewer tests: a byte-by-byte index builder that follows the rules literally
+// (the reference for the engine), a file writer, requests queued as the panel sends them and
+// waits for the workers.
 
 #include "queuedsignalspy.h"
 #include "viewer/core/filereaderwriter.h"
@@ -16,7 +16,10 @@
 #include <QRandomGenerator>
 #include <QTest>
 #include <QString>
+#include <QTemporaryDir>
 #include <QVector>
+
+#include <memory>
 
 namespace ViewerTest {
 
@@ -32,25 +35,21 @@ struct Reference
 inline void scanSlice(Reference &r, const QByteArray &data, qint64 from, qint64 to,
                       const QString &search)
 {
-    const QByteArray slice = data.mid(int(from), int(to - from));
     const qint32 line = r.lineEnds.size();
-    for (int at = slice.indexOf("ERROR:"); at >= 0; at = slice.indexOf("ERROR:", at + 5)) {
-        r.errorOffsets.append(qint32(from + at));
-        r.errorLines.append(line);
-    }
-    for (int at = slice.indexOf("WARN :"); at >= 0; at = slice.indexOf("WARN :", at + 4)) {
-        r.warningOffsets.append(qint32(from + at));
-        r.warningLines.append(line);
-    }
-    if (search.isEmpty())
-        return;
-    const int nul = slice.indexOf('\0');
-    const QString text = QString::fromLatin1(slice.constData(), nul < 0 ? slice.size() : nul);
-    for (int at = text.indexOf(search, 0, Qt::CaseInsensitive); at >= 0;
-         at = text.indexOf(search, at + search.size(), Qt::CaseInsensitive)) {
-        r.matchOffsets.append(qint32(from + at));
-        r.matchLines.append(line);
-    }
+    const auto find = [&](const QString &text, const QString &what, Qt::CaseSensitivity cs,
+                          QVector<qint32> &offsets, QVector<qint32> &lines) {
+        for (int at = text.indexOf(what, 0, cs); at >= 0;
+             at = text.indexOf(what, at + what.size(), cs)) {
+            offsets.append(qint32(from + at));
+            lines.append(line);
+        }
+    };
+    const QString text = QString::fromLatin1(data.constData() + from, int(to - from));
+    find(text, QStringLiteral("ERROR:"), Qt::CaseSensitive, r.errorOffsets, r.errorLines);
+    find(text, QStringLiteral("WARN :"), Qt::CaseSensitive, r.warningOffsets, r.warningLines);
+    if (!search.isEmpty()) // a NUL ends what is searched of the line
+        find(text.left(text.indexOf(QChar(0))), search, Qt::CaseInsensitive, r.matchOffsets,
+             r.matchLines);
 }
 
 inline Reference referenceIndex(const QByteArray &data, const QString &search, qint64 chunk,
@@ -108,10 +107,14 @@ inline QSet<double> marksOf(const QVector<qint32> &lines, int lineEndCount)
     return marks;
 }
 
-inline bool writeFile(const QString &path, const QByteArray &data)
+// The path of the written file, or an empty one when it could not be written.
+inline QString writeFile(const QTemporaryDir &dir, const QString &name, const QByteArray &data)
 {
+    const QString path = dir.filePath(name);
     QFile file(path);
-    return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(data) == data.size();
+    const bool ok =
+        file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(data) == data.size();
+    return ok ? path : QString();
 }
 
 // A log-like text with every awkward byte the indexer cares about.
@@ -144,6 +147,19 @@ inline QByteArray randomLog(QRandomGenerator &rng, int lines)
 inline bool waitForCount(const QueuedSignalSpy &spy, int count)
 {
     return QTest::qWaitFor([&] { return spy.count() >= count; }, 30000);
+}
+
+// A worker posts its results before this marker, so once it is back all earlier results are
+// in. The event loop runs meanwhile: the filter waits for the panel to take each result.
+inline bool settle(QObject *worker)
+{
+    auto done = std::make_shared<bool>(false);
+    QObject *here = QCoreApplication::instance();
+    QMetaObject::invokeMethod(worker, [done, here] {
+        QMetaObject::invokeMethod(
+            here, [done] { *done = true; }, Qt::QueuedConnection);
+    });
+    return QTest::qWaitFor([done] { return *done; }, 30000);
 }
 
 // Queued to the worker's thread, as the panel's signals reach it.
