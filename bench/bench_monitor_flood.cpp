@@ -30,6 +30,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -543,7 +544,9 @@ private:
     std::thread m_thread;
 };
 
-// Lateness of a 10 ms timer on the GUI thread: how long the event loop could not turn.
+// Lateness of a 10 ms timer on the GUI thread: how long the event loop could not turn. The
+// kernel's schedstat of the thread tells, for the longest gap, how much of it the thread ran
+// and how much it waited for a CPU: a stall of waiting is the machine's, not the window's.
 class StallMeter
 {
 public:
@@ -554,12 +557,16 @@ public:
         QObject::connect(&m_timer, &QTimer::timeout, [this] {
             const qint64 now = m_clock.nsecsElapsed();
             const qint64 late = now - m_previous - kIntervalMs * 1000000LL;
+            const SchedStat sched = SchedStat::now();
             if (m_armed && late > m_worstNs) {
                 m_worstNs = late;
+                m_worstRanNs = sched.ranNs - m_sched.ranNs;
+                m_worstWaitedNs = sched.waitedNs - m_sched.waitedNs;
                 g_profile.atWorstStall = g_profile.current;
             }
             g_profile.current = Profile::Window();
             m_previous = now;
+            m_sched = sched;
             m_armed = true;
         });
     }
@@ -575,13 +582,38 @@ public:
         m_timer.stop();
         return double(m_worstNs) / 1e6;
     }
+    // Of the longest gap between two ticks; negative where the kernel does not tell.
+    double worstRanMs() const { return m_sched.known ? double(m_worstRanNs) / 1e6 : -1; }
+    double worstWaitedMs() const { return m_sched.known ? double(m_worstWaitedNs) / 1e6 : -1; }
 
 private:
+    struct SchedStat
+    {
+        int64_t ranNs = 0;    // on a CPU
+        int64_t waitedNs = 0; // runnable, waiting for a CPU
+        bool known = false;
+        static SchedStat now()
+        {
+            SchedStat s;
+            if (FILE *f = std::fopen("/proc/thread-self/schedstat", "r")) {
+                long long ran = 0, waited = 0;
+                s.known = std::fscanf(f, "%lld %lld", &ran, &waited) == 2;
+                s.ranNs = ran;
+                s.waitedNs = waited;
+                std::fclose(f);
+            }
+            return s;
+        }
+    };
+
     static constexpr int kIntervalMs = 10;
     QTimer m_timer;
     QElapsedTimer m_clock;
     qint64 m_previous = 0;
     qint64 m_worstNs = 0;
+    int64_t m_worstRanNs = 0;
+    int64_t m_worstWaitedNs = 0;
+    SchedStat m_sched;
     bool m_armed = false;
 };
 
@@ -617,6 +649,8 @@ struct Flood
     double seconds = 0;      // start of sending until the file held every line
     double ackSeconds = 0;   // start of sending until the server had acknowledged everything
     double stallMs = 0;
+    double stallRanMs = -1;    // of the longest stall: the GUI thread on a CPU
+    double stallWaitedMs = -1; // and runnable but waiting for one
     double fileShareAtAck = 0; // client bytes in the file when the last acknowledgement came
     double ackToFileSeconds = 0; // last acknowledgement until the last byte was in the file
     double peakRssMb = 0;        // the monitor's share of the resident memory, at its largest
@@ -630,6 +664,112 @@ struct Flood
     Verdict verdict;
     double linesPerSecond() const { return completed && seconds > 0 ? linesSent / seconds : 0; }
 };
+
+// The clients run in a process of their own, forked before anything else starts, in a
+// session of its own: client programs are separate programs, and with the kernel's
+// per-session scheduling groups 40 busy senders inside the benchmark's own process would take
+// the CPU from the window's GUI thread as no outside program could.
+class LoadProcess
+{
+public:
+    // Forks the helper; call before any thread exists.
+    bool start()
+    {
+        int toChild[2], fromChild[2];
+        if (pipe(toChild) != 0 || pipe(fromChild) != 0)
+            return false;
+        m_pid = fork();
+        if (m_pid < 0)
+            return false;
+        if (m_pid == 0) {
+            close(toChild[1]);
+            close(fromChild[0]);
+            setsid();
+            serve(toChild[0], fromChild[1]);
+            _exit(0);
+        }
+        close(toChild[0]);
+        close(fromChild[1]);
+        m_out = fdopen(toChild[1], "w");
+        m_in = fdopen(fromChild[0], "r");
+        return m_out && m_in;
+    }
+    ~LoadProcess()
+    {
+        if (m_out)
+            std::fclose(m_out); // the helper ends on end of input
+        if (m_in)
+            std::fclose(m_in);
+        if (m_pid > 0)
+            waitpid(m_pid, nullptr, 0);
+    }
+
+    // VrxLoadGen::run in the helper; the first failing client's error only.
+    VrxLoadGen::Result run(const VrxLoadGen::Options &o)
+    {
+        VrxLoadGen::Result r;
+        std::fprintf(m_out, "%u %d %d %d %d %u\n", unsigned(o.port), o.clients, o.lines,
+                     o.minLength, o.maxLength, o.seed);
+        std::fflush(m_out);
+        int ok = 0, failed = -1;
+        unsigned long long lines = 0, bytes = 0;
+        char error[512] = "";
+        if (std::fscanf(m_in, "%d %llu %llu %lf %d", &ok, &lines, &bytes, &r.seconds, &failed) !=
+                5 ||
+            !std::fgets(error, sizeof error, m_in)) {
+            r.clients.resize(1);
+            r.clients[0].error = "the load process did not answer";
+            return r;
+        }
+        r.ok = ok != 0;
+        r.lines = lines;
+        r.bytes = bytes;
+        r.clients.resize(std::size_t(o.clients));
+        for (VrxLoadGen::ClientResult &c : r.clients)
+            c.ok = true;
+        if (failed >= 0 && failed < o.clients) {
+            error[std::strcspn(error, "\n")] = 0;
+            r.clients[std::size_t(failed)].ok = false;
+            r.clients[std::size_t(failed)].error = error + (error[0] == ' ');
+        }
+        return r;
+    }
+
+private:
+    static void serve(int in, int out)
+    {
+        FILE *requests = fdopen(in, "r");
+        FILE *answers = fdopen(out, "w");
+        VrxLoadGen::Options o;
+        unsigned port = 0;
+        while (std::fscanf(requests, "%u %d %d %d %d %u", &port, &o.clients, &o.lines,
+                           &o.minLength, &o.maxLength, &o.seed) == 6) {
+            o.port = uint16_t(port);
+            const VrxLoadGen::Result r = VrxLoadGen::run(o);
+            int failed = -1;
+            for (std::size_t i = 0; i < r.clients.size() && failed < 0; ++i) {
+                if (!r.clients[i].ok)
+                    failed = int(i);
+            }
+            std::string error = failed >= 0 ? r.clients[std::size_t(failed)].error : "";
+            for (char &ch : error) {
+                if (ch == '\n')
+                    ch = ' ';
+            }
+            std::fprintf(answers, "%d %llu %llu %.9f %d %s\n", r.ok ? 1 : 0,
+                         static_cast<unsigned long long>(r.lines),
+                         static_cast<unsigned long long>(r.bytes), r.seconds, failed,
+                         error.c_str());
+            std::fflush(answers);
+        }
+    }
+
+    pid_t m_pid = -1;
+    FILE *m_out = nullptr;
+    FILE *m_in = nullptr;
+};
+
+LoadProcess g_load;
 
 // One flood against whatever listens on the port and writes to path; the GUI thread keeps
 // running its event loop all the while.
@@ -662,7 +802,7 @@ Flood flood(const Expected &e, uint16_t port, const QString &path,
     }
     stall.start();
     std::thread sender([&] {
-        load = VrxLoadGen::run(o);
+        load = g_load.run(o);
         loadEnd = Clock::now();
         clientBytesAtAck = watch.clientBytes();
         loadDone = true;
@@ -683,6 +823,8 @@ Flood flood(const Expected &e, uint16_t port, const QString &path,
         },
         15 * 60 * 1000);
     f.stallMs = stall.stop();
+    f.stallRanMs = stall.worstRanMs();
+    f.stallWaitedMs = stall.worstWaitedMs();
     g_profile.running = false;
     sender.join();
     // The file may still be growing when the sender gave up or the wait ran out.
@@ -730,10 +872,15 @@ void printFlood(const char *name, const Flood &f, const Expected &e)
 {
     const uint64_t total = uint64_t(kClients) * uint64_t(e.lines);
     std::printf("%-8s %s %.2f s to the file (%.0f lines/s), server acknowledged all after %.2f s "
-                "(%.0f lines/s) with %.0f%% in the file; longest stall %.0f ms\n",
+                "(%.0f lines/s) with %.0f%% in the file; longest stall %.0f ms%s\n",
                 name, f.completed ? "complete" : "INCOMPLETE", f.seconds, f.linesPerSecond(),
                 f.ackSeconds, f.ackSeconds > 0 ? f.linesSent / f.ackSeconds : 0.0,
-                100.0 * f.fileShareAtAck, f.stallMs);
+                100.0 * f.fileShareAtAck, f.stallMs,
+                f.stallRanMs < 0 ? ""
+                                 : qPrintable(QString::asprintf(
+                                       " (the GUI thread ran %.0f ms of it, waited for a CPU "
+                                       "%.0f ms)",
+                                       f.stallRanMs, f.stallWaitedMs)));
     std::printf("%-8s file %.1f MB, %llu client lines (%llu split pieces), %llu other lines; "
                 "intact %llu/%llu, line ends %llu, lost %llu, extra bytes %llu%s\n",
                 "", double(f.fileBytes) / 1e6, static_cast<unsigned long long>(f.clientLines),
@@ -837,6 +984,10 @@ Flood runWindow(const Expected &e)
 
 int main(int argc, char **argv)
 {
+    if (!g_load.start()) {
+        std::fprintf(stderr, "cannot start the load process\n");
+        return 1;
+    }
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     // A home of its own, so the window's settings and output files touch nothing of the user.

@@ -5,16 +5,13 @@
 
 void FileIndex::clearVectors()
 {
-    lineEnds.clear();
-    crlfCounts.clear();
+    // Fresh vectors rather than clear(), which keeps the capacity: after a live file rolled
+    // over at 2 GiB the old one's index would stay allocated for good.
+    for (QVector<qint32> *v : {&lineEnds, &crlfCounts, &errorOffsets, &warningOffsets,
+                               &errorLines, &warningLines, &matchOffsets, &matchLines})
+        *v = QVector<qint32>();
     lineEnds.append(0);
     crlfCounts.append(0);
-    errorOffsets.clear();
-    warningOffsets.clear();
-    errorLines.clear();
-    warningLines.clear();
-    matchOffsets.clear();
-    matchLines.clear();
 }
 
 QVector<int> SpanAnnotations::binsOf(const QSet<double> &marks)

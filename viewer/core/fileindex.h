@@ -35,7 +35,8 @@ struct FileIndex
     mutable QReadWriteLock occurrenceAnnotationLock;
     mutable QReadWriteLock wholeFileLock;
 
-    // Empties the nine vectors and seeds the two line vectors; callers hold the locks.
+    // Empties the vectors, their memory included, and seeds the two line vectors; callers
+    // hold the locks.
     void clearVectors();
     // What the updater console uses to catch the external tool's questions.
     void setCapture(const QString &phrase, const QString &marker);

@@ -14,15 +14,36 @@
 #include <QTextBlock>
 #include <QThread>
 
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
+
 Editor::~Editor()
 {
     // The server thread must be gone before the view it writes to.
     delete m_host;
 }
 
+namespace {
+
+// The live path hands texts of a megabyte and more from thread to thread. glibc raises its
+// mmap threshold to the largest such block freed, after which they come from per-thread heaps
+// that give memory back only from their top: under a flood the window kept some 200 MB it
+// no longer used. A fixed threshold keeps big blocks mapped, so freeing one returns it.
+void keepLargeBlocksMapped()
+{
+#if defined(__GLIBC__)
+    static const bool done = mallopt(M_MMAP_THRESHOLD, 1 << 20) != 0;
+    Q_UNUSED(done)
+#endif
+}
+
+} // namespace
+
 VrxMonHost *Editor::vrxMonHost()
 {
     if (!m_host) {
+        keepLargeBlocksMapped();
         m_host = new VrxMonHost(this);
         m_host->setOutputBacklog(m_outputBacklog);
         m_host->setCoalescing(true);
