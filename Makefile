@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: LGPL-3.0-or-later
 # Front door: every target installs what is missing first, so a fresh Debian machine needs nothing else.
 BUILD      ?= build
 ASAN_BUILD ?= build-asan

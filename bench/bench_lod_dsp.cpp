@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 // Level of detail on 250 million and DSP on 2^24 int16 samples, each against a bare baseline
 // measured in the same run. Level of detail: a full-view and a zoomed reduction against one
 // min/max pass over the same samples, the return to a stored zoom level, and the size of the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 // Throughput of the monitor server under 40 streaming clients, against a plain epoll loop
 // that only drains the same kind of sockets (with the handshake and per-batch
 // acknowledgements the clients need, and nothing else).

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 // End to end under a flood: 40 load-generator clients stream into the built-in monitor of the
 // real main window (offscreen) and the clock stops when every line is in the monitor's output
 // file. The same load against a window-less monitor host whose texts only go to a file is

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 // The plot tool on a 500 MB int16 file (250 million samples): the mapped and the stream read,
 // and one full-view redraw of its curve, each against a plain pass that finds the smallest and
 // largest sample (the baseline, measured in the same run). Beside them a stock QwtPlotCurve

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 // Measures the viewer engine on a generated log (1 GiB unless a size in MiB is given as the
 // first argument or in VRX_BENCH_VIEWER_MB), warm cache, best of three, against two
 // baselines taken in the same run: a plain memchr pass counting line feeds over the mapped

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 // Opens generated logs in the real main window (offscreen platform) and measures what a user
 // waits for: the first screenful painted after the first FileIndexed, the longest event-loop
 // stall (gaps between 1 ms timer ticks) while a 1 GiB log is indexed and while a log with

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 #pragma once
 
 // The generated log the viewer benchmarks open: lines of 60 to 200 bytes, about 1% errors

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: LGPL-3.0-or-later
 # bench_monitor_flood [lines per client | --long] [--breakdown]: 40 load-generator clients flood the
 # built-in monitor of the real main window (offscreen) until every line is in its output
 # file, against a window-less monitor host that only appends the same texts to a file.

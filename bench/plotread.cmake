@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: LGPL-3.0-or-later
 # bench_plot_read [demo program]: a 500 MB int16 file read mapped and streamed and redrawn in
 # full view against a plain min/max pass, a stock curve against ours at 16 million samples,
 # peak memory, and the live loop with the demo program's 64 KiB buffer.

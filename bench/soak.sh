@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: LGPL-3.0-or-later
 # Soak: the window, built with AddressSanitizer and UBSan, runs its monitor for MINUTES while
 # the client kit's demo program and load generator join and leave it again and again. The
 # window's anonymous resident memory is sampled every few seconds (the output file the viewer

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: LGPL-3.0-or-later
 # libFuzzer targets for Qt Core-only code. The main build uses g++, which has no libFuzzer, so
 # these are compiled by a custom command with clang++ when it is installed, and run briefly as
 # a test of the normal build (the sanitizer build has its own instrumentation already).

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: LGPL-3.0-or-later
 # The Debian package: `cpack -G DEB` in the build directory, or `make deb` at the top.
 # Values reach CPack exactly as written here (the description's new lines, the regexes below).
 set(CPACK_VERBATIM_VARIABLES ON)

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: LGPL-3.0-or-later
 # Installs the Debian packages the build, the app and the tests need; does nothing when all are present.
 set -euo pipefail
 

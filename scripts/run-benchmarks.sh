@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: LGPL-3.0-or-later
 # Runs every benchmark of a build with its default sizes, one after the other (they measure
 # against baselines taken in the same run, so nothing else heavy should run meanwhile), and
 # repeats the summary lines at the end.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 #include "shell/core/startup.h"
 #include "shell/ui/mainwindow.h"
 #include "shell/ui/metatypes.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 #include "monitor/core/vrxmonhost.h"
 
 #include "monitor/core/outputbacklog.h"

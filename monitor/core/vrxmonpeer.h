@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 #pragma once
 
 // Who is on the other end of a monitor connection, and whether a real-time plot request may be

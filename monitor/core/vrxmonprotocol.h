@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 #pragma once
 
 // Bytes on the monitor's wire and the texts derived from them, as plain functions over plain

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 #include "plot/core/qtvilokeptlist.h"
 
 QtViloKeptList QtViloKeptList::range(qint64 begin, qint64 end)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 #include "shell/ui/dockwidget.h"
 
 #include "shell/ui/bluetitlebar.h"

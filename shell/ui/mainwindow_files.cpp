@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 // Opening files: the dispatch by suffix, editor docks, recent files and drops.
 #include "shell/ui/mainwindow.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 // Keyboard shortcuts of the main window: each is routed to the panel that holds the focus.
 #include "shell/ui/mainwindow.h"
 

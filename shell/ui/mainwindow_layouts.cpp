@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 // Named layouts, the start-up layout, layout files and the dock-related View entries.
 #include "shell/ui/mainwindow.h"
 

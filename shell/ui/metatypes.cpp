@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 #include "shell/ui/metatypes.h"
 
 #include "plot/core/qtviloplotitemdefaults.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 // libFuzzer target for the command matcher as the server drives it: the stream arrives in
 // receive batches, the matcher state moves between them inside the client record (the table
 // is compacted with memcpy), and every completed command goes through parseCommand.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 // libFuzzer target for the monitor's byte handling: ID record, client timestamps and line
 // splitting, each checked against a plain reference (the command matcher has its own target).
 #include "monitor/core/vrxmonprotocol.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 #pragma once
 
 // Shared pieces of the monitor tests: a server owner that records every text, and a client

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 // Misbehaving clients against the monitor server over real loopback sockets. In every case the
 // well-behaved clients keep being served and every line they sent is in the output.
 #include "testenv.h"

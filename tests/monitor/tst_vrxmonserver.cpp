@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 // The monitor server over real loopback sockets, driven by the client kit, and a second
 // monitor on the same port that makes the first one quit and takes its place.
 #include "testenv.h"

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: LGPL-3.0-or-later
 # Installs the build the way a desktop application is installed, packages it as a .deb, unpacks
 # that into an empty root and starts the program from there.
 # usage: check-packaging.sh CMAKE CPACK BUILD_DIR VERSION

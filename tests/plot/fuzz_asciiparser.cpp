@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 // libFuzzer target for the ASCII number reader in both modes: mapped (bytes in place) checked
 // against a plain tokenizer and strtod, stream (text stream and pattern split) checked for its
 // counts, and the two compared on texts where their separators are the same.

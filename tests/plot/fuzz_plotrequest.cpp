@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 // libFuzzer target for the plot request text (the monitor's "pid, path," prefix and what the
 // client put after "RunCmd( 1,"): the fields, the item parameters taken from them, and a
 // memory item given the request.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 // libFuzzer target for the layout file reader: any file is refused or split into exactly the
 // parts its length byte announces, and what it accepted writes back to the same bytes.
 #include "shell/core/layoutfile.h"

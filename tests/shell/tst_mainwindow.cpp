@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 #include "monitor/core/vrxmon.h"
 #include "monitor/core/vrxmonhost.h"
 #include "monitor/ui/monitorpanel.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 // ThreadSanitizer only sees the synchronisation of code it instruments, and Debian's Qt is not
 // built with it: a QMutex, QReadWriteLock or QSemaphore locked by our code, a signal queued to
 // another thread or a QThread::wait() give TSan no ordering at all, so every value handed over

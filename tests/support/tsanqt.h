@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 #pragma once
 
 // The ordering that Qt's uninstrumented internals give, told to ThreadSanitizer (tsanqt.cpp).

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 // The parts of the TSan stand-ins that need Qt's API: seeing every event delivered, and the
 // true end of a QThread (see tsanqt.cpp for why).
 #include "tsanqt.h"

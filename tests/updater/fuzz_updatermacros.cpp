@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 // libFuzzer target for firmware file names and task macros (expanded, split into the tool and
 // its arguments, and read as macro list lines). Input: a file path, a line feed, a macro.
 #include "tests/support/fuzzcheck.h"

@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: LGPL-3.0-or-later
 # Stand-in for the updater console tool in tests. It behaves like the tool towards the front
 # end, steered by the environment:
 #   VRX_STANDIN_LOG    file to which every run appends its argument count, then one argument

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 #pragma once
 
 // Shared by the viewer tests: a byte-by-byte index builder that follows the rules literally

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: LGPL-3.0-or-later */
 /* The device library's side of the VRX monitor connection, as a small C library: connect,
  * identify, receive the trace settings, stream log text and commands, and wait for the
  * server's per-batch acknowledgements. Every call returns 0 on success and -1 on failure

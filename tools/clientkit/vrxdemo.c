@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: LGPL-3.0-or-later */
 /* A stand-in acquisition program: logs lines of every kind and has a live int16 signal
  * plotted by the monitor, refilling its buffer only after the monitor let it go on. */
 #define _GNU_SOURCE

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 // N clients, M lines each, every acknowledgement checked; prints the rates seen.
 #include "loadgen.h"
 

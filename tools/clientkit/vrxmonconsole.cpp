@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 // The monitor server without the window: prints what the monitor panel would show and stands
 // in for the plot tool by acknowledging every real-time plot request once it is printed.
 #include "monitor/core/remotememprocessed.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 // Running the tools: device commands, firmware file tasks, run all, and the external app.
 #include "updater/ui/updaterpanel.h"
 

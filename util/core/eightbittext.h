@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 #pragma once
 
 // Text that arrives as 8-bit bytes of unknown encoding (the monitor's clients, the external

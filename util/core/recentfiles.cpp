@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 #include "util/core/recentfiles.h"
 
 #include "util/core/identity.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 #include "util/ui/fsexplorerwidget.h"
 
 #include "util/ui/filesystemmodel.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 // The live side of the editor: the monitor server it owns and the coalesced appending of
 // texts to the view and to the log file.
 #include "viewer/ui/editor.h"

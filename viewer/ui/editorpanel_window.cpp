@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 // The editor's window onto the file: which lines are loaded, how they are shown (long lines
 // cut) and how the filters' byte positions map onto the shown text.
 #include "viewer/ui/editorpanel.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-3.0-or-later
 #include "viewer/ui/textpanel.h"
 
 #include "viewer/ui/editor.h"
