@@ -153,8 +153,8 @@ template <typename T> inline void minMax(const uchar *base, qint64 i0, qint64 i1
     if constexpr (std::is_floating_point_v<T> || sizeof(T) < 8) {
         typedef T Vec __attribute__((vector_size(16)));
         constexpr int kLanes = 16 / int(sizeof(T));
-        Vec l0;
-        Vec h0;
+        Vec l0 = {};
+        Vec h0 = {};
         for (int j = 0; j < kLanes; ++j) {
             l0[j] = l;
             h0[j] = h;
