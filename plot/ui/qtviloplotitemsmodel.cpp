@@ -426,6 +426,8 @@ void QtViloPlotItemsModel::retire(const QList<QtViloPlotItem *> &items)
     for (QtViloPlotItem *item : items) {
         if (!item->isMemory())
             m_watcher->removePath(item->source());
+        else
+            m_shownMemoryErrors.remove(item->name()); // a later item of that name is new
         item->abort.storeRelease(1);
         auto pending = m_pendingReads.find(item->serial);
         if (pending != m_pendingReads.end()) {
@@ -685,8 +687,12 @@ void QtViloPlotItemsModel::onAsciiReadError(QtViloPlotItem *item, const QString 
         return;
     const auto error = qMakePair(tr("%1 - File read Error!").arg(item->name()),
                                  heading + QLatin1Char('\n') + detail);
-    if (!m_pendingErrors.contains(error))
-        m_pendingErrors << error;
+    if (!m_pendingErrors.contains(error)) {
+        if (m_pendingErrors.size() < MaxListedErrors)
+            m_pendingErrors << error;
+        else
+            ++m_unlistedErrors;
+    }
     // Each box runs an event loop of its own inside the one before: unanswered, they would
     // nest without end. Errors that come in meanwhile wait for the open box and then show
     // together in one.
@@ -696,11 +702,14 @@ void QtViloPlotItemsModel::onAsciiReadError(QtViloPlotItem *item, const QString 
     const QPointer<QtViloPlotItemsModel> self(this);
     while (self && !m_pendingErrors.isEmpty()) {
         const QList<QPair<QString, QString>> errors = std::exchange(m_pendingErrors, {});
+        const int unlisted = std::exchange(m_unlistedErrors, 0);
         QString text = errors.first().second;
         if (errors.size() > 1) {
             QStringList entries;
             for (const auto &error : errors)
                 entries << error.first + QLatin1Char('\n') + error.second;
+            if (unlisted > 0)
+                entries << tr("... and %n more read error(s).", nullptr, unlisted);
             text = entries.join(QStringLiteral("\n\n"));
         }
         Notify::warning(nullptr, errors.first().first, text);

@@ -159,9 +159,12 @@ private:
     // range gets one box, not one per request.
     QSet<QString> m_shownMemoryErrors;
     // A read error box is open: errors that come meanwhile wait in m_pendingErrors (each once)
-    // and are listed in one box when it closes, instead of stacking boxes.
+    // and are listed in one box when it closes, instead of stacking boxes. A box left open
+    // all day under clients that come and go lists the first few and counts the rest.
+    static constexpr int MaxListedErrors = 20;
     bool m_errorBoxOpen = false;
     QList<QPair<QString, QString>> m_pendingErrors;
+    int m_unlistedErrors = 0;
     QString m_dspPlotRequest = QStringLiteral("None");
     bool m_memoryMapped = false;
     bool m_signalPlotEnabled = true;

@@ -15,6 +15,19 @@ void FileIndex::clearVectors()
     crlfCounts.append(0);
 }
 
+void FileIndex::reserveForGrowth()
+{
+    // A block this large is mapped rather than taken from the heap (the live path fixes the
+    // threshold at a megabyte), so each doubling hands the old block back to the system
+    // instead of leaving a heap hole that a day of appending never fills; pages not yet
+    // written cost nothing.
+    constexpr int mappedEntries = (1 << 20) / int(sizeof(qint32));
+    for (QVector<qint32> *v :
+         {&lineEnds, &crlfCounts, &errorOffsets, &warningOffsets, &errorLines, &warningLines})
+        if (v->capacity() < mappedEntries)
+            v->reserve(mappedEntries);
+}
+
 QVector<int> SpanAnnotations::binsOf(const QSet<double> &marks)
 {
     QVector<int> bins;

@@ -39,6 +39,9 @@ struct FileIndex
     // Empties the vectors, their memory included, and seeds the two line vectors; callers
     // hold the locks.
     void clearVectors();
+    // Gives the line and mark vectors room for a file that grows for as long as it is open
+    // (the monitor's live file); callers hold the locks. Does nothing once they have it.
+    void reserveForGrowth();
     // What the updater console uses to catch the external tool's questions.
     void setCapture(const QString &phrase, const QString &marker);
     // Heap bytes held by the vectors (capacity), for the benchmark's size check.

@@ -570,6 +570,10 @@ void FileReaderWriter::AppendFile(const QString &FilePath, const QString &text)
         const bool matches = !m_index->searchString.isEmpty();
         QWriteLocker occurrences(&m_index->occurrenceLock);
         QWriteLocker matchList(&m_index->matchLock);
+        {
+            QWriteLocker lines(&m_index->lineLock);
+            m_index->reserveForGrowth(); // once per file
+        }
         const qint32 base = qint32(m_appendBase);
         int lineStart = 0;
         for (int i = 0; i < length; ++i) {
