@@ -22,8 +22,9 @@ port=55555
 sample_every=5          # seconds between memory samples
 settle=60               # growth is measured from the first minute after this many seconds
 span=60                 # ... to the last minute: means over a minute, as single samples jitter
-# What the index keeps per line (its end and its CR/LF count) and per error or warning mark
-# (its offset and its line), in bytes.
+# The most the index keeps per line (its end, and its CR/LF count where the line ends in CR LF;
+# the monitor writes LF lines, so 4 of these 8) and per error or warning mark (its offset and
+# its line), in bytes.
 index_bytes_per_line=8
 index_bytes_per_mark=8
 
@@ -185,8 +186,8 @@ verdict=PASS
 
 echo "soak: ${minutes} min, $rounds rounds ($demo_runs demo runs, $loadgen_runs load runs," \
     "$failed failed), anonymous RSS ${baseline} kB around ${from_at} s -> ${last} kB around" \
-    "${to_at} s (peak ${peak} kB): growth ${growth} kB; the index needs ${need} kB for the" \
-    "$lines lines ($marks marks) written meanwhile$judged; sanitizer reports $reports," \
+    "${to_at} s (peak ${peak} kB): growth ${growth} kB; the index needs at most ${need} kB" \
+    "for the $lines lines ($marks marks) written meanwhile$judged; sanitizer reports $reports," \
     "window alive $alive: $verdict"
 echo "soak: logs in $work"
 [[ $verdict == PASS ]]

@@ -14,8 +14,11 @@
 // indexed up to 2 GiB and the workers refuse anything larger.
 struct FileIndex
 {
-    QVector<qint32> lineEnds{0};   // guarded by lineLock
-    QVector<qint32> crlfCounts{0}; // guarded by lineLock
+    QVector<qint32> lineEnds{0}; // guarded by lineLock
+    // CR LF pairs up to each line end, kept only up to the last line that ends in one: later
+    // lines have as many as it, so a file of LF lines costs 4 bytes a line, not 8. Read it
+    // through crlfAt(). Guarded by lineLock.
+    QVector<qint32> crlfCounts{0};
     QVector<qint32> errorOffsets;  // guarded by occurrenceLock (with the three below)
     QVector<qint32> warningOffsets;
     QVector<qint32> errorLines;
@@ -36,6 +39,21 @@ struct FileIndex
     mutable QReadWriteLock occurrenceAnnotationLock;
     mutable QReadWriteLock wholeFileLock;
 
+    qint32 crlfAt(qint64 line) const
+    {
+        return line < crlfCounts.size() ? crlfCounts.at(int(line)) : crlfCounts.last();
+    }
+    // Records that `line`, the next one to be appended to lineEnds, ends with `count` pairs
+    // counted so far; writers hold lineLock.
+    void setCrlfAt(qint32 line, qint32 count)
+    {
+        if (count == crlfCounts.last())
+            return;
+        const qint32 carried = crlfCounts.last();
+        if (line > crlfCounts.size())
+            crlfCounts.insert(crlfCounts.end(), line - crlfCounts.size(), carried);
+        crlfCounts.append(count);
+    }
     // Empties the vectors, their memory included, and seeds the two line vectors; callers
     // hold the locks.
     void clearVectors();

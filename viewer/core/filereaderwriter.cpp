@@ -78,6 +78,16 @@ void tighten(QVector<qint32> &v, QReadWriteLock &lock)
     v.swap(exact);
 }
 
+// The counts of the lines after the last CR LF pair all equal it: they are left implicit.
+void trimCrlfCounts(QVector<qint32> &v, QReadWriteLock &lock)
+{
+    const int keep = int(std::lower_bound(v.cbegin(), v.cend(), v.last()) - v.cbegin()) + 1;
+    if (keep == v.size())
+        return;
+    QWriteLocker locker(&lock);
+    v.resize(keep);
+}
+
 // The caller holds the occurrence and match locks for writing. Squeezing reallocates, and the
 // panel reads the line vectors meanwhile, so those are squeezed under their own lock.
 void squeezeAll(FileIndex *index)
@@ -261,6 +271,7 @@ void FileReaderWriter::IndexFile(const QString &SearchString, const QString &Fil
     window.release();
     file.close();
     tighten(m_index->lineEnds, m_index->lineLock);
+    trimCrlfCounts(m_index->crlfCounts, m_index->lineLock);
     tighten(m_index->crlfCounts, m_index->lineLock);
     m_appendBase = offset;
     m_appendCrlf = st.crlf;
@@ -445,8 +456,8 @@ void FileReaderWriter::commitLines(ChunkState &st, size_t termBegin)
         {
             // Whole runs of lines per lock: the panel sees them appear in batches.
             QWriteLocker lines(&m_index->lineLock);
+            appendCrlfCounts(m_termCrlf.data() + done, take, expected);
             appendBulk(m_index->lineEnds, m_terms.data() + done, take, expected);
-            appendBulk(m_index->crlfCounts, m_termCrlf.data() + done, take, expected);
         }
         done += take;
         st.committed += qint64(take);
@@ -455,6 +466,23 @@ void FileReaderWriter::commitLines(ChunkState &st, size_t termBegin)
     }
     if (n > 0)
         st.lastLineEnd = m_terms.back();
+}
+
+void FileReaderWriter::appendCrlfCounts(const qint32 *counts, size_t n, qint64 expected)
+{
+    // Only from the first line that adds a pair: the index keeps the counts up to the last
+    // line ending in CR LF (for a file of LF lines, none at all).
+    QVector<qint32> &v = m_index->crlfCounts;
+    const qint32 carried = v.last();
+    const size_t first = size_t(std::find_if(counts, counts + n,
+                                             [carried](qint32 c) { return c != carried; }) -
+                                counts);
+    if (first == n)
+        return;
+    const int line = m_index->lineEnds.size() + int(first);
+    if (line > v.size())
+        v.insert(v.end(), line - v.size(), carried);
+    appendBulk(v, counts + first, n - first, expected);
 }
 
 void FileReaderWriter::publishProgress(ChunkState &st, bool force)
@@ -588,8 +616,8 @@ void FileReaderWriter::AppendFile(const QString &FilePath, const QString &text)
             }
             {
                 QWriteLocker lines(&m_index->lineLock);
+                m_index->setCrlfAt(m_index->lineEnds.size(), m_appendCrlf);
                 m_index->lineEnds.append(base + at);
-                m_index->crlfCounts.append(m_appendCrlf);
             }
             i = at;
             lineStart = at + 1;

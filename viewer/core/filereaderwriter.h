@@ -58,6 +58,7 @@ private:
     void scanTwoForms(ChunkState &st, const unsigned char *p, qint64 offset, qint64 length,
                       bool tailScanned);
     void commitLines(ChunkState &st, size_t termBegin);
+    void appendCrlfCounts(const qint32 *counts, size_t n, qint64 expected);
     void publishProgress(ChunkState &st, bool force);
     // Callers hold the list locks; the annotation locks are taken inside. Only entries whose
     // line is below lineLimit are shown (later ones belong to lines not yet closed). Without

@@ -146,8 +146,8 @@ bool FileSearcher::scanRange(MappedFile &file, const ByteScan::Needle &needle, q
                             break;
                         qint64 sliceEnd = b;
                         if (line < ends.size()) {
-                            const bool pair = ends[line] > 0 && m_index->crlfCounts[line] !=
-                                                                    m_index->crlfCounts[line - 1];
+                            const bool pair = ends[line] > 0 && m_index->crlfAt(line) !=
+                                                                    m_index->crlfAt(line - 1);
                             sliceEnd = qMin<qint64>(b, ends[line] - (pair ? 1 : 0));
                         }
                         const qint64 s = qMax(sliceStart, mapStart);

@@ -49,14 +49,13 @@ bool OccurrenceFilter::runFilter(const QString &filePath, bool critical)
         QReadLocker list(critical ? &m_index->occurrenceLock : &m_index->matchLock);
         QReadLocker lines(&m_index->lineLock);
         const QVector<qint32> &ends = m_index->lineEnds;
-        const QVector<qint32> &crlf = m_index->crlfCounts;
         const qint64 size = ends.size();
         const qint64 lower = qMax(0, m_annotations->lower.load());
         const qint64 upper = qMax<qint64>(lower, m_annotations->upper.load());
         const qint64 lastLine = lower + qMin<qint64>(m_maxBlockCount, upper - lower);
         const qint64 first = lower == 0 ? ends[0] : lower < size ? ends[lower] + 1 : fileSize;
         const qint64 end = lastLine < size ? ends[lastLine] : fileSize;
-        const qint32 crlfAtStart = lower < size ? crlf[lower] : crlf.last();
+        const qint32 crlfAtStart = m_index->crlfAt(qMin(lower, size - 1));
         const auto lineFirst = ends.cbegin() + 1;
         auto collect = [&](const QVector<qint32> &offsets) {
             for (const qint32 offset : offsets) {
@@ -67,7 +66,7 @@ bool OccurrenceFilter::runFilter(const QString &filePath, bool critical)
                 // The document holds one character where the file holds CR LF.
                 const qint64 line =
                     std::lower_bound(lineFirst, ends.cend(), offset) - ends.cbegin();
-                const qint32 pairs = crlf[line - 1] - crlfAtStart;
+                const qint32 pairs = m_index->crlfAt(line - 1) - crlfAtStart;
                 out.append(qint32(offset - first - pairs));
             }
         };

@@ -47,19 +47,19 @@ void EditorPanel::loadRange(int lower, int upper)
     QVector<LineWindow::Line> lines;
     {
         const QVector<qint32> &ends = index.lineEnds;
-        const QVector<qint32> &crlf = index.crlfCounts;
         const qint64 known = ends.size();
         const qint64 last = qint64(lower) + qMin(blocks, qMax(0, upper - lower));
         m_loadedToEnd = last >= known;
         const qint64 lastIndexed = qMin(last, known - 1);
         const qint64 first = lower == 0 ? 0 : lower < known ? ends[lower] + 1 : size;
-        const qint32 crlfAtStart = crlf.value(qMin<int>(lower, int(known) - 1));
+        const qint32 crlfAtStart = index.crlfAt(qMin<qint64>(lower, known - 1));
         for (qint64 n = qint64(lower) + 1; n <= lastIndexed; ++n) {
             LineWindow::Line line;
             line.start = n == 1 ? 0 : ends[int(n) - 1] + 1;
-            const bool pair = crlf[int(n)] != crlf[int(n) - 1];
+            const qint32 pairsBefore = index.crlfAt(n - 1);
+            const bool pair = index.crlfAt(n) != pairsBefore;
             line.end = qint64(ends[int(n)]) - (pair ? 1 : 0);
-            line.bytePos = line.start - first - (crlf[int(n) - 1] - crlfAtStart);
+            line.bytePos = line.start - first - (pairsBefore - crlfAtStart);
             lines << line;
         }
         // The unterminated last line; while indexing goes on, what lies past the index is
@@ -70,7 +70,7 @@ void EditorPanel::loadRange(int lower, int upper)
             LineWindow::Line line;
             line.start = known == 1 ? 0 : ends.last() + 1;
             line.end = size;
-            line.bytePos = line.start - first - (crlf.last() - crlfAtStart);
+            line.bytePos = line.start - first - (index.crlfCounts.last() - crlfAtStart);
             lines << line;
         }
     }
