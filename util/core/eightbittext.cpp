@@ -95,6 +95,28 @@ QByteArray encodeEightBit(const QString &text)
     return out;
 }
 
+QVector<qint32> eightBitOffsets(const QString &text)
+{
+    // The same rules as encodeEightBit, counted instead of written.
+    const int n = text.size();
+    QVector<qint32> at(n + 1);
+    qint32 pos = 0;
+    for (int i = 0; i < n; ++i) {
+        at[i] = pos;
+        const ushort u = text.at(i).unicode();
+        if (u < 0x80 || isEscape(u)) {
+            pos += 1;
+        } else if (QChar::isHighSurrogate(u) && i + 1 < n && text.at(i + 1).isLowSurrogate()) {
+            at[++i] = pos; // the pair's bytes start with its first half
+            pos += 4;
+        } else {
+            pos += u < 0x800 ? 2 : 3; // a lone surrogate comes out as U+FFFD, three bytes
+        }
+    }
+    at[n] = pos;
+    return at;
+}
+
 QString eightBitForDisplay(const QString &text)
 {
     QString out = text;

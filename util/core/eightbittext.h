@@ -7,6 +7,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QVector>
 
 QString decodeEightBit(const char *data, int size);
 inline QString decodeEightBit(const QByteArray &bytes)
@@ -15,5 +16,7 @@ inline QString decodeEightBit(const QByteArray &bytes)
 }
 // The bytes again: UTF-8 for decoded text, the original byte for each escaped one.
 QByteArray encodeEightBit(const QString &text);
+// Where each character's bytes start in encodeEightBit(text), and its size at the end.
+QVector<qint32> eightBitOffsets(const QString &text);
 // For showing: escaped bytes read as Latin-1.
 QString eightBitForDisplay(const QString &text);

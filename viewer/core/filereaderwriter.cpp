@@ -593,6 +593,12 @@ void FileReaderWriter::AppendFile(const QString &FilePath, const QString &text)
         capturePhrase(text, marker);
 
     const int length = text.size();
+    const QByteArray bytes = encodeEightBit(text);
+    // The index holds positions in the file, which holds the bytes the text stands for: where
+    // a character stands for more than one (a "µ" is two), positions are mapped.
+    const QVector<qint32> byteAt =
+        bytes.size() == length ? QVector<qint32>() : eightBitOffsets(text);
+    const auto filePos = [&](int at) { return byteAt.isEmpty() ? at : byteAt[at]; };
     {
         QReadLocker whole(&m_index->wholeFileLock);
         const bool matches = !m_index->searchString.isEmpty();
@@ -608,7 +614,7 @@ void FileReaderWriter::AppendFile(const QString &FilePath, const QString &text)
             const QChar ch = text.at(i);
             if (ch != QLatin1Char('\n') && ch != QLatin1Char('\r'))
                 continue;
-            scanAppendedSlice(text, lineStart, i, base, matches);
+            scanAppendedSlice(text, lineStart, i, base, byteAt, matches);
             int at = i;
             if (ch == QLatin1Char('\r') && i + 1 < length && text.at(i + 1) == QLatin1Char('\n')) {
                 ++m_appendCrlf;
@@ -617,20 +623,20 @@ void FileReaderWriter::AppendFile(const QString &FilePath, const QString &text)
             {
                 QWriteLocker lines(&m_index->lineLock);
                 m_index->setCrlfAt(m_index->lineEnds.size(), m_appendCrlf);
-                m_index->lineEnds.append(base + at);
+                m_index->lineEnds.append(base + filePos(at));
             }
             i = at;
             lineStart = at + 1;
         }
-        if (m_index->lineEnds.last() < base + length - 1)
-            scanAppendedSlice(text, lineStart, length, base, matches);
+        if (m_index->lineEnds.last() < base + bytes.size() - 1)
+            scanAppendedSlice(text, lineStart, length, base, byteAt, matches);
         matchList.unlock();
         occurrences.unlock();
 
-        m_appendBase += length;
+        m_appendBase += bytes.size();
         QFile file(FilePath);
         if (file.open(QIODevice::ReadWrite | QIODevice::Append)) {
-            file.write(encodeEightBit(text)); // the bytes the monitor received, unchanged
+            file.write(bytes); // the bytes the monitor received, unchanged
             file.close();
             emit FileAppended(m_index->lineEnds.size());
         }
@@ -703,8 +709,9 @@ void FileReaderWriter::updateLiveMarks()
 }
 
 void FileReaderWriter::scanAppendedSlice(const QString &text, int from, int to, qint32 base,
-                                         bool matches)
+                                         const QVector<qint32> &byteAt, bool matches)
 {
+    const auto filePos = [&](int at) { return base + (byteAt.isEmpty() ? at : byteAt[at]); };
     if (to <= from)
         return;
     const QStringRef slice(&text, from, to - from);
@@ -712,11 +719,11 @@ void FileReaderWriter::scanAppendedSlice(const QString &text, int from, int to, 
     static const QString error = QStringLiteral("ERROR:");
     static const QString warning = QStringLiteral("WARN :");
     forEachMarker(slice, error, 5, [&](int at) {
-        m_index->errorOffsets.append(base + from + at);
+        m_index->errorOffsets.append(filePos(from + at));
         m_index->errorLines.append(line);
     });
     forEachMarker(slice, warning, 4, [&](int at) {
-        m_index->warningOffsets.append(base + from + at);
+        m_index->warningOffsets.append(filePos(from + at));
         m_index->warningLines.append(line);
     });
     if (!matches)
@@ -724,7 +731,7 @@ void FileReaderWriter::scanAppendedSlice(const QString &text, int from, int to, 
     const QString &needle = m_index->searchString;
     int at = 0;
     while ((at = slice.indexOf(needle, at, Qt::CaseInsensitive)) >= 0) {
-        m_index->matchOffsets.append(base + from + at);
+        m_index->matchOffsets.append(filePos(from + at));
         m_index->matchLines.append(line);
         at += needle.size();
     }

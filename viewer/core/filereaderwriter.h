@@ -67,7 +67,8 @@ private:
     void refillSearchMarks(qint32 lineLimit, bool sets = true);
     void finishIndex(const QString &path);
     void capturePhrase(const QString &text, const QString &marker);
-    void scanAppendedSlice(const QString &text, int from, int to, qint32 base, bool matches);
+    void scanAppendedSlice(const QString &text, int from, int to, qint32 base,
+                           const QVector<qint32> &byteAt, bool matches);
     // Counts the occurrences added since the last append into the live marks' bins and hands
     // the slider its bins: per append, work for the new entries and a fixed number of bins.
     void updateLiveMarks();
