@@ -39,6 +39,9 @@ private slots:
         QRandomGenerator rng(static_cast<quint32>(piece));
         QByteArray data = randomLog(rng, 400);
         data.replace('\0', ' ');
+        // Characters of two and four bytes, as a client's UTF-8 brings them.
+        for (int i = 0; i < 40; ++i)
+            data.insert(int(rng.bounded(data.size())), i % 2 ? "\xc2\xb5s " : "\xf0\x9f\x93\x88 ");
         const QString path = m_dir.filePath(QStringLiteral("live-%1.log").arg(piece));
         QFile::remove(path);
         ViewerEngine engine;
