@@ -49,10 +49,15 @@ struct FileIndex
     {
         if (count == crlfCounts.last())
             return;
+        carryCrlfTo(line);
+        crlfCounts.append(count);
+    }
+    // Stores the implicit counts of the lines before `line`, so that line's count goes next.
+    void carryCrlfTo(qint32 line)
+    {
         const qint32 carried = crlfCounts.last();
         if (line > crlfCounts.size())
             crlfCounts.insert(crlfCounts.end(), line - crlfCounts.size(), carried);
-        crlfCounts.append(count);
     }
     // Empties the vectors, their memory included, and seeds the two line vectors; callers
     // hold the locks.

@@ -78,6 +78,13 @@ void tighten(QVector<qint32> &v, QReadWriteLock &lock)
     v.swap(exact);
 }
 
+// A character's position in the file: byteAt maps characters to bytes, and is empty when
+// every character is one byte.
+qint32 bytePos(const QVector<qint32> &byteAt, int at)
+{
+    return byteAt.isEmpty() ? at : byteAt[at];
+}
+
 // The counts of the lines after the last CR LF pair all equal it: they are left implicit.
 void trimCrlfCounts(QVector<qint32> &v, QReadWriteLock &lock)
 {
@@ -479,9 +486,7 @@ void FileReaderWriter::appendCrlfCounts(const qint32 *counts, size_t n, qint64 e
                                 counts);
     if (first == n)
         return;
-    const int line = m_index->lineEnds.size() + int(first);
-    if (line > v.size())
-        v.insert(v.end(), line - v.size(), carried);
+    m_index->carryCrlfTo(m_index->lineEnds.size() + int(first));
     appendBulk(v, counts + first, n - first, expected);
 }
 
@@ -598,7 +603,6 @@ void FileReaderWriter::AppendFile(const QString &FilePath, const QString &text)
     // a character stands for more than one (a "µ" is two), positions are mapped.
     const QVector<qint32> byteAt =
         bytes.size() == length ? QVector<qint32>() : eightBitOffsets(text);
-    const auto filePos = [&](int at) { return byteAt.isEmpty() ? at : byteAt[at]; };
     {
         QReadLocker whole(&m_index->wholeFileLock);
         const bool matches = !m_index->searchString.isEmpty();
@@ -623,7 +627,7 @@ void FileReaderWriter::AppendFile(const QString &FilePath, const QString &text)
             {
                 QWriteLocker lines(&m_index->lineLock);
                 m_index->setCrlfAt(m_index->lineEnds.size(), m_appendCrlf);
-                m_index->lineEnds.append(base + filePos(at));
+                m_index->lineEnds.append(base + bytePos(byteAt, at));
             }
             i = at;
             lineStart = at + 1;
@@ -711,7 +715,7 @@ void FileReaderWriter::updateLiveMarks()
 void FileReaderWriter::scanAppendedSlice(const QString &text, int from, int to, qint32 base,
                                          const QVector<qint32> &byteAt, bool matches)
 {
-    const auto filePos = [&](int at) { return base + (byteAt.isEmpty() ? at : byteAt[at]); };
+    const auto filePos = [&](int at) { return base + bytePos(byteAt, at); };
     if (to <= from)
         return;
     const QStringRef slice(&text, from, to - from);
